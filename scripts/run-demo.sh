@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, creates the demo branch and headquarters databases in the
+# data folder (first run only) and starts the main job on them.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+"$root/scripts/install-deps.sh"
+export BUILD_DIR=${BUILD_DIR:-$root/build}
+"$root/scripts/build.sh"
+data=${ORMEX_DATA:-$root/data}
+mkdir -p "$data"
+bin="$BUILD_DIR/bin"
+if [ -x "$bin/ormex-db" ]; then
+  [ -f "$data/branch.db" ] || "$bin/ormex-db" demo --branch "$data/branch.db" --hq "$data/HQ.db"
+  if [ -x "$bin/ormex-host" ]; then
+    exec "$bin/ormex-host" --data "$data" --database branch.db "$@"
+  fi
+  exec "$bin/ormex-db" query "$data/branch.db" \
+    "select FCardId,FVipName,FCardStatus,FCardType,FAccNum-FDecNum as cur_num,dbo.f_decrypt(FResidualAmt) as balance from T_Pos_VipRecord where FCardId like '%0_'"
+fi
+echo "ormex-db was not built" >&2
+exit 1

@@ -1,0 +1,130 @@
+#include "NumberText.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include "Text.h"
+
+namespace ormex::platform {
+
+namespace {
+
+// Drops trailing zeros of the fractional part and a dangling decimal point.
+void stripZeros(std::string& s)
+{
+    if (s.find('.') == std::string::npos)
+        return;
+    while (!s.empty() && s.back() == '0')
+        s.pop_back();
+    if (!s.empty() && s.back() == '.')
+        s.pop_back();
+}
+
+} // namespace
+
+std::string formatNumber(double value)
+{
+    if (std::isnan(value))
+        return "0";
+    if (value == 0.0)
+        return "0"; // also turns -0 into 0
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.15g", value);
+    std::string s(buf);
+    const double magnitude = std::fabs(value);
+    if (s.find('e') != std::string::npos && magnitude >= 1e-10 && magnitude < 1e15) {
+        // Small amounts are written out in full, still with 15 significant digits.
+        const int exponent = static_cast<int>(std::floor(std::log10(magnitude)));
+        const int decimals = exponent < 14 ? 14 - exponent : 0;
+        std::snprintf(buf, sizeof buf, "%.*f", decimals, value);
+        s = buf;
+        stripZeros(s);
+        return s;
+    }
+    if (s.find('e') == std::string::npos)
+        stripZeros(s);
+    if (s == "-0")
+        return "0";
+    return s;
+}
+
+double roundTo(double value, int decimals)
+{
+    // Round on the 15-digit decimal text so binary noise does not decide the direction.
+    const double exact = std::strtod(formatNumber(value).c_str(), nullptr);
+    const double scale = std::pow(10.0, decimals);
+    const double scaled = std::strtod(formatNumber(exact * scale).c_str(), nullptr);
+    const double rounded = std::round(scaled); // half away from zero
+    return rounded / scale;
+}
+
+std::string formatFixed(double value, int decimals)
+{
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.*f", decimals, roundTo(value, decimals));
+    std::string s(buf);
+    if (s.find_first_not_of("-0.") == std::string::npos && s.front() == '-')
+        s.erase(0, 1);
+    return s;
+}
+
+std::optional<double> parseNumber(std::string_view text)
+{
+    std::string s = trim(text);
+    if (s.empty())
+        return std::nullopt;
+    std::size_t i = 0;
+    if (s[i] == '+' || s[i] == '-')
+        ++i;
+    std::size_t digits = 0;
+    bool point = false;
+    for (; i < s.size(); ++i) {
+        char c = s[i];
+        if (c >= '0' && c <= '9')
+            ++digits;
+        else if (c == '.' && !point)
+            point = true;
+        else
+            break;
+    }
+    if (digits == 0)
+        return std::nullopt;
+    if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
+        std::size_t j = i + 1;
+        if (j < s.size() && (s[j] == '+' || s[j] == '-'))
+            ++j;
+        std::size_t expDigits = 0;
+        while (j < s.size() && s[j] >= '0' && s[j] <= '9') {
+            ++j;
+            ++expDigits;
+        }
+        if (expDigits == 0)
+            return std::nullopt;
+        i = j;
+    }
+    if (i != s.size())
+        return std::nullopt;
+    errno = 0;
+    double v = std::strtod(s.c_str(), nullptr);
+    if (errno == ERANGE || !std::isfinite(v))
+        return std::nullopt;
+    return v;
+}
+
+bool isNumericText(std::string_view text) { return parseNumber(text).has_value(); }
+
+double numberOr0(std::string_view text) { return parseNumber(text).value_or(0.0); }
+
+bool isAllDigits(std::string_view text)
+{
+    if (text.empty())
+        return false;
+    for (char c : text)
+        if (c < '0' || c > '9')
+            return false;
+    return true;
+}
+
+} // namespace ormex::platform

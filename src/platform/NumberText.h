@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+// The one conversion between numbers and text that the whole system uses, the way the original
+// platform wrote numbers: at most 15 significant digits, trailing zeros dropped, no thousands
+// separators, no exponent for ordinary amounts. 0.1 + 0.2 is written "0.3"; 100.0 is "100".
+namespace ormex::platform {
+
+std::string formatNumber(double value);
+
+// Formats with a fixed number of decimals ("0.00" style), rounding half away from zero.
+std::string formatFixed(double value, int decimals);
+
+// Rounds half away from zero to the given number of decimals, going through the 15-digit text
+// so that 2.675 rounds to 2.68 as an operator expects.
+double roundTo(double value, int decimals);
+
+// Parses a whole text as a number: surrounding blanks allowed, one sign, digits with at most one
+// decimal point, an optional exponent. Returns nothing for anything else (empty text included).
+std::optional<double> parseNumber(std::string_view text);
+
+// True when parseNumber accepts the text.
+bool isNumericText(std::string_view text);
+
+// The numeric value of a text, 0 when it is not a number.
+double numberOr0(std::string_view text);
+
+// True when the text is not empty and every character is '0' to '9'.
+bool isAllDigits(std::string_view text);
+
+} // namespace ormex::platform

@@ -1,0 +1,44 @@
+#include <gtest/gtest.h>
+
+#include "platform/NumberText.h"
+
+using namespace ormex::platform;
+
+TEST(NumberText, FormatsLikeThePlatform)
+{
+    const std::pair<double, const char*> cases[] = {
+        {100.0, "100"},      {12.5, "12.5"},         {0.1 + 0.2, "0.3"}, {-0.0, "0"},
+        {0.00001, "0.00001"}, {1234567.891, "1234567.891"}, {-42.10, "-42.1"}, {1e20, "1e+20"},
+        {10049.999999999998, "10050"},
+    };
+    for (const auto& [value, text] : cases)
+        EXPECT_EQ(formatNumber(value), text) << text;
+}
+
+TEST(NumberText, FixedDecimalsRoundHalfAwayFromZero)
+{
+    EXPECT_EQ(formatFixed(10, 2), "10.00");
+    EXPECT_EQ(formatFixed(2.675, 2), "2.68");
+    EXPECT_EQ(formatFixed(-2.675, 2), "-2.68");
+    EXPECT_EQ(formatFixed(-0.001, 2), "0.00");
+    EXPECT_DOUBLE_EQ(roundTo(16.005, 2), 16.01);
+}
+
+TEST(NumberText, ParsesWholeNumbersOnly)
+{
+    EXPECT_EQ(parseNumber(" 12.5 "), 12.5);
+    EXPECT_EQ(parseNumber("-5"), -5.0);
+    EXPECT_EQ(parseNumber("007"), 7.0);
+    EXPECT_EQ(parseNumber("1e3"), 1000.0);
+    for (const char* bad : {"", " ", "12a", "1.2.3", "-", ".", "e5", "1e"})
+        EXPECT_FALSE(parseNumber(bad).has_value()) << bad;
+}
+
+TEST(NumberText, AllDigits)
+{
+    EXPECT_TRUE(isAllDigits("007"));
+    EXPECT_FALSE(isAllDigits(""));
+    EXPECT_FALSE(isAllDigits("-5"));
+    EXPECT_FALSE(isAllDigits("12a"));
+    EXPECT_FALSE(isAllDigits("1 2"));
+}
