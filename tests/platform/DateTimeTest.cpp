@@ -18,6 +18,6 @@ TEST(DateTime, Arithmetic)
     const Date d{2026, 1, 31};
     EXPECT_EQ(d.addMonths(1).toString(), "2026-02-28");
     EXPECT_EQ(d.addDays(36499).toString(), "2126-01-06");
-    EXPECT_EQ(daysBetween(Date{2026, 11, 23}, Date{2026, 11, 22}), -1);
-    EXPECT_EQ(Date{2024, 12, 31}.addDays(1).toString(), "2025-01-01");
+    EXPECT_EQ(daysBetween(Date{2026, 11, 23}, (Date{2026, 11, 22})), -1L);
+    EXPECT_EQ((Date{2024, 12, 31}.addDays(1).toString()), "2025-01-01");
 }
