@@ -1,0 +1,60 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+// Typed errors of the database layer. The layer never shows anything to an operator: it throws,
+// and the caller decides what the operator sees.
+namespace ormex::db {
+
+class DbError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// The database file could not be opened (missing, unreadable, not a database).
+class OpenError : public DbError
+{
+public:
+    using DbError::DbError;
+};
+
+// The batch holds text outside the dialect. Nothing of the batch ran.
+// what(): "line <n>: <what was not understood>"
+class ParseError : public DbError
+{
+public:
+    ParseError(int line, const std::string& message)
+        : DbError("line " + std::to_string(line) + ": " + message), m_line(line), m_message(message)
+    {
+    }
+    int line() const { return m_line; }
+    const std::string& message() const { return m_message; }
+
+private:
+    int m_line;
+    std::string m_message;
+};
+
+// A statement failed while the batch ran; the whole batch was rolled back.
+// what(): "statement at line <n> failed: <statement text>: <database's reason>"
+class StatementError : public DbError
+{
+public:
+    StatementError(int line, const std::string& statement, const std::string& reason)
+        : DbError("statement at line " + std::to_string(line) + " failed: " + statement + ": " + reason),
+          m_line(line), m_statement(statement), m_reason(reason)
+    {
+    }
+    int line() const { return m_line; }
+    const std::string& statement() const { return m_statement; }
+    const std::string& reason() const { return m_reason; }
+
+private:
+    int m_line;
+    std::string m_statement;
+    std::string m_reason;
+};
+
+} // namespace ormex::db

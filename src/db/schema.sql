@@ -1,0 +1,1 @@
+-- The tables of the member-card module and of the host (written next).
