@@ -1,0 +1,113 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "FieldMap.h"
+#include "RecordList.h"
+#include "Recordset.h"
+#include "Value.h"
+
+// The host's business objects as the module calls them. The host creates them by programmatic
+// identifier through the object factory (HostServices.h). Every member may throw std::exception
+// on a database or host failure; the module's handlers decide what the operator sees.
+namespace ormex::platform {
+
+class BusinessObject
+{
+public:
+    virtual ~BusinessObject() = default;
+};
+
+// Numbers of the tables GetTableInfo reads (the same numbers select the lookup windows).
+namespace table {
+inline constexpr int GiftCatalogue = 1; // T_Pos_VipGift with goods, card type and warehouse names
+inline constexpr int Goods = 4;
+inline constexpr int Warehouses = 5;
+inline constexpr int AuxProps = 23;     // auxiliary attributes of goods, by goods FNumber
+inline constexpr int PaymentMethods = 34;
+inline constexpr int CardTypes = 51;
+} // namespace table
+
+// "OrmexMCardManage.MCMaintain"
+class MCMaintain : public BusinessObject
+{
+public:
+    virtual Recordset execQuery(const std::string& sql) = 0;
+    // Runs a statement batch on the local database in one transaction.
+    virtual void executeSql(const std::string& propsString, const std::string& sql) = 0;
+    virtual Recordset getTableInfo(int tableNo, const std::string& condition, bool flag) = 0;
+    // The password has its quotes doubled by the caller.
+    virtual bool checkPassword(const Value& item, const std::string& password) = 0;
+    // True when the card exists (and, with a condition, also meets it).
+    virtual bool checkCardExist(const std::string& cardNo, const std::string& condition = {}) = 0;
+    virtual bool checkCardTypeEqual(const std::string& cardNo, Value& typeId) = 0;
+    virtual std::string getCardTypeName(const std::string& cardNo) = 0;
+    // The new card takes over holder, points and balance; the old card is voided. Result > 0 on
+    // success.
+    virtual long changeMemberCard(Value& oldKey, Value& oldKey2, std::string& newCardNo, Value& newType) = 0;
+    // Writes the changed columns of the record (FCardId names the card). True on success.
+    virtual bool updateMCInfo(FieldMap& record, int mode, int& operationCode) = 0;
+};
+
+// "OrmexMCardManage.CheckMaintain": member records waiting for approval.
+class CheckMaintain : public BusinessObject
+{
+public:
+    // Pending records matching the condition ("" or text starting with " and ").
+    virtual RecordList getList(std::string& condition) = 0;
+    // The current records of the cards of the last getList, in the same order.
+    virtual RecordList getRalCurMCInfo() = 0;
+    // Approves the records of the package (one field map per ticked row).
+    virtual void updateMCApproveInfo(RecordList& package) = 0;
+};
+
+// "OrmexMCardManage.ConfigMaintain"
+class ConfigMaintain : public BusinessObject
+{
+public:
+    virtual FieldMap getConfigInfo(const std::string& category) = 0;
+    virtual bool saveConfigInfo(std::string& batch) = 0;
+};
+
+// "OrmexMMCBaseData.VIPMaintain": the host's lists (50 member cards, 51 cards a card may be
+// changed to / card types).
+class VIPMaintain : public BusinessObject
+{
+public:
+    virtual void setBaseNumber(int listNo) = 0;
+    virtual RecordList getList(const std::string& condition, const std::string& second) = 0;
+    virtual Recordset getListRecordset(const std::string& condition, const std::string& second) = 0;
+    virtual std::string getListSql(const std::string& condition, const std::string& second) = 0;
+};
+
+// "OrmexEBSBase.LogServer"
+class LogServer : public BusinessObject
+{
+public:
+    virtual void writeLog(const std::string& propsString, const std::string& functionId, int type,
+                          const std::string& description, const std::string& machineName,
+                          const std::string& address) = 0;
+};
+
+// The login object ("OrmexLogin" of the property manager): the network task lock.
+class LoginObject : public BusinessObject
+{
+public:
+    // Registers a running task; a result below 1 means another live session holds a conflicting
+    // task. `item` is empty when the caller passed none.
+    virtual long taskexec(long taskNo, const std::string& code, const std::string& machine, int mode, int& out1,
+                          int& out2, const Value& item) = 0;
+    // Releases a task; true when it was released.
+    virtual bool commitTask(long handle) = 0;
+};
+
+// "OrmexPropsMgr.ShareProps": the property manager.
+class ShareProps : public BusinessObject
+{
+public:
+    virtual Value getProperty(const std::string& name, long processId) = 0;
+    virtual std::shared_ptr<BusinessObject> getObjectProperty(const std::string& name, long processId) = 0;
+};
+
+} // namespace ormex::platform
