@@ -1,0 +1,83 @@
+#include "CardSearchRules.h"
+
+#include "platform/BalanceCodec.h"
+#include "platform/DateTime.h"
+#include "platform/NumberText.h"
+#include "platform/Text.h"
+
+namespace ormex::module::cards {
+
+std::string cardSearchCondition(std::string_view key)
+{
+    const std::string k(key);
+    return " (FCardId='" + k + "' or mobile='" + k + "') and FDeleted=0 ";
+}
+
+std::string faceNumberSearchCondition(std::string_view key)
+{
+    const std::string k(key);
+    return " FCardFlowno='" + k + "' or mobile='" + k + "'";
+}
+
+namespace {
+
+std::string statusName(int code)
+{
+    switch (code) {
+    case 0:
+        return "正常";
+    case 1:
+        return "失效";
+    case 2:
+        return "挂失";
+    case 3:
+        return "作废";
+    case 9:
+        return "未使用";
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+std::vector<std::string> cardInformationTexts(const platform::FieldMap& card)
+{
+    std::vector<std::string> texts(11);
+    texts[0] = card.text("FCardId");
+    texts[2] = card.text("FCardFlowno");
+    texts[3] = card.text("FUserName");
+    texts[4] = platform::formatNumber(card.value("FAccNum").toDouble() - card.value("FDecNum").toDouble());
+    texts[5] = card.text("FVipName");
+    texts[6] = statusName(static_cast<int>(card.value("FCardStatus").toInt()));
+    if (auto end = platform::parseDate(card.text("FVipEndDate")))
+        texts[7] = end->toString();
+    texts[8] = card.text("FOperDate");
+    texts[9] = platform::decodeBalance(card.text("FResidualAmt")) + "元";
+    texts[10] = card.text("FCardTypeName");
+    return texts;
+}
+
+bool isCardNumberKey(char32_t ch)
+{
+    return (ch >= U'0' && ch <= U'9') || (ch >= U'a' && ch <= U'z') || (ch >= U'A' && ch <= U'Z') || ch == U'\b';
+}
+
+std::string filterCardNumberText(std::string_view text)
+{
+    std::string out;
+    for (char c : text)
+        if (static_cast<unsigned char>(c) < 0x80 && isCardNumberKey(static_cast<char32_t>(c)) && c != '\b')
+            out += c;
+    return out;
+}
+
+std::string cardSheetRow(const std::vector<SheetCell>& cells)
+{
+    std::string row;
+    for (const auto& cell : cells)
+        row += platform::trim(cell.caption) + "|" + cell.text + "|";
+    return row;
+}
+
+} // namespace ormex::module::cards
