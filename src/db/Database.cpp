@@ -2,36 +2,75 @@
 
 #include <sqlite3.h>
 
+#include "BatchRunner.h"
 #include "DbError.h"
+#include "SqlFunctions.h"
+#include "SqliteDialect.h"
+#include "SqliteStatement.h"
+#include "TsqlParser.h"
 
 namespace ormex::db {
 
-// Minimal connection; the dialect executor replaces query() and execute().
 std::unique_ptr<Database> Database::open(const std::string& path, OpenMode mode)
 {
     sqlite3* handle = nullptr;
-    int flags = SQLITE_OPEN_READWRITE | (mode == OpenMode::Create ? SQLITE_OPEN_CREATE : 0);
+    const int flags = SQLITE_OPEN_READWRITE | (mode == OpenMode::Create ? SQLITE_OPEN_CREATE : 0);
     if (sqlite3_open_v2(path.c_str(), &handle, flags, nullptr) != SQLITE_OK) {
         std::string reason = handle ? sqlite3_errmsg(handle) : "out of memory";
         sqlite3_close(handle);
         throw OpenError("cannot open database " + path + ": " + reason);
     }
-    return std::unique_ptr<Database>(new Database(path, handle));
+    std::unique_ptr<Database> db(new Database(path, handle));
+    // Several operator processes share one file: wait for each other instead of failing at once.
+    sqlite3_busy_timeout(handle, 10000);
+    try {
+        db->executeNative("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;");
+    } catch (const DbError& error) {
+        throw OpenError("cannot open database " + path + ": " + error.what());
+    }
+    registerSqlFunctions(handle);
+    return db;
 }
 
 Database::Database(std::string path, sqlite3* db) : m_path(std::move(path)), m_db(db) {}
 
 Database::~Database() { sqlite3_close(m_db); }
 
-platform::Recordset Database::query(std::string_view) { throw DbError("not implemented"); }
+platform::Recordset Database::query(std::string_view sql)
+{
+    const std::string translated = parseQuery(sql, SqliteDialect::instance());
+    try {
+        SqliteStatement stmt(m_db, translated);
+        std::vector<std::string> columns;
+        for (int c = 0; c < stmt.columnCount(); ++c)
+            columns.push_back(stmt.columnName(c));
+        std::vector<std::vector<platform::Value>> rows;
+        while (stmt.step()) {
+            std::vector<platform::Value> row;
+            row.reserve(columns.size());
+            for (int c = 0; c < stmt.columnCount(); ++c)
+                row.push_back(stmt.column(c));
+            rows.push_back(std::move(row));
+        }
+        return platform::Recordset(std::move(columns), std::move(rows));
+    } catch (const DbError& error) {
+        throw StatementError(1, std::string(sql), error.what());
+    }
+}
 
-void Database::execute(std::string_view) { throw DbError("not implemented"); }
+void Database::execute(std::string_view batch)
+{
+    const std::vector<Statement> statements = parseBatch(batch, SqliteDialect::instance());
+    Transaction transaction(*this);
+    BatchRunner(m_db).run(statements);
+    transaction.commit();
+}
 
 void Database::executeNative(std::string_view script)
 {
     char* err = nullptr;
     if (sqlite3_exec(m_db, std::string(script).c_str(), nullptr, nullptr, &err) != SQLITE_OK) {
-        std::string reason = err ? err : "unknown error";
+        std::string reason = err ? err : sqlite3_errmsg(m_db);
         sqlite3_free(err);
         throw DbError(reason);
     }

@@ -1,0 +1,85 @@
+#include "BatchRunner.h"
+
+#include <sqlite3.h>
+
+#include "DbError.h"
+#include "SqliteStatement.h"
+#include "platform/Text.h"
+
+namespace ormex::db {
+
+namespace {
+
+void bindVariables(SqliteStatement& stmt, const std::map<std::string, platform::Value>& variables)
+{
+    const int count = sqlite3_bind_parameter_count(stmt.handle());
+    for (int i = 1; i <= count; ++i) {
+        const char* name = sqlite3_bind_parameter_name(stmt.handle(), i);
+        if (!name)
+            continue;
+        auto it = variables.find(platform::toLowerAscii(name));
+        stmt.bind(i, it == variables.end() ? platform::Value() : it->second);
+    }
+}
+
+} // namespace
+
+void BatchRunner::run(const std::vector<Statement>& statements)
+{
+    for (const auto& statement : statements)
+        run(statement);
+}
+
+void BatchRunner::run(const Statement& statement)
+{
+    switch (statement.kind) {
+    case Statement::Kind::Declare:
+        m_variables[statement.variable] = platform::Value();
+        break;
+    case Statement::Kind::Set:
+        m_variables[statement.variable] = scalar(statement);
+        break;
+    case Statement::Kind::Block:
+        run(statement.children);
+        break;
+    case Statement::Kind::If:
+        if (scalar(statement).toInt() == 1)
+            run(statement.children.at(0));
+        else if (statement.children.size() > 1)
+            run(statement.children[1]);
+        break;
+    case Statement::Kind::Data:
+        execute(statement);
+        break;
+    }
+}
+
+platform::Value BatchRunner::scalar(const Statement& statement)
+{
+    try {
+        SqliteStatement stmt(m_db, statement.sql);
+        bindVariables(stmt, m_variables);
+        platform::Value value;
+        if (stmt.step())
+            value = stmt.column(0);
+        while (stmt.step()) {
+        }
+        return value;
+    } catch (const DbError& error) {
+        throw StatementError(statement.line, statement.text, error.what());
+    }
+}
+
+void BatchRunner::execute(const Statement& statement)
+{
+    try {
+        SqliteStatement stmt(m_db, statement.sql);
+        bindVariables(stmt, m_variables);
+        while (stmt.step()) {
+        }
+    } catch (const DbError& error) {
+        throw StatementError(statement.line, statement.text, error.what());
+    }
+}
+
+} // namespace ormex::db

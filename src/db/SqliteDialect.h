@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Dialect.h"
+
+// The T-SQL of the system on SQLite: isnull → ifnull, getdate() → the platform clock,
+// convert/cast → CAST or substr, datediff(day, …) and dbo.f_decrypt → functions the connection
+// registers, [identifiers] → "identifiers", @variables → named parameters.
+namespace ormex::db {
+
+class SqliteDialect : public Dialect
+{
+public:
+    std::string translate(const std::vector<Token>& tokens, std::size_t begin, std::size_t end,
+                          const VariableCheck& declared) const override;
+    std::string conditionQuery(const std::string& condition) const override;
+    std::string valueQuery(const std::string& expression) const override;
+    std::string variableName(const std::string& variable) const override;
+
+    static const SqliteDialect& instance();
+};
+
+} // namespace ormex::db

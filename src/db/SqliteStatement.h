@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+
+#include "platform/Value.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+// A prepared SQLite statement that finalizes itself.
+namespace ormex::db {
+
+class SqliteStatement
+{
+public:
+    // Throws DbError with SQLite's reason when the text does not compile.
+    SqliteStatement(sqlite3* db, const std::string& sql);
+    ~SqliteStatement();
+    SqliteStatement(const SqliteStatement&) = delete;
+    SqliteStatement& operator=(const SqliteStatement&) = delete;
+
+    sqlite3_stmt* handle() const { return m_stmt; }
+    void bind(int index, const platform::Value& value);
+    // Steps once; true while a row is available. Throws DbError on failure.
+    bool step();
+    int columnCount() const;
+    std::string columnName(int column) const;
+    platform::Value column(int column) const;
+
+private:
+    sqlite3* m_db;
+    sqlite3_stmt* m_stmt = nullptr;
+};
+
+} // namespace ormex::db
