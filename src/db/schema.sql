@@ -1,1 +1,268 @@
--- The tables of the member-card module and of the host (written next).
+-- One schema for a branch database and for the headquarters database.
+-- Text compares without regard to case (COLLATE NOCASE), as the retail system's server does.
+-- Dates are 'yyyy-mm-dd' text, date-times 'yyyy-mm-dd hh:mm:ss'; amounts and points are REAL.
+
+-- Member cards: one row per card.
+CREATE TABLE T_Pos_VipRecord (
+    FFlowId        INTEGER PRIMARY KEY AUTOINCREMENT,
+    FCardId        TEXT COLLATE NOCASE NOT NULL UNIQUE,
+    FCardFlowno    TEXT COLLATE NOCASE,
+    FVipName       TEXT COLLATE NOCASE,
+    mobile         TEXT COLLATE NOCASE,
+    FCardType      TEXT COLLATE NOCASE,
+    FCardStatus    TEXT COLLATE NOCASE NOT NULL DEFAULT '9',
+    FVipStartDate  TEXT,
+    FVipEndDate    TEXT,
+    FAccNum        REAL NOT NULL DEFAULT 0,
+    FDecNum        REAL NOT NULL DEFAULT 0,
+    FResidualAmt   TEXT COLLATE BINARY DEFAULT '0',  -- encoded balance: compared exactly
+    FPlusAmt       REAL DEFAULT 0,                   -- issue amount
+    FSavingFlag    INTEGER NOT NULL DEFAULT 0,
+    FAccFlag       INTEGER NOT NULL DEFAULT 1,
+    FDeleted       INTEGER NOT NULL DEFAULT 0,
+    password       TEXT COLLATE BINARY DEFAULT '',
+    FBranchno      TEXT COLLATE NOCASE,
+    FOperDate      TEXT,
+    FModifyDate    TEXT,
+    FUserName      TEXT COLLATE NOCASE,
+    FVipTax        REAL DEFAULT 0,
+    limit_use      REAL DEFAULT 0,
+    salesman       TEXT COLLATE NOCASE,
+    FVipSex        TEXT COLLATE NOCASE,
+    birthday       TEXT,
+    marriage       TEXT COLLATE NOCASE,
+    FVipTel        TEXT COLLATE NOCASE,
+    company        TEXT COLLATE NOCASE,
+    FVipEmail      TEXT COLLATE NOCASE,
+    FSocialId      TEXT COLLATE NOCASE,
+    FVipAdd        TEXT COLLATE NOCASE,
+    FVipZip        TEXT COLLATE NOCASE,
+    FSalaryLevel   TEXT COLLATE NOCASE,
+    degree         TEXT COLLATE NOCASE,
+    favor          TEXT COLLATE NOCASE,
+    memo           TEXT COLLATE NOCASE,
+    nation         TEXT COLLATE NOCASE
+);
+CREATE INDEX IX_VipRecord_Mobile ON T_Pos_VipRecord (mobile);
+CREATE INDEX IX_VipRecord_Flowno ON T_Pos_VipRecord (FCardFlowno);
+CREATE INDEX IX_VipRecord_Type ON T_Pos_VipRecord (FCardType);
+CREATE INDEX IX_VipRecord_Status ON T_Pos_VipRecord (FCardStatus);
+
+-- Member records edited or issued and waiting for approval: the pending values of a card.
+CREATE TABLE T_Pos_VipRecordCheck (
+    FCheckId       INTEGER PRIMARY KEY AUTOINCREMENT,
+    FFlowId        INTEGER,
+    FCardId        TEXT COLLATE NOCASE NOT NULL,
+    FCardFlowno    TEXT COLLATE NOCASE,
+    FVipName       TEXT COLLATE NOCASE,
+    mobile         TEXT COLLATE NOCASE,
+    FCardType      TEXT COLLATE NOCASE,
+    FCardStatus    TEXT COLLATE NOCASE,
+    FVipStartDate  TEXT,
+    FVipEndDate    TEXT,
+    FBranchno      TEXT COLLATE NOCASE,
+    FOperDate      TEXT,
+    FModifyDate    TEXT,
+    FUserName      TEXT COLLATE NOCASE,
+    FVipTax        REAL DEFAULT 0,
+    limit_use      REAL DEFAULT 0,
+    salesman       TEXT COLLATE NOCASE,
+    FVipSex        TEXT COLLATE NOCASE,
+    birthday       TEXT,
+    marriage       TEXT COLLATE NOCASE,
+    FVipTel        TEXT COLLATE NOCASE,
+    company        TEXT COLLATE NOCASE,
+    FVipEmail      TEXT COLLATE NOCASE,
+    FSocialId      TEXT COLLATE NOCASE,
+    FVipAdd        TEXT COLLATE NOCASE,
+    FVipZip        TEXT COLLATE NOCASE,
+    FSalaryLevel   TEXT COLLATE NOCASE,
+    degree         TEXT COLLATE NOCASE,
+    favor          TEXT COLLATE NOCASE,
+    memo           TEXT COLLATE NOCASE,
+    nation         TEXT COLLATE NOCASE
+);
+CREATE INDEX IX_VipRecordCheck_Card ON T_Pos_VipRecordCheck (FCardId);
+CREATE INDEX IX_VipRecordCheck_Modify ON T_Pos_VipRecordCheck (FModifyDate);
+
+-- Card types.
+CREATE TABLE T_Pos_VipType (
+    FTypeId      TEXT COLLATE NOCASE PRIMARY KEY,
+    type_name    TEXT COLLATE NOCASE NOT NULL,
+    FSavingFlag  INTEGER NOT NULL DEFAULT 0,
+    FAccFlag     INTEGER NOT NULL DEFAULT 1
+);
+
+-- Points to stored value: per card type, steps of FAccNum points worth saving_amt, or FZhRate
+-- percent of the points when the rate is not 0.
+CREATE TABLE T_Pos_VipPointToAmt (
+    FID          INTEGER PRIMARY KEY AUTOINCREMENT,
+    FTypeId      TEXT COLLATE NOCASE NOT NULL,
+    FAccNum      REAL NOT NULL,
+    saving_amt   REAL NOT NULL DEFAULT 0,
+    FZhRate      REAL NOT NULL DEFAULT 0
+);
+CREATE INDEX IX_VipPointToAmt_Type ON T_Pos_VipPointToAmt (FTypeId, FAccNum);
+
+-- Company settings by category and key.
+CREATE TABLE t_SystemProfile (
+    FCategory  TEXT COLLATE NOCASE NOT NULL,
+    FKey       TEXT COLLATE NOCASE NOT NULL,
+    FValue     TEXT COLLATE NOCASE,
+    PRIMARY KEY (FCategory, FKey)
+);
+
+-- Points movements: 1 deduction, 2 gift exchange, 3 reward, 4 points to stored value, 5 clearing.
+CREATE TABLE T_Pos_VipGiftList (
+    FID          INTEGER PRIMARY KEY AUTOINCREMENT,
+    Fbranchid    INTEGER,
+    FBranchno    TEXT COLLATE NOCASE,
+    FCardId      TEXT COLLATE NOCASE NOT NULL,
+    flag         TEXT COLLATE NOCASE NOT NULL,
+    Fitemid      INTEGER DEFAULT 0,
+    FItemNum     REAL DEFAULT 0,
+    FVipNum      REAL DEFAULT 0,
+    FVipPlusAmt  REAL DEFAULT 0,
+    fuserid      INTEGER,
+    FOperDate    TEXT,
+    FAuxPropID   INTEGER DEFAULT 0,
+    memo         TEXT COLLATE NOCASE,
+    FComFlag     INTEGER DEFAULT 0
+);
+CREATE INDEX IX_VipGiftList_Card ON T_Pos_VipGiftList (FCardId);
+
+-- Points totals of a card per branch.
+CREATE TABLE T_Pos_VipConsume (
+    FID                INTEGER PRIMARY KEY AUTOINCREMENT,
+    FCardId            TEXT COLLATE NOCASE NOT NULL,
+    Fbranchid          INTEGER NOT NULL,
+    FBranchno          TEXT COLLATE NOCASE,
+    FVipCurAccNum      REAL DEFAULT 0,
+    FVipAccNum         REAL DEFAULT 0,
+    FVipMinusTotalNum  REAL DEFAULT 0,
+    FComFlag           TEXT COLLATE NOCASE DEFAULT '0'
+);
+CREATE INDEX IX_VipConsume_CardBranch ON T_Pos_VipConsume (FCardId, Fbranchid);
+
+-- One row per clearing commit.
+CREATE TABLE T_Pos_VipPointClear (
+    FID         INTEGER PRIMARY KEY AUTOINCREMENT,
+    FAccDate    TEXT,
+    hostip      TEXT COLLATE NOCASE,
+    hostname    TEXT COLLATE NOCASE,
+    FOperDate   TEXT,
+    fuserid     TEXT COLLATE NOCASE,
+    FClearDesc  TEXT COLLATE NOCASE,
+    memo        TEXT COLLATE NOCASE
+);
+
+-- Gift catalogue: which goods can be exchanged, for which card type ('All' for every type),
+-- from which warehouse, in which period.
+CREATE TABLE T_Pos_VipGift (
+    FItemId     INTEGER NOT NULL,
+    FCardType   TEXT COLLATE NOCASE NOT NULL DEFAULT 'All',
+    FBranchID   INTEGER NOT NULL,
+    FBranchNo   TEXT COLLATE NOCASE,
+    FItemNum    REAL NOT NULL DEFAULT 1,
+    FVipNum     REAL NOT NULL DEFAULT 0,
+    FBeginDate  TEXT,
+    FEndDate    TEXT,
+    PRIMARY KEY (FItemId, FCardType, FBranchID)
+);
+CREATE INDEX IX_VipGift_Dates ON T_Pos_VipGift (FEndDate, FBeginDate);
+
+-- Money movements of stored-value cards. FPlusAmt of the row whose other1 is '初始金额' holds
+-- the encoded issue amount, so the column has no type: a value is stored as it is written.
+CREATE TABLE T_Pos_AddMoneyList (
+    FID           INTEGER PRIMARY KEY AUTOINCREMENT,
+    FCardId       TEXT COLLATE NOCASE NOT NULL,
+    FPlusAmt,
+    fuserid       INTEGER,
+    FOperDate     TEXT,
+    FOldAmt       REAL DEFAULT 0,
+    Fbranchid     INTEGER,
+    FBranchno     TEXT COLLATE NOCASE,
+    other1        TEXT COLLATE NOCASE,
+    FPlusRealAmt  REAL DEFAULT 0,
+    FResidualAmt  TEXT COLLATE NOCASE,
+    FBalanceStyle INTEGER,
+    FComFlag      TEXT COLLATE NOCASE DEFAULT '1'
+);
+CREATE INDEX IX_AddMoneyList_Card ON T_Pos_AddMoneyList (FCardId, other1);
+
+-- Operation log rows replayed from the branches.
+CREATE TABLE t_Log (
+    FID            INTEGER PRIMARY KEY AUTOINCREMENT,
+    FDate          TEXT,
+    FUserID        INTEGER,
+    FFunctionID    TEXT COLLATE NOCASE,
+    FStatement     INTEGER,
+    FDescription   TEXT COLLATE NOCASE,
+    FMachineName   TEXT COLLATE NOCASE,
+    FIPAddress     TEXT COLLATE NOCASE
+);
+
+-- Warehouses; a branch's warehouses have numbers that start with the branch number.
+CREATE TABLE t_stock (
+    FItemID  INTEGER PRIMARY KEY,
+    FNumber  TEXT COLLATE NOCASE NOT NULL UNIQUE,
+    FName    TEXT COLLATE NOCASE NOT NULL
+);
+
+-- Goods.
+CREATE TABLE t_Item (
+    FItemID   INTEGER PRIMARY KEY,
+    FNumber   TEXT COLLATE NOCASE NOT NULL UNIQUE,
+    FBarCode  TEXT COLLATE NOCASE,
+    FName     TEXT COLLATE NOCASE NOT NULL,
+    FUnit     TEXT COLLATE NOCASE,
+    FIsAuxi   INTEGER NOT NULL DEFAULT 0,   -- managed by auxiliary attribute
+    Fdetail   INTEGER NOT NULL DEFAULT 1,
+    FDeleted  INTEGER NOT NULL DEFAULT 0
+);
+CREATE INDEX IX_Item_BarCode ON t_Item (FBarCode);
+
+-- Auxiliary attributes (size, colour, …) of goods managed by them.
+CREATE TABLE t_AuxProp (
+    FAuxPropID    INTEGER PRIMARY KEY,
+    FItemID       INTEGER NOT NULL REFERENCES t_Item (FItemID),
+    FAuxPropNum   TEXT COLLATE NOCASE NOT NULL,
+    FAuxPropName  TEXT COLLATE NOCASE NOT NULL
+);
+CREATE INDEX IX_AuxProp_Item ON t_AuxProp (FItemID);
+
+-- Payment methods.
+CREATE TABLE t_PayMethod (
+    FItemID   INTEGER PRIMARY KEY,
+    FNumber   TEXT COLLATE NOCASE NOT NULL UNIQUE,
+    FName     TEXT COLLATE NOCASE NOT NULL,
+    FDeleted  INTEGER NOT NULL DEFAULT 0
+);
+
+-- The network task lock: running card operations of every operator session on this database.
+CREATE TABLE t_NetTask (
+    FTaskHandle  INTEGER PRIMARY KEY AUTOINCREMENT,
+    FTaskNo      INTEGER NOT NULL,
+    FCode        TEXT COLLATE NOCASE,
+    FItem        TEXT COLLATE NOCASE,
+    FMachine     TEXT COLLATE NOCASE,
+    FUserID      INTEGER,
+    FSession     TEXT COLLATE BINARY NOT NULL,  -- host/process/start time of the owning session
+    FProcessId   INTEGER,
+    FStartTime   TEXT,
+    FHeartbeat   TEXT
+);
+CREATE INDEX IX_NetTask_Task ON t_NetTask (FTaskNo, FItem);
+
+-- The host's local operation log.
+CREATE TABLE t_OperLog (
+    FID            INTEGER PRIMARY KEY AUTOINCREMENT,
+    FDate          TEXT,
+    FUserID        INTEGER,
+    FFunctionID    TEXT COLLATE NOCASE,
+    FType          INTEGER,
+    FDescription   TEXT COLLATE NOCASE,
+    FMachineName   TEXT COLLATE NOCASE,
+    FIPAddress     TEXT COLLATE NOCASE,
+    FSession       TEXT COLLATE NOCASE
+);

@@ -1,0 +1,171 @@
+// The stored-value, settings, gift catalogue and log statements, run exactly as the screens send
+// them; and the batch guarantees: all or nothing, nothing run when the text is not understood.
+#include <gtest/gtest.h>
+
+#include "db/DbError.h"
+#include "platform/BalanceCodec.h"
+#include "support/TestClock.h"
+#include "support/TestDatabase.h"
+
+using ormex::platform::decodeBalance;
+using ormex::platform::encodeBalance;
+using ormex::test::ScopedClock;
+using ormex::test::TestDatabase;
+
+namespace {
+
+const std::string CRLF = "\r\n";
+
+std::string balanceStatement(const std::string& card, const std::string& encoded)
+{
+    return "If Not Exists (select 1 from t_SystemProfile where lower(FCategory)='ic' and lower(FKey)='is_branch' and fvalue='0')" +
+           CRLF + " update T_Pos_VipRecord set FResidualAmt='" + encoded + "'" + " where FCardId='" + card + "'" + CRLF +
+           " Else " + CRLF + " update T_Pos_VipRecord set FResidualAmt='" + encoded + "'" + " where FCardId='" + card + "'";
+}
+
+class StoredValueBatch : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        t.exec("insert into t_SystemProfile values ('ic','g_branch_no','01'), ('ic','is_branch','1');"
+               "insert into T_Pos_VipRecord (FCardId, FCardStatus, FAccNum, FDecNum, FSavingFlag, FResidualAmt) values"
+               " ('S1','0',300,100,1,'" + encodeBalance("50") + "'), ('S2','0',0,0,1,'" + encodeBalance("5") + "');");
+    }
+    std::string balance(const std::string& card)
+    {
+        return t.scalar("select dbo.f_decrypt(FResidualAmt) from T_Pos_VipRecord where FCardId='" + card + "'").toString();
+    }
+
+    ScopedClock clock{2026, 11, 23, 9, 5, 7};
+    TestDatabase t;
+};
+
+} // namespace
+
+TEST_F(StoredValueBatch, SingleCardRecharge)
+{
+    const std::string batch = CRLF + balanceStatement("S1", encodeBalance("150")) + CRLF +
+                              "insert T_Pos_AddMoneyList(FCardId, FPlusAmt, fuserid, FOperDate, FOldAmt," +
+                              " Fbranchid,FBranchno,other1,FPlusRealAmt,FResidualAmt,FBalanceStyle,FComFlag)" + CRLF +
+                              "select 'S1',100,7,'2026-11-23 9:5:7',50,2,'01','生日充值',100,'150',1,'1'";
+    t.db().execute(batch);
+    EXPECT_EQ(balance("S1"), "150");
+    EXPECT_EQ(t.scalar("select FResidualAmt from T_Pos_VipRecord where FCardId='S1'").toString(), encodeBalance("150"));
+    EXPECT_EQ(t.rows("select FCardId,FPlusAmt,fuserid,FOperDate,FOldAmt,Fbranchid,FBranchno,other1,FPlusRealAmt,"
+                     "FResidualAmt,FBalanceStyle,FComFlag from T_Pos_AddMoneyList"),
+              std::vector<std::string>{"S1|100|7|2026-11-23 9:5:7|50|2|01|生日充值|100|150|1|1"});
+}
+
+TEST_F(StoredValueBatch, PointsToStoredValue)
+{
+    const std::string j = "1";
+    const std::string batch =
+        CRLF + "insert Into T_Pos_VipGiftList(Fbranchid,FBranchno, FCardId, flag, FVipPlusAmt, FVipNum,fuserid,FOperDate,FComFlag,memo)" +
+        CRLF + "select 2,'01','S2','4',10,100,7,'2026-11-23 09:05:07','1','积分转储值'" + CRLF + " declare @blnIsinset" + j +
+        " int " + CRLF + " set @blnIsinset" + j + "=1 " + CRLF +
+        "if not exists(select 1 from T_Pos_VipConsume  where FCardId='S2' and FBranchID=2 and FBranchNo='01')" + CRLF +
+        " begin " + CRLF + " insert into  T_Pos_VipConsume (FCardId,Fbranchid,FBranchno,FVipMinusTotalNum,FComFlag) " + CRLF +
+        CRLF + "select 'S2',2,'01',100,'1' " + CRLF + " set @blnIsinset" + j + "=0 " + CRLF + " end " + CRLF + "else" + CRLF +
+        "Update T_Pos_VipConsume set FVipMinusTotalNum=FVipMinusTotalNum+100 where FCardId='S2' and FBranchID=2 and FBranchNo='01'" +
+        CRLF + "If (select FValue from t_SystemProfile where lower(FCategory)='ic' and lower(FKey)='g_branch_no')='01' or @blnIsinset" +
+        j + "=1" + CRLF + "update T_Pos_VipRecord set FDecNum=FDecNum+100 where FCardId='S2'" + CRLF +
+        balanceStatement("S2", encodeBalance("15")) + CRLF +
+        "insert T_Pos_AddMoneyList(FCardId, fuserid,FOperDate,FOldAmt,Fbranchid,FBranchno,FPlusAmt,FResidualAmt,other1,FComFlag)" +
+        CRLF + "select 'S2',7,'2026-11-23 09:05:07',5,2,'01',10,'15','积分转储值','1'";
+    t.db().execute(batch);
+    EXPECT_EQ(balance("S2"), "15");
+    EXPECT_EQ(t.scalar("select FDecNum from T_Pos_VipRecord where FCardId='S2'").toString(), "100");
+    EXPECT_EQ(t.rows("select flag,FVipPlusAmt,FVipNum,memo from T_Pos_VipGiftList"),
+              std::vector<std::string>{"4|10|100|积分转储值"});
+    EXPECT_EQ(t.rows("select FOldAmt,FPlusAmt,FResidualAmt,other1 from T_Pos_AddMoneyList"),
+              std::vector<std::string>{"5|10|15|积分转储值"});
+    EXPECT_EQ(t.rows("select FVipMinusTotalNum,FComFlag from T_Pos_VipConsume"), std::vector<std::string>{"100|1"});
+}
+
+TEST_F(StoredValueBatch, GiftCatalogueIsReplacedFromTheGrid)
+{
+    t.exec("insert into T_Pos_VipGift (FItemId,FCardType,FBranchID,FBranchNo,FItemNum,FVipNum) values (9,'A',3,'0101',1,10)");
+    const std::string batch = "Delete from T_Pos_VipGift" + CRLF +
+                              "Delete from T_Pos_VipGift Where 1=1  And FItemId='5' And FCardType='' And FBranchID='3'" +
+                              CRLF + "Insert Into T_Pos_VipGift(FItemNum,FVipNum,FBeginDate,FEndDate,FBranchID,FBranchNo,FItemID,FCardType)" +
+                              CRLF + "Values('1','300','2026-11-23','2026-12-23','3','0101','5','All')" + CRLF +
+                              "Delete from T_Pos_VipGift Where 1=1  And FItemId='6' And FCardType='G' And FBranchID='3'" +
+                              CRLF + "Insert Into T_Pos_VipGift(FItemNum,FVipNum,FBeginDate,FEndDate,FBranchID,FBranchNo,FItemID,FCardType)" +
+                              CRLF + "Values('2','150.5','2026-11-01','2026-11-30','3','0101','6','G')";
+    t.db().execute(batch);
+    EXPECT_EQ(t.rows("select FItemId,FCardType,FBranchID,FItemNum,FVipNum,FBeginDate,FEndDate from T_Pos_VipGift order by FItemId"),
+              (std::vector<std::string>{"5|All|3|1|300|2026-11-23|2026-12-23", "6|G|3|2|150.5|2026-11-01|2026-11-30"}));
+    // Gifts valid today, affordable with 200 points, for all types or type G.
+    EXPECT_EQ(t.rows("select FItemId from T_Pos_VipGift where FEndDate>=convert(varchar(10),getdate(),120) And "
+                     "FBeginDate<=convert(varchar(10),getdate(),120) and FVipNum<=200 and (FCardType='All' or FCardType='g')"),
+              std::vector<std::string>{"6"});
+}
+
+TEST_F(StoredValueBatch, SettingsBatchAndLogRow)
+{
+    std::string batch;
+    for (const char* key : {"MCType", "CardNumProfix", "MaxFillAmount"}) {
+        t.exec(std::string("insert into t_SystemProfile values ('VIP','") + key + "','x')");
+        const std::string value = std::string(key) == "CardNumProfix" ? "A''B" : "1";
+        batch += "UPDATE t_systemprofile SET FValue = '" + value + "' WHERE (FCategory = 'VIP') AND (FKey = '" + key + "')" + CRLF;
+    }
+    batch += "UPDATE t_systemprofile SET FValue = '1' WHERE (FCategory = 'VIP') AND (FKey = 'NoSuchKey')" + CRLF;
+    t.db().execute(batch);
+    EXPECT_EQ(t.rows("select FKey,FValue from t_SystemProfile where FCategory='vip' order by FKey"),
+              (std::vector<std::string>{"CardNumProfix|A'B", "MaxFillAmount|1", "MCType|1"}));
+
+    t.db().execute("UPDATE T_Pos_VipRecord SET FCardStatus='0' WHERE FCardId='S1'" + CRLF +
+                   "INSERT INTO t_Log (FDate,FUserID,FFunctionID,FStatement,FDescription,FMachineName,FIPAddress)" +
+                   " VALUES ('2026-11-23 09:05:00',7,'MCM0001',5,'分店[01]进行卡状态管理---修改密码','POS1','10.0.0.5')");
+    EXPECT_EQ(t.rows("select FDate,FUserID,FFunctionID,FStatement,FDescription,FMachineName,FIPAddress from t_Log"),
+              std::vector<std::string>{"2026-11-23 09:05:00|7|MCM0001|5|分店[01]进行卡状态管理---修改密码|POS1|10.0.0.5"});
+}
+
+TEST_F(StoredValueBatch, AFailingLastStatementLeavesEverythingAsBefore)
+{
+    const auto before = t.dump();
+    const std::string batch = "update T_Pos_VipRecord set FAccNum=999" + CRLF + "insert into t_Log (FUserID) select 1" +
+                              CRLF + "declare @x int" + CRLF + "set @x=1" + CRLF +
+                              "insert into T_Pos_VipRecord (FCardId) select 'S1'"; // duplicate card number
+    try {
+        t.db().execute(batch);
+        FAIL() << "the duplicate card was accepted";
+    } catch (const ormex::db::StatementError& error) {
+        EXPECT_EQ(error.line(), 5);
+        EXPECT_NE(error.statement().find("insert into T_Pos_VipRecord"), std::string::npos);
+        EXPECT_NE(error.reason().find("UNIQUE"), std::string::npos);
+    }
+    EXPECT_EQ(t.dump(), before);
+}
+
+TEST_F(StoredValueBatch, TextOutsideTheDialectRunsNothing)
+{
+    const auto before = t.dump();
+    EXPECT_THROW(t.db().execute("update T_Pos_VipRecord set FAccNum=1" + CRLF + "GO" + CRLF + "update T_Pos_VipRecord set FAccNum=2"),
+                 ormex::db::ParseError);
+    EXPECT_EQ(t.dump(), before);
+}
+
+TEST_F(StoredValueBatch, DecryptInSqlMatchesTheCodec)
+{
+    for (const char* amount : {"12.5", "0.01", "99999.99", "150", "-10"}) {
+        t.exec("update T_Pos_VipRecord set FResidualAmt='" + encodeBalance(amount) + "' where FCardId='S2'");
+        EXPECT_EQ(balance("S2"), decodeBalance(encodeBalance(amount))) << amount;
+        EXPECT_EQ(balance("S2"), amount);
+    }
+    t.exec("update T_Pos_VipRecord set FResidualAmt='" + encodeBalance("100") + "' where FCardId='S1';"
+           "update T_Pos_VipRecord set FResidualAmt='" + encodeBalance("99.99") + "' where FCardId='S2'");
+    EXPECT_EQ(t.rows("select FCardId from T_Pos_VipRecord where FSavingFlag='1' and  convert(float,dbo.f_decrypt(FResidualAmt)) >= 100"),
+              std::vector<std::string>{"S1"});
+}
+
+TEST_F(StoredValueBatch, DatesFollowTheClockAndKeysIgnoreCase)
+{
+    t.exec("update T_Pos_VipRecord set FVipEndDate='2026-11-23' where FCardId='S1';"
+           "update T_Pos_VipRecord set FVipEndDate='2026-11-24' where FCardId='S2'");
+    EXPECT_EQ(t.rows("select FCardId from T_Pos_VipRecord where  datediff(day,getdate(),FVipEndDate)>0 "),
+              std::vector<std::string>{"S2"});
+    EXPECT_EQ(t.scalar("select convert(varchar(10),getdate(),120)").toString(), "2026-11-23");
+    EXPECT_EQ(t.rows("select FCardId from T_Pos_VipRecord where FCardId='s1' and FCardStatus=0"), std::vector<std::string>{"S1"});
+}

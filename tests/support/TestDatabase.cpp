@@ -1,0 +1,75 @@
+#include "TestDatabase.h"
+
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+
+#include "db/Schema.h"
+
+namespace ormex::test {
+
+std::string makeTempFolder()
+{
+    std::string pattern = (std::filesystem::temp_directory_path() / "ormex-test-XXXXXX").string();
+    if (!mkdtemp(pattern.data()))
+        throw std::runtime_error("cannot make a temporary folder");
+    return pattern;
+}
+
+void removeFolder(const std::string& folder)
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+}
+
+TestDatabase::TestDatabase(const std::string& fileName)
+    : m_folder(makeTempFolder()), m_path(m_folder + "/" + fileName),
+      m_db(db::Database::open(m_path, db::Database::OpenMode::Create))
+{
+    db::applySchema(*m_db);
+}
+
+TestDatabase::~TestDatabase()
+{
+    m_db.reset();
+    removeFolder(m_folder);
+}
+
+void TestDatabase::exec(const std::string& sql) { m_db->executeNative(sql); }
+
+platform::Value TestDatabase::scalar(const std::string& sql)
+{
+    auto rs = m_db->query(sql);
+    return rs.atEnd() ? platform::Value() : rs.field(std::size_t{0});
+}
+
+std::vector<std::string> TestDatabase::rows(const std::string& sql)
+{
+    std::vector<std::string> out;
+    auto rs = m_db->query(sql);
+    for (; !rs.atEnd(); rs.moveNext()) {
+        std::string row;
+        for (std::size_t c = 0; c < rs.columns().size(); ++c) {
+            if (c)
+                row += '|';
+            row += rs.field(c).toString();
+        }
+        out.push_back(row);
+    }
+    return out;
+}
+
+std::vector<std::string> TestDatabase::dump()
+{
+    std::vector<std::string> out;
+    for (const auto& table : rows("select name from sqlite_master where type='table' and name not like 'sqlite_%' order by name")) {
+        out.push_back("# " + table);
+        for (const auto& row : rows("select * from " + table + " order by 1"))
+            out.push_back(row);
+    }
+    return out;
+}
+
+} // namespace ormex::test

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "db/Database.h"
+#include "platform/Value.h"
+
+namespace ormex::test {
+
+// A fresh database file with the schema, in a temporary folder removed afterwards.
+class TestDatabase
+{
+public:
+    explicit TestDatabase(const std::string& fileName = "test.db");
+    ~TestDatabase();
+    TestDatabase(const TestDatabase&) = delete;
+    TestDatabase& operator=(const TestDatabase&) = delete;
+
+    db::Database& db() { return *m_db; }
+    const std::string& folder() const { return m_folder; }
+    const std::string& path() const { return m_path; }
+
+    // Native SQLite text, for setting up rows.
+    void exec(const std::string& sql);
+    // The first value of a query's first row (null when there is none).
+    platform::Value scalar(const std::string& sql);
+    // Every row of a query, each value as text, fields joined by "|".
+    std::vector<std::string> rows(const std::string& sql);
+    // A snapshot of every row of every table, to compare before and after.
+    std::vector<std::string> dump();
+
+private:
+    std::string m_folder;
+    std::string m_path;
+    std::unique_ptr<db::Database> m_db;
+};
+
+// Makes a temporary folder; the caller removes it.
+std::string makeTempFolder();
+void removeFolder(const std::string& folder);
+
+} // namespace ormex::test
