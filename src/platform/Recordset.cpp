@@ -40,6 +40,13 @@ Value Recordset::at(std::size_t row, std::string_view name) const
     return m_rows[row][static_cast<std::size_t>(c)];
 }
 
+Value Recordset::cell(std::size_t row, std::size_t column) const
+{
+    if (row >= m_rows.size() || column >= m_columns.size())
+        return {};
+    return m_rows[row][column];
+}
+
 FieldMap Recordset::currentRecord() const
 {
     FieldMap map;

@@ -33,6 +33,8 @@ public:
     Value field(std::size_t column) const;
     // Value of a field of any row, by row index.
     Value at(std::size_t row, std::string_view name) const;
+    // Value of any row by column position (two columns may share a name).
+    Value cell(std::size_t row, std::size_t column) const;
 
     // The current row as a field map (field name to value).
     FieldMap currentRecord() const;

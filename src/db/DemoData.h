@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Database.h"
+
+// The demo data that makes every screen meaningful on first start: card types and point tiers,
+// about two hundred cards in every status with balances and points, gifts, goods, warehouses,
+// payment methods, member records waiting for approval and the settings. The same cards are
+// seeded for a branch and for its headquarters; dates are relative to the platform clock.
+namespace ormex::db {
+
+enum class DemoRole { Branch, Headquarters };
+
+// The demo branch: BranchID 2, BranchNum "01"; headquarters: BranchID 1, BranchNum "00".
+inline constexpr const char* kDemoBranchNum = "01";
+inline constexpr int kDemoBranchId = 2;
+inline constexpr const char* kDemoHeadquartersNum = "00";
+inline constexpr int kDemoHeadquartersId = 1;
+
+// Seeds an empty database that has the schema, in one transaction. Throws DbError.
+void seedDemo(Database& db, DemoRole role);
+
+} // namespace ormex::db

@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "AdminCommands.h"
+#include "support/TestDatabase.h"
+
+using ormex::tools::runAdminCommand;
+
+namespace {
+
+struct Result
+{
+    int code;
+    std::string out, err;
+};
+
+Result run(std::vector<std::string> args)
+{
+    std::ostringstream out, err;
+    const int code = runAdminCommand(args, out, err);
+    return {code, out.str(), err.str()};
+}
+
+class AdminCommands : public ::testing::Test
+{
+protected:
+    std::string dir = ormex::test::makeTempFolder();
+    void TearDown() override { ormex::test::removeFolder(dir); }
+};
+
+} // namespace
+
+TEST_F(AdminCommands, CreateRunAndQuery)
+{
+    const std::string db = dir + "/a.db";
+    EXPECT_EQ(run({"create", db}).code, 0);
+    EXPECT_EQ(run({"create", db}).code, 1) << "an existing database is never overwritten";
+    std::ofstream(dir + "/batch.sql") << "insert into T_Pos_VipType (FTypeId,type_name) values ('01','金卡')\r\n"
+                                         "update T_Pos_VipType set FSavingFlag=1 where FTypeId='01'";
+    EXPECT_EQ(run({"run", db, dir + "/batch.sql"}).code, 0);
+    const Result query = run({"query", db, "select FTypeId,type_name,FSavingFlag from T_Pos_VipType"});
+    EXPECT_EQ(query.code, 0);
+    EXPECT_EQ(query.out, "FTypeId | type_name | FSavingFlag\n"
+                         "--------+-----------+------------\n"
+                         "01      | 金卡      | 1          \n"
+                         "(1 row)\n");
+}
+
+TEST_F(AdminCommands, FailuresExplainThemselvesAndChangeNothing)
+{
+    const std::string db = dir + "/a.db";
+    ASSERT_EQ(run({"create", db}).code, 0);
+    std::ofstream(dir + "/bad.sql") << "insert into T_Pos_VipType (FTypeId,type_name) values ('01','A')\r\n"
+                                       "insert into T_Pos_VipType (FTypeId,type_name) values ('01','B')";
+    const Result bad = run({"run", db, dir + "/bad.sql"});
+    EXPECT_EQ(bad.code, 1);
+    EXPECT_NE(bad.err.find("statement at line 2 failed"), std::string::npos) << bad.err;
+    EXPECT_NE(run({"query", db, "select count(*) as n from T_Pos_VipType"}).out.find("\n0\n"), std::string::npos);
+
+    EXPECT_EQ(run({"query", dir + "/missing.db", "select 1"}).code, 1);
+    EXPECT_FALSE(std::filesystem::exists(dir + "/missing.db")) << "opening never creates a database";
+    EXPECT_EQ(run({"frobnicate"}).code, 2);
+    EXPECT_EQ(run({"generate", db, "12a"}).code, 2);
+    EXPECT_EQ(run({"seed", db, "--role", "shop"}).code, 2);
+    EXPECT_EQ(run({"create", dir + "/no/such/folder.db"}).code, 1);
+    EXPECT_FALSE(std::filesystem::exists(dir + "/no"));
+}
+
+TEST_F(AdminCommands, DemoCreatesBothDatabasesOnce)
+{
+    const Result first = run({"demo", "--branch", dir + "/branch.db", "--hq", dir + "/HQ.db"});
+    EXPECT_EQ(first.code, 0) << first.err;
+    const Result again = run({"demo", "--branch", dir + "/branch.db", "--hq", dir + "/HQ.db"});
+    EXPECT_NE(again.out.find("kept"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(dir + "/branch.db.partial"));
+}
+
+TEST_F(AdminCommands, TheInstalledCommandExitsNonZeroOnFailure)
+{
+    const std::string command = std::string(ORMEX_DB_BINARY) + " query " + dir + "/none.db 'select 1' 2>/dev/null";
+    EXPECT_NE(std::system(command.c_str()), 0);
+    EXPECT_EQ(std::system((std::string(ORMEX_DB_BINARY) + " --help >/dev/null").c_str()), 0);
+}

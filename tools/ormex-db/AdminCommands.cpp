@@ -1,0 +1,190 @@
+#include "AdminCommands.h"
+
+#include <chrono>
+#include <functional>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "TablePrinter.h"
+#include "db/Database.h"
+#include "db/DbError.h"
+#include "db/DemoData.h"
+#include "db/LargeData.h"
+#include "db/Schema.h"
+#include "platform/NumberText.h"
+
+namespace ormex::tools {
+
+namespace {
+
+namespace fs = std::filesystem;
+using db::Database;
+
+const char* const kUsage =
+    "ormex-db: administration of OrmexCardManage databases\n"
+    "\n"
+    "  ormex-db create <db>                       new database with the schema\n"
+    "  ormex-db seed <db> --role branch|hq        add the demo data to a new database\n"
+    "  ormex-db demo --branch <db> --hq <db>      create the demo branch and headquarters\n"
+    "                                             databases (files that exist are kept)\n"
+    "  ormex-db generate <db> <count>             add <count> generated member cards\n"
+    "  ormex-db run <db> <batch-file>             run a T-SQL batch file in one transaction\n"
+    "  ormex-db query <db> <sql>                  run a query and print its rows\n"
+    "  ormex-db --help                            this text\n";
+
+struct UsageError : std::runtime_error
+{
+    using std::runtime_error::runtime_error;
+};
+
+// Builds a database in a temporary file beside the target and renames it into place, so that a
+// failure never leaves a half-made database behind.
+void createDatabase(const std::string& path, const std::function<void(Database&)>& fill)
+{
+    if (fs::exists(path))
+        throw db::DbError("database " + path + " already exists");
+    const fs::path target(path);
+    if (!target.parent_path().empty() && !fs::exists(target.parent_path()))
+        throw db::DbError("folder " + target.parent_path().string() + " does not exist");
+    const std::string temp = path + ".partial";
+    fs::remove(temp);
+    try {
+        {
+            auto database = Database::open(temp, Database::OpenMode::Create);
+            db::applySchema(*database);
+            if (fill)
+                fill(*database);
+            database->executeNative("PRAGMA wal_checkpoint(TRUNCATE)");
+        }
+        fs::remove(temp + "-wal");
+        fs::remove(temp + "-shm");
+        fs::rename(temp, path);
+    } catch (...) {
+        fs::remove(temp);
+        fs::remove(temp + "-wal");
+        fs::remove(temp + "-shm");
+        throw;
+    }
+}
+
+db::DemoRole parseRole(const std::string& role)
+{
+    if (role == "branch")
+        return db::DemoRole::Branch;
+    if (role == "hq")
+        return db::DemoRole::Headquarters;
+    throw UsageError("--role must be branch or hq, not '" + role + "'");
+}
+
+std::unique_ptr<Database> openExisting(const std::string& path)
+{
+    auto database = Database::open(path, Database::OpenMode::MustExist);
+    if (!db::hasSchema(*database))
+        throw db::DbError(path + " is not an OrmexCardManage database (run 'ormex-db create' first)");
+    return database;
+}
+
+std::string readFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        throw db::DbError("cannot read " + path);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+int run(const std::vector<std::string>& a, std::ostream& out)
+{
+    if (a.empty() || a[0] == "--help" || a[0] == "-h" || a[0] == "help") {
+        out << kUsage;
+        if (a.empty())
+            throw UsageError("no command given");
+        return 0;
+    }
+    const std::string& command = a[0];
+    auto need = [&](std::size_t n) {
+        if (a.size() != n)
+            throw UsageError("wrong arguments for '" + command + "'");
+    };
+    if (command == "create") {
+        need(2);
+        createDatabase(a[1], {});
+        out << "created " << a[1] << '\n';
+    } else if (command == "seed") {
+        need(4);
+        if (a[2] != "--role")
+            throw UsageError("seed needs --role branch|hq");
+        const db::DemoRole role = parseRole(a[3]);
+        auto database = openExisting(a[1]);
+        db::seedDemo(*database, role);
+        out << "seeded " << a[1] << '\n';
+    } else if (command == "demo") {
+        need(5);
+        std::string branch, hq;
+        for (std::size_t i = 1; i + 1 < a.size(); i += 2) {
+            if (a[i] == "--branch")
+                branch = a[i + 1];
+            else if (a[i] == "--hq")
+                hq = a[i + 1];
+            else
+                throw UsageError("unknown option '" + a[i] + "'");
+        }
+        if (branch.empty() || hq.empty())
+            throw UsageError("demo needs --branch and --hq");
+        for (const auto& [path, role] : {std::pair{hq, db::DemoRole::Headquarters}, std::pair{branch, db::DemoRole::Branch}}) {
+            if (fs::exists(path)) {
+                out << "kept " << path << '\n';
+                continue;
+            }
+            createDatabase(path, [role = role](Database& database) { db::seedDemo(database, role); });
+            out << "created " << path << '\n';
+        }
+    } else if (command == "generate") {
+        need(3);
+        const auto count = platform::parseNumber(a[2]);
+        if (!count || *count < 1 || *count != static_cast<double>(static_cast<long long>(*count)))
+            throw UsageError("the count must be a whole number above 0, not '" + a[2] + "'");
+        auto database = openExisting(a[1]);
+        const auto started = std::chrono::steady_clock::now();
+        db::generateCards(*database, static_cast<std::size_t>(*count), [&out](std::size_t done, std::size_t total) {
+            out << "\r" << done << " / " << total << std::flush;
+        });
+        const double seconds =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+        out << "\ngenerated " << static_cast<long long>(*count) << " cards in " << platform::formatFixed(seconds, 1)
+            << " s\n";
+    } else if (command == "run") {
+        need(3);
+        const std::string batch = readFile(a[2]);
+        auto database = openExisting(a[1]);
+        database->execute(batch);
+        out << "ran " << a[2] << '\n';
+    } else if (command == "query") {
+        need(3);
+        auto database = openExisting(a[1]);
+        printTable(out, database->query(a[2]));
+    } else {
+        throw UsageError("unknown command '" + command + "'");
+    }
+    return 0;
+}
+
+} // namespace
+
+int runAdminCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err)
+{
+    try {
+        return run(args, out);
+    } catch (const UsageError& error) {
+        err << "ormex-db: " << error.what() << " (see ormex-db --help)\n";
+        return 2;
+    } catch (const std::exception& error) {
+        err << "ormex-db: " << error.what() << '\n';
+        return 1;
+    }
+}
+
+} // namespace ormex::tools
