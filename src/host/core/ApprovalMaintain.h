@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "db/Database.h"
+#include "platform/BusinessObjects.h"
+
+// Member records waiting for approval: the pending copies in T_Pos_VipRecordCheck. Approving a
+// record makes its pending values the card's record and takes it off the waiting list.
+namespace ormex::host {
+
+class ApprovalMaintain : public platform::CheckMaintain
+{
+public:
+    explicit ApprovalMaintain(std::string databasePath) : m_path(std::move(databasePath)) {}
+
+    platform::RecordList getList(std::string& condition) override;
+    platform::RecordList getRalCurMCInfo() override;
+    // Throws when a record of the package has nothing waiting; then nothing is approved.
+    void updateMCApproveInfo(platform::RecordList& package) override;
+
+private:
+    db::Database& db();
+    std::string m_path;
+    std::unique_ptr<db::Database> m_db;
+    std::vector<std::string> m_lastCards;
+};
+
+} // namespace ormex::host

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "db/Database.h"
+#include "platform/BusinessObjects.h"
+
+// The host's card object: queries and batches on the session database, the numbered tables, and
+// the card operations (password check, card change, card update).
+namespace ormex::host {
+
+// The SQL of a numbered table with an optional condition on its columns.
+std::string tableInfoSql(int tableNo, const std::string& condition);
+
+class CardMaintain : public platform::MCMaintain
+{
+public:
+    explicit CardMaintain(std::string databasePath) : m_path(std::move(databasePath)) {}
+
+    platform::Recordset execQuery(const std::string& sql) override;
+    void executeSql(const std::string& propsString, const std::string& sql) override;
+    platform::Recordset getTableInfo(int tableNo, const std::string& condition, bool flag) override;
+    bool checkPassword(const platform::Value& item, const std::string& password) override;
+    bool checkCardExist(const std::string& cardNo, const std::string& condition) override;
+    bool checkCardTypeEqual(const std::string& cardNo, platform::Value& typeId) override;
+    std::string getCardTypeName(const std::string& cardNo) override;
+    long changeMemberCard(platform::Value& oldKey, platform::Value& oldKey2, std::string& newCardNo,
+                          platform::Value& newType) override;
+    bool updateMCInfo(platform::FieldMap& record, int mode, int& operationCode) override;
+
+private:
+    db::Database& db();
+    std::string m_path;
+    std::unique_ptr<db::Database> m_db;
+};
+
+} // namespace ormex::host

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "db/Database.h"
+#include "platform/Connection.h"
+
+// "ADODB.Connection": opens a database named by a connection text. The server "(local)" (also
+// "." and "localhost") is the embedded default: the file <Initial Catalog>.db in the host's data
+// folder. Any other server cannot be reached from this host. Opening never creates a database.
+namespace ormex::host {
+
+class DatabaseConnection : public platform::Connection
+{
+public:
+    explicit DatabaseConnection(std::string dataFolder) : m_dataFolder(std::move(dataFolder)) {}
+
+    void open(const std::string& connectionText) override;
+    bool isOpen() const override { return m_db != nullptr; }
+    void close() override { m_db.reset(); }
+    void execute(const std::string& batch) override;
+    platform::Recordset openRecordset(const std::string& sql) override;
+
+    // The database file a connection text names; throws when it names no reachable server.
+    std::string resolve(const std::string& connectionText) const;
+
+private:
+    db::Database& db();
+    std::string m_dataFolder;
+    std::unique_ptr<db::Database> m_db;
+};
+
+} // namespace ormex::host

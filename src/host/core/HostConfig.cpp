@@ -1,0 +1,81 @@
+#include "HostConfig.h"
+
+#include <fstream>
+#include <stdexcept>
+
+#include "platform/NumberText.h"
+#include "platform/Text.h"
+
+namespace ormex::host {
+
+std::string HostConfig::databasePath() const
+{
+    if (!databaseFile.empty() && databaseFile.front() == '/')
+        return databaseFile;
+    return dataFolder + "/" + databaseFile;
+}
+
+std::string HostConfig::propsString() const
+{
+    return "Database=" + databasePath() + ";UserID=" + std::to_string(userId) + ";Branch=" + branchNum.value_or("");
+}
+
+namespace {
+
+bool flag(const std::string& name, const std::string& value)
+{
+    if (value == "1" || platform::iequals(value, "true") || platform::iequals(value, "yes"))
+        return true;
+    if (value == "0" || platform::iequals(value, "false") || platform::iequals(value, "no"))
+        return false;
+    throw std::invalid_argument(name + " must be 0 or 1, not '" + value + "'");
+}
+
+} // namespace
+
+void HostConfig::set(const std::string& name, const std::string& value)
+{
+    if (name == "data")
+        dataFolder = value;
+    else if (name == "database")
+        databaseFile = value;
+    else if (name == "user-id") {
+        if (!platform::isAllDigits(value) || value.size() > 5)
+            throw std::invalid_argument("user-id must be a number, not '" + value + "'");
+        userId = std::stoi(value);
+    } else if (name == "user-name")
+        userName = value;
+    else if (name == "branch-id")
+        branchId = value;
+    else if (name == "branch-num")
+        branchNum = value;
+    else if (name == "is-branch")
+        isBranch = flag(name, value);
+    else if (name == "sv-share")
+        svCardShareType = flag(name, value);
+    else
+        throw std::invalid_argument("unknown setting '" + name + "'");
+}
+
+void HostConfig::readFile(const std::string& path)
+{
+    std::ifstream in(path);
+    if (!in)
+        throw std::runtime_error("cannot read " + path);
+    std::string line;
+    for (int number = 1; std::getline(in, line); ++number) {
+        const std::string text = platform::trim(line.substr(0, line.find('#')));
+        if (text.empty())
+            continue;
+        const std::size_t eq = text.find('=');
+        if (eq == std::string::npos)
+            throw std::runtime_error(path + ":" + std::to_string(number) + ": expected name=value");
+        try {
+            set(platform::trim(text.substr(0, eq)), platform::trim(text.substr(eq + 1)));
+        } catch (const std::invalid_argument& error) {
+            throw std::runtime_error(path + ":" + std::to_string(number) + ": " + error.what());
+        }
+    }
+}
+
+} // namespace ormex::host

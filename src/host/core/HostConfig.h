@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+// The session a host runs: where its database is, who is logged on and which branch this is.
+namespace ormex::host {
+
+struct HostConfig
+{
+    std::string dataFolder = "data";
+    std::string databaseFile = "branch.db";
+    int userId = 1;
+    std::string userName = "管理员";
+    // The shared properties of the session; a value that is not set is absent from the table.
+    std::optional<std::string> branchId = std::string("2");
+    std::optional<std::string> branchNum = std::string("01");
+    std::optional<bool> isBranch = true;
+    std::optional<bool> svCardShareType = true;
+
+    std::string databasePath() const;
+    // The session descriptor handed to the business objects.
+    std::string propsString() const;
+
+    // Sets one setting by its name in a config file or on the command line ("data",
+    // "database", "user-id", "user-name", "branch-id", "branch-num", "is-branch", "sv-share").
+    // Throws std::invalid_argument for an unknown name or a bad value.
+    void set(const std::string& name, const std::string& value);
+
+    // Reads `name=value` lines ('#' starts a comment). Throws std::runtime_error naming the file
+    // and line of a bad line.
+    void readFile(const std::string& path);
+};
+
+} // namespace ormex::host

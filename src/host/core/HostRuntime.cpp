@@ -1,0 +1,59 @@
+#include "HostRuntime.h"
+
+#include "ApprovalMaintain.h"
+#include "CardMaintain.h"
+#include "DatabaseConnection.h"
+#include "LocalLogServer.h"
+#include "MemberLists.h"
+#include "SessionProperties.h"
+#include "SettingsMaintain.h"
+#include "TaskLock.h"
+#include "db/Database.h"
+#include "db/DbError.h"
+#include "db/Schema.h"
+#include "platform/HostServices.h"
+
+namespace ormex::host {
+
+HostRuntime::HostRuntime(HostConfig config)
+    : m_config(std::move(config)), m_session(TaskLock::currentSession()),
+      m_processId(platform::HostServices::instance().systemInfo().processId())
+{
+    {
+        auto db = db::Database::open(m_config.databasePath(), db::Database::OpenMode::MustExist);
+        if (!db::hasSchema(*db))
+            throw db::OpenError(m_config.databasePath() + " is not an OrmexCardManage database");
+    }
+    auto& services = platform::HostServices::instance();
+    services.setEnvironment(std::make_shared<SessionEnvironment>(m_config.userName, m_config.userId));
+    services.publishSharedProperties(m_processId, std::make_shared<SessionPropertyTable>(m_config));
+
+    const std::string path = m_config.databasePath();
+    const std::string folder = m_config.dataFolder;
+    const int user = m_config.userId;
+    const std::string session = m_session;
+    const long pid = m_processId;
+    const std::string host = platform::HostServices::instance().systemInfo().computerName().value_or("localhost");
+    const std::string props = m_config.propsString();
+    auto& factory = services.factory();
+    factory.registerClass("OrmexMCardManage.MCMaintain", [path] { return std::make_shared<CardMaintain>(path); });
+    factory.registerClass("OrmexMCardManage.CheckMaintain", [path] { return std::make_shared<ApprovalMaintain>(path); });
+    factory.registerClass("OrmexMCardManage.ConfigMaintain", [path] { return std::make_shared<SettingsMaintain>(path); });
+    factory.registerClass("OrmexMMCBaseData.VIPMaintain", [path] { return std::make_shared<MemberLists>(path); });
+    factory.registerClass("OrmexEBSBase.LogServer", [path, user] { return std::make_shared<LocalLogServer>(path, user); });
+    factory.registerClass("ADODB.Connection", [folder] { return std::make_shared<DatabaseConnection>(folder); });
+    factory.registerClass("OrmexPropsMgr.ShareProps", [=] {
+        return std::make_shared<PropertyManager>(
+            props, [=] { return std::make_shared<TaskLock>(path, session, pid, host, user); });
+    });
+}
+
+HostRuntime::~HostRuntime()
+{
+    auto& services = platform::HostServices::instance();
+    services.publishSharedProperties(m_processId, nullptr);
+    services.factory().unregisterAll();
+    services.setEnvironment(nullptr);
+}
+
+} // namespace ormex::host

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "platform/BusinessObjects.h"
+
+// The host's operation log: one row of t_OperLog per logged operation.
+namespace ormex::host {
+
+class LocalLogServer : public platform::LogServer
+{
+public:
+    explicit LocalLogServer(std::string databasePath, int userId)
+        : m_path(std::move(databasePath)), m_userId(userId)
+    {
+    }
+    void writeLog(const std::string& propsString, const std::string& functionId, int type,
+                  const std::string& description, const std::string& machineName, const std::string& address) override;
+
+private:
+    std::string m_path;
+    int m_userId;
+};
+
+} // namespace ormex::host

@@ -1,0 +1,47 @@
+#include "MemberLists.h"
+
+#include <stdexcept>
+
+#include "platform/Text.h"
+
+namespace ormex::host {
+
+namespace {
+
+const char* const kStatusName =
+    "case FCardStatus when '0' then '正常' when '1' then '失效' when '2' then '挂失' when '3' then '作废' "
+    "when '4' then '黑名单' when '9' then '未使用' else '' end";
+
+} // namespace
+
+std::string memberListSql(int listNo, const std::string& condition)
+{
+    std::string base = std::string("select * from (select r.*, t.type_name as type_name, t.type_name as FCardTypeName, ") +
+                       kStatusName + " as status_name, r.FAccNum-r.FDecNum as cur_num from T_Pos_VipRecord r "
+                                     "left join T_Pos_VipType t on t.FTypeId=r.FCardType) v";
+    if (listNo == 51)
+        base += " where FCardStatus='9' and FDeleted=0";
+    else if (listNo != 50)
+        throw std::invalid_argument("no member list " + std::to_string(listNo));
+    if (platform::trim(condition).empty())
+        return base;
+    return base + (listNo == 51 ? " and (" : " where (") + condition + ")";
+}
+
+std::string MemberLists::getListSql(const std::string& condition, const std::string&)
+{
+    return memberListSql(m_list, condition);
+}
+
+platform::Recordset MemberLists::getListRecordset(const std::string& condition, const std::string& second)
+{
+    auto db = db::Database::open(m_path);
+    return db->query(getListSql(condition, second));
+}
+
+platform::RecordList MemberLists::getList(const std::string& condition, const std::string& second)
+{
+    return getListRecordset(condition, second).toRecordList();
+}
+
+} // namespace ormex::host

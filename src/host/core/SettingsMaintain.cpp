@@ -1,0 +1,24 @@
+#include "SettingsMaintain.h"
+
+#include "SqlText.h"
+
+namespace ormex::host {
+
+platform::FieldMap SettingsMaintain::getConfigInfo(const std::string& category)
+{
+    auto db = db::Database::open(m_path);
+    auto rs = db->query("select FKey, FValue from t_SystemProfile where FCategory=" + quoted(category));
+    platform::FieldMap settings;
+    for (; !rs.atEnd(); rs.moveNext())
+        settings.set(rs.field("FKey").toString(), rs.field("FValue").toString());
+    return settings;
+}
+
+bool SettingsMaintain::saveConfigInfo(std::string& batch)
+{
+    auto db = db::Database::open(m_path);
+    db->execute(batch);
+    return true;
+}
+
+} // namespace ormex::host

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/Value.h"
+
+// The member-card component's one public class. The host loads libOrmexCardManage.so on demand,
+// creates the application through the C entry points of EntryPoints.cpp and calls it through
+// this interface.
+namespace ormex::module {
+
+class Application
+{
+public:
+    virtual ~Application() = default;
+
+    // Opens screen CFuncID (1 card maintenance, 2 member settings, 3 card approval, 4 points and
+    // gifts, 5 stored-value cards) modally and returns when it is closed. For 4 and 5 the
+    // parameter names the tab to open on. Throws std::invalid_argument for a number that has no
+    // screen; nothing is shown then.
+    virtual void ShowForm(int CFuncID, const platform::Value& FunClassParam = platform::Value(0)) = 0;
+    // True when the headquarters database can be opened.
+    virtual bool ConnHQ() = 0;
+};
+
+} // namespace ormex::module
+
+extern "C" {
+ormex::module::Application* OrmexCardManage_CreateApplication();
+void OrmexCardManage_DestroyApplication(ormex::module::Application* application);
+int OrmexCardManage_CanUnloadNow();
+int OrmexCardManage_RegisterServer();
+int OrmexCardManage_UnregisterServer();
+}

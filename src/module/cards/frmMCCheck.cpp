@@ -1,0 +1,255 @@
+#include "frmMCCheck.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPalette>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "ApprovalCondition.h"
+#include "module/frame/Grid.h"
+#include "module/frame/GridHelpers.h"
+#include "module/widgets/InputField.h"
+#include "platform/Clock.h"
+#include "platform/HostServices.h"
+#include "platform/Text.h"
+
+namespace ormex::module::cards {
+
+namespace {
+
+const char* const kCaptions = "A,行号,分店机构,编辑日期,卡类型,会员卡号,卡面卡号,姓名,卡状态,限用次数,会费,入会日期,有效期从,有效期至,业务员,流水号";
+const char* const kFields = "chk,index,FBranchno,FModifyDate,type_name,FCardId,FCardFlowno,FVipName,status_name,limit_use,"
+                            "FVipTax,FOperDate,FVipStartDate,FVipEndDate,salesman,FFlowId";
+const char* const kWidths = "3,5,10,10,10,10,10,10,10,10,10,10,10,10,10,10";
+const char* const kTypes = "10,13,1,0,1,1,1,1,1,1,13,0,0,0,1,13";
+const char* const kHidden = "0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,1";
+const char* const kLocked = "0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0";
+
+struct DetailField
+{
+    const char* caption;
+    const char* field;
+};
+const DetailField kDetails[15] = {
+    {"性别：", "FVipSex"},      {"出生日期：", "birthday"},   {"婚姻状况：", "marriage"}, {"手机：", "mobile"},
+    {"固定电话：", "FVipTel"},  {"工作单位：", "company"},    {"E_Mail：", "FVipEmail"},  {"证件号：", "FSocialId"},
+    {"联系地址：", "FVipAdd"},  {"邮政编码：", "FVipZip"},    {"收入水平：", "FSalaryLevel"}, {"文化程度：", "degree"},
+    {"爱好：", "favor"},        {"备注：", "memo"},           {"民族：", "nation"},
+};
+
+constexpr int kCheckColumnWidthChars = 3;
+
+std::shared_ptr<platform::CheckMaintain> checkMaintain()
+{
+    return platform::HostServices::instance().factory().createAs<platform::CheckMaintain>(
+        "OrmexMCardManage.CheckMaintain");
+}
+
+const platform::FieldMap* findCard(const platform::RecordList& list, const std::string& cardId)
+{
+    for (const auto& item : list)
+        if (item.text("FCardId") == cardId)
+            return &item;
+    return nullptr;
+}
+
+void setTextColour(widgets::InputField* field, bool red)
+{
+    QPalette palette = field->edit()->palette();
+    palette.setColor(QPalette::Text, red ? QColor(255, 0, 0) : QColor(0, 0, 0));
+    field->edit()->setPalette(palette);
+}
+
+} // namespace
+
+frmMCCheck::frmMCCheck(QWidget* parent) : frame::ModuleForm(parent)
+{
+    setObjectName("frmMCCheck");
+    setWindowTitle(QStringLiteral("会员档案审核"));
+    buildUi();
+}
+
+void frmMCCheck::buildUi()
+{
+    auto* root = new QVBoxLayout(this);
+    auto* conditions = new QGridLayout;
+    m_iptCon[0] = new widgets::InputField("iptCon_0", QStringLiteral("会员卡号："), this);
+    m_iptCon[1] = new widgets::InputField("iptCon_1", QStringLiteral("姓名："), this);
+    m_iptCon[3] = new widgets::InputField("iptCon_3", QString(), this);
+    m_iptCon[5] = new widgets::InputField("iptCon_5", QStringLiteral("分店机构："), this);
+    m_iptCon[6] = new widgets::InputField("iptCon_6", QStringLiteral("手机："), this);
+    m_operators = new QComboBox(this);
+    m_operators->setObjectName("iptCon_2");
+    m_statuses = new QComboBox(this);
+    m_statuses->setObjectName("iptCon_4");
+    auto listRow = [this](const QString& caption, QComboBox* list) {
+        auto* row = new QHBoxLayout;
+        auto* label = new QLabel(caption, this);
+        label->setMinimumWidth(84);
+        row->addWidget(label);
+        row->addWidget(list, 1);
+        return row;
+    };
+    conditions->addWidget(m_iptCon[0], 0, 0);
+    conditions->addWidget(m_iptCon[1], 0, 1);
+    conditions->addLayout(listRow(QStringLiteral("编辑日期："), m_operators), 0, 2);
+    conditions->addWidget(m_iptCon[3], 0, 3);
+    conditions->addLayout(listRow(QStringLiteral("卡状态："), m_statuses), 1, 0);
+    conditions->addWidget(m_iptCon[5], 1, 1);
+    conditions->addWidget(m_iptCon[6], 1, 2);
+    m_cmdQuery = new QPushButton(QStringLiteral("查询"), this);
+    m_cmdQuery->setObjectName("cmdQuery");
+    conditions->addWidget(m_cmdQuery, 1, 3);
+    root->addLayout(conditions);
+
+    m_grid = new frame::Grid(this);
+    m_grid->setObjectName("fpCardList");
+    root->addWidget(m_grid, 1);
+
+    auto* detail = new QGridLayout;
+    for (int i = 0; i < 15; ++i) {
+        auto* field = new widgets::InputField(QStringLiteral("iptMember_%1").arg(i),
+                                              QString::fromUtf8(kDetails[i].caption), this);
+        field->edit()->setReadOnly(true);
+        m_iptMember[static_cast<std::size_t>(i)] = field;
+        detail->addWidget(field, i / 3, i % 3);
+    }
+    root->addLayout(detail);
+
+    auto* buttons = new QHBoxLayout;
+    m_chkSel = new QCheckBox(QStringLiteral("全选"), this);
+    m_chkSel->setObjectName("chkSel");
+    buttons->addWidget(m_chkSel);
+    buttons->addStretch();
+    m_cmdCheck = new QPushButton(QStringLiteral("审核"), this);
+    m_cmdCheck->setObjectName("cmdCheck");
+    m_cmdCancel = new QPushButton(QStringLiteral("取消(&c)"), this);
+    m_cmdCancel->setObjectName("cmdCancel");
+    for (QPushButton* button : {m_cmdQuery, m_cmdCheck, m_cmdCancel})
+        button->setAutoDefault(false);
+    buttons->addWidget(m_cmdCheck);
+    buttons->addWidget(m_cmdCancel);
+    root->addLayout(buttons);
+
+    connect(m_cmdQuery, &QPushButton::clicked, this, &frmMCCheck::onQuery);
+    connect(m_cmdCheck, &QPushButton::clicked, this, &frmMCCheck::onApprove);
+    connect(m_cmdCancel, &QPushButton::clicked, this, &QDialog::close);
+    connect(m_chkSel, &QCheckBox::clicked, this, &frmMCCheck::onSelectAll);
+    connect(m_grid, &QTableWidget::cellClicked, this, [this](int row, int) { onRowClicked(row); });
+    // The check-box column keeps its width.
+    connect(m_grid->horizontalHeader(), &QHeaderView::sectionResized, this, [this](int section, int, int) {
+        if (section == 0)
+            frame::SetColumnWidthChars(*m_grid, 0, kCheckColumnWidthChars);
+    });
+    resize(1000, 640);
+}
+
+void frmMCCheck::loadForm()
+{
+    m_approvalList.reset();
+    m_currentList.reset();
+    for (auto* field : m_iptCon)
+        if (field)
+            field->clear();
+    for (auto* field : m_iptMember)
+        field->clear();
+    m_operators->clear();
+    for (const auto& entry : approvalOperatorEntries())
+        m_operators->addItem(QString::fromStdString(entry));
+    m_operators->setCurrentIndex(0);
+    m_statuses->clear();
+    for (const auto& entry : approvalStatusEntries())
+        m_statuses->addItem(QString::fromStdString(entry));
+    m_statuses->setCurrentIndex(-1);
+    m_iptCon[3]->setText(QString::fromStdString(platform::today().toString()));
+    m_chkSel->setChecked(false);
+    frame::SetupGridColumns(*m_grid, kCaptions, kFields, kWidths, kTypes, kHidden, kLocked);
+}
+
+std::string frmMCCheck::buildCondition() const
+{
+    ApprovalConditionInput input;
+    input.cardId = m_iptCon[0]->textStd();
+    input.name = m_iptCon[1]->textStd();
+    input.operatorEntry = m_operators->currentText().toStdString();
+    input.date = m_iptCon[3]->textStd();
+    input.statusEntry = m_statuses->currentIndex() < 0 ? std::string() : m_statuses->currentText().toStdString();
+    input.branchNo = m_iptCon[5]->textStd();
+    input.mobile = m_iptCon[6]->textStd();
+    return buildApprovalCondition(input);
+}
+
+void frmMCCheck::onQuery()
+{
+    std::string condition = buildCondition();
+    m_approvalList.reset();
+    m_currentList.reset();
+    try {
+        auto maintain = checkMaintain();
+        m_approvalList = maintain->getList(condition);
+        m_currentList = maintain->getRalCurMCInfo();
+    } catch (const std::exception& error) {
+        platform::HostServices::instance().messages().error(error.what());
+    }
+    if (!m_approvalList) {
+        m_grid->setRowCount(0);
+        return;
+    }
+    frame::FillGrid(*m_grid, *m_approvalList, m_currentList ? &*m_currentList : nullptr);
+}
+
+void frmMCCheck::onRowClicked(int row)
+{
+    const int cardColumn = m_grid->columnOf(QStringLiteral("FCardId"));
+    const std::string cardId = m_grid->cellText(row, cardColumn).toStdString();
+    if (!m_currentList || !m_approvalList)
+        return;
+    const platform::FieldMap* current = findCard(*m_currentList, cardId);
+    const platform::FieldMap* pending = findCard(*m_approvalList, cardId);
+    if (!current)
+        return;
+    for (int i = 0; i < 15; ++i) {
+        const std::string value = pending ? pending->text(kDetails[i].field) : std::string();
+        auto* field = m_iptMember[static_cast<std::size_t>(i)];
+        field->setText(QString::fromStdString(value));
+        setTextColour(field, value != current->text(kDetails[i].field));
+    }
+}
+
+void frmMCCheck::onSelectAll()
+{
+    const bool ticked = m_chkSel->isChecked();
+    for (int row = 0; row < m_grid->rowCount(); ++row)
+        m_grid->setChecked(row, 0, ticked);
+}
+
+void frmMCCheck::onApprove()
+{
+    if (m_grid->rowCount() == 0)
+        return;
+    std::vector<int> ticked;
+    for (int row = 0; row < m_grid->rowCount(); ++row)
+        if (m_grid->isChecked(row, 0))
+            ticked.push_back(row);
+    if (ticked.empty()) {
+        platform::HostServices::instance().messages().message("您没有选择任何信息");
+        return;
+    }
+    platform::RecordList package = frame::TickedRows(*m_grid);
+    try {
+        checkMaintain()->updateMCApproveInfo(package);
+    } catch (const std::exception& error) {
+        platform::HostServices::instance().messages().error(error.what());
+        return;
+    }
+    for (auto it = ticked.rbegin(); it != ticked.rend(); ++it)
+        m_grid->removeRow(*it);
+}
+
+} // namespace ormex::module::cards

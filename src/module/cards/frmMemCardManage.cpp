@@ -1,0 +1,330 @@
+#include "frmMemCardManage.h"
+
+#include <QCloseEvent>
+#include <QFont>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPrintDialog>
+#include <QPrinter>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "CardSearchRules.h"
+#include "module/frame/CardRules.h"
+#include "module/frame/Gateway.h"
+#include "module/frame/Session.h"
+#include "module/widgets/InputField.h"
+#include "platform/HostServices.h"
+#include "platform/Text.h"
+
+namespace ormex::module::cards {
+
+namespace {
+
+const char* const kItemCaptions[11] = {"卡    号", "发卡金额：", "卡面编号", "操 作 员", "剩余积分", "姓    名",
+                                       "卡 状 态", "有效期至", "发卡时间", "卡 余 额", "卡 类 别"};
+const char* const kStatusCaptions[7] = {"挂失", "恢复", "延期", "换卡", nullptr, "作废", "设置密码"};
+
+platform::MessageService& messages() { return platform::HostServices::instance().messages(); }
+
+} // namespace
+
+frmMemCardManage::frmMemCardManage(QWidget* parent) : frame::ModuleForm(parent)
+{
+    setObjectName("frmMemCardManage");
+    setWindowTitle(QStringLiteral("会员卡管理"));
+    buildUi();
+}
+
+frmMemCardManage::~frmMemCardManage() = default;
+
+void frmMemCardManage::buildUi()
+{
+    auto* root = new QVBoxLayout(this);
+    auto* searchRow = new QHBoxLayout;
+    m_itNumber = new widgets::InputField("itNumber", QStringLiteral("会员卡号/手机号*"), this);
+    m_itNumber->setLookupButton(true);
+    m_itNumber->setToolTip(QStringLiteral("可输入手机号码查询"));
+    m_itNumber->edit()->setToolTip(QStringLiteral("可输入手机号码查询"));
+    m_itNumber->setKeyFilter(&isCardNumberKey);
+    m_cmdSearch = new QPushButton(QStringLiteral("查询(&O)"), this);
+    m_cmdSearch->setObjectName("cmdSearch");
+    searchRow->addWidget(m_itNumber, 1);
+    searchRow->addWidget(m_cmdSearch);
+    root->addLayout(searchRow);
+
+    auto* info = new QGridLayout;
+    // Two columns of information, in the order an operator reads a card.
+    const int order[11] = {0, 2, 5, 10, 6, 7, 9, 4, 3, 8, 1};
+    for (int k = 0; k < 11; ++k) {
+        const int i = order[k];
+        auto* field = new widgets::InputField(QStringLiteral("itItem_%1").arg(i), QString::fromUtf8(kItemCaptions[i]), this);
+        field->setReadOnlyDisplay(true);
+        m_itItem[static_cast<std::size_t>(i)] = field;
+        info->addWidget(field, k / 2, k % 2);
+    }
+    root->addLayout(info);
+
+    auto* buttons = new QHBoxLayout;
+    for (int i = 0; i < 7; ++i) {
+        if (!kStatusCaptions[i])
+            continue;
+        auto* button = new QPushButton(QString::fromUtf8(kStatusCaptions[i]), this);
+        button->setObjectName(QStringLiteral("cmdStatus_%1").arg(i));
+        button->setAutoDefault(false);
+        m_cmdStatus[static_cast<std::size_t>(i)] = button;
+        buttons->addWidget(button);
+        connect(button, &QPushButton::clicked, this, [this, i] { onStatusClicked(i); });
+    }
+    buttons->addStretch();
+    m_cmdPrint = new QPushButton(QStringLiteral("打印(&P)"), this);
+    m_cmdPrint->setObjectName("cmdPrint");
+    m_cmdCancel = new QPushButton(QStringLiteral("取消(&C)"), this);
+    m_cmdCancel->setObjectName("cmdCancel");
+    for (QPushButton* button : {m_cmdSearch, m_cmdPrint, m_cmdCancel})
+        button->setAutoDefault(false);
+    buttons->addWidget(m_cmdPrint);
+    buttons->addWidget(m_cmdCancel);
+    root->addLayout(buttons);
+
+    connect(m_cmdSearch, &QPushButton::clicked, this, &frmMemCardManage::onSearchClicked);
+    connect(m_itNumber, &widgets::InputField::returnPressed, this, &frmMemCardManage::onSearchClicked);
+    connect(m_itNumber, &widgets::InputField::lookupRequested, this, &frmMemCardManage::onLookup);
+    connect(m_itNumber, &widgets::InputField::focusEntered, this, &frmMemCardManage::attachNameList);
+    connect(m_itNumber, &widgets::InputField::keyReleased, this, &frmMemCardManage::attachNameList);
+    connect(m_cmdPrint, &QPushButton::clicked, this, &frmMemCardManage::onPrint);
+    connect(m_cmdCancel, &QPushButton::clicked, this, &QDialog::close);
+    resize(640, 360);
+}
+
+void frmMemCardManage::loadForm()
+{
+    m_card.reset();
+    m_searchKey.clear();
+    m_cardType = {};
+    m_itNumber->clear();
+    for (auto* field : m_itItem)
+        field->clear();
+    for (auto* button : m_cmdStatus)
+        if (button)
+            button->setEnabled(false);
+    m_cmdPrint->setEnabled(false);
+    m_itNumber->setFocus();
+}
+
+void frmMemCardManage::clearCardInformation()
+{
+    for (auto* field : m_itItem)
+        field->clear();
+    for (auto* button : m_cmdStatus)
+        if (button)
+            button->setEnabled(false);
+}
+
+void frmMemCardManage::onSearchClicked()
+{
+    const std::string text = platform::trimRight(m_itNumber->textStd());
+    if (text.empty()) {
+        messages().message("请输入会员卡号!");
+        clearCardInformation();
+        m_itNumber->setFocus();
+        return;
+    }
+    m_searchKey = text;
+    cardSearch();
+    if (!m_itNumber->text().isEmpty())
+        refreshCardTypeFlag();
+}
+
+void frmMemCardManage::cardSearch()
+{
+    m_card.reset();
+    if (m_searchKey.empty())
+        return;
+    bool shown = false;
+    try {
+        auto list = frame::GetVipRecordList(50, cardSearchCondition(m_searchKey));
+        if (list && list->empty())
+            list = frame::GetVipRecordList(50, faceNumberSearchCondition(m_searchKey));
+        if (list) {
+            const std::string field = m_itNumber->textStd();
+            std::string refusal;
+            if (list->empty()) {
+                refusal = "不存在会员卡【" + field + "】,或该卡已被禁用！";
+            } else if (list->size() >= 2) {
+                refusal = "存在多个对应的卡面卡号，无法查询！";
+            } else {
+                m_card = list->front();
+                const long status = m_card->value("FCardStatus").toInt();
+                if (status == 9)
+                    refusal = "会员卡【" + field + "】还未使用！";
+                else if (status == 3)
+                    refusal = "会员卡【" + field + "】已经作废！";
+            }
+            if (!refusal.empty()) {
+                messages().message(refusal);
+                clearCardInformation();
+                m_itNumber->clear();
+                m_itNumber->setFocus();
+                m_cmdPrint->setEnabled(false);
+            } else {
+                showCardInformation();
+                m_searchKey = m_card->text("FCardId");
+                m_cardType = m_card->value("FCardType");
+                applyStatusButtons(static_cast<int>(m_card->value("FCardStatus").toInt()),
+                                   m_card->value("FSavingFlag").toBool());
+                m_cmdPrint->setEnabled(true);
+                shown = true;
+            }
+        }
+    } catch (const std::exception&) {
+        // A failing read leaves the screen without a card; the operator can search again.
+    }
+    if (!shown) {
+        m_itemId = 0;
+        m_editMode = 1;
+        m_card = platform::FieldMap{};
+    }
+}
+
+void frmMemCardManage::showCardInformation()
+{
+    const auto texts = cardInformationTexts(*m_card);
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        if (i != 1)
+            m_itItem[i]->setText(QString::fromStdString(texts[i]));
+    m_itItem[6]->setText(QString::fromStdString(
+        frame::GetStatusName(static_cast<int>(m_card->value("FCardStatus").toInt()))));
+}
+
+void frmMemCardManage::applyStatusButtons(int status, bool savingCard)
+{
+    const auto enabled = statusButtons(status, savingCard);
+    for (std::size_t i = 0; i < enabled.size(); ++i)
+        if (m_cmdStatus[i])
+            m_cmdStatus[i]->setEnabled(enabled[i]);
+}
+
+void frmMemCardManage::refreshCardTypeFlag()
+{
+    if (!frame::IsHQLinkedBranch())
+        return;
+    try {
+        const std::string key = platform::trim(m_itNumber->textStd());
+        const platform::Value flag = frame::GetCardTypeColumn(key, "FSavingFlag");
+        m_cmdStatus[6]->setEnabled(flag.toBool());
+    } catch (const std::exception&) {
+    }
+}
+
+void frmMemCardManage::onLookup()
+{
+    const std::string text = m_itNumber->textStd();
+    platform::LookupResult result;
+    try {
+        result = frame::ShowLookup(50, text, kSearchLookupFilter, text);
+    } catch (const std::exception& error) {
+        messages().error(error.what());
+        return;
+    }
+    if (!result.returnOk || result.returnObject.empty())
+        return;
+    m_itNumber->setText(QString::fromStdString(result.returnObject.front().text("FCardId")));
+    onSearchClicked();
+}
+
+void frmMemCardManage::attachNameList()
+{
+    try {
+        if (!m_nameList)
+            m_nameList = platform::HostServices::instance().factory().createAs<platform::GLNameList>(
+                "OrmexGLNameListLib2.GLNameList");
+        else
+            m_nameList->detach();
+        m_nameList->setLookUpClassId(50);
+        m_nameList->setFilter(kSearchLookupFilter);
+        m_nameList->setNoKeyDownKeyUp(false);
+        m_nameList->setHotTrace(false);
+        m_nameList->attach(m_itNumber->edit(), 18);
+        m_nameList->showNameListWindow();
+    } catch (const std::exception&) {
+        // The name list is a convenience: without it the operator types the whole number.
+    }
+}
+
+std::string frmMemCardManage::sheetRowText(int row) const
+{
+    auto cell = [this](int i) {
+        return SheetCell{m_itItem[static_cast<std::size_t>(i)]->caption().toStdString(),
+                         m_itItem[static_cast<std::size_t>(i)]->textStd()};
+    };
+    switch (row) {
+    case 2:
+        return cardSheetRow({cell(2), cell(5)});
+    case 3:
+        return cardSheetRow({cell(0), cell(6)});
+    case 4:
+        return cardSheetRow({cell(7), cell(8)});
+    case 5:
+        return cardSheetRow({cell(3), cell(9)});
+    case 6:
+        return cardSheetRow({cell(4)});
+    default:
+        return {};
+    }
+}
+
+void frmMemCardManage::printSheet(QPrinter& printer) const
+{
+    // Six rows by four columns (caption, value, caption, value), widths 1200/3000/1200/3000
+    // twips, font size 8, left aligned.
+    QPainter painter(&printer);
+    QFont font(QStringLiteral("Noto Sans CJK SC"));
+    font.setPointSize(8);
+    painter.setFont(font);
+    const double dotsPerTwip = printer.logicalDpiX() / 1440.0;
+    const int widths[4] = {1200, 3000, 1200, 3000};
+    const int rowHeight = static_cast<int>(300 * printer.logicalDpiY() / 1440.0);
+    int y = rowHeight;
+    for (int row = 1; row <= 6; ++row, y += rowHeight) {
+        const auto cells = platform::split(sheetRowText(row), '|');
+        int x = 0;
+        for (int c = 0; c < 4; ++c) {
+            const int width = static_cast<int>(widths[c] * dotsPerTwip);
+            if (static_cast<std::size_t>(c) < cells.size())
+                painter.drawText(QRect(x, y, width, rowHeight), Qt::AlignLeft | Qt::AlignVCenter,
+                                 QString::fromStdString(cells[static_cast<std::size_t>(c)]));
+            x += width;
+        }
+    }
+}
+
+void frmMemCardManage::onPrint()
+{
+    QPrinter printer(QPrinter::HighResolution);
+    QPrintDialog dialog(&printer, this);
+    if (dialog.exec() == QDialog::Accepted)
+        printSheet(printer);
+}
+
+void frmMemCardManage::releaseTask()
+{
+    if (m_task > 0)
+        frame::CommitTask(m_task);
+}
+
+void frmMemCardManage::closeEvent(QCloseEvent* event)
+{
+    releaseTask();
+    if (m_nameList) {
+        try {
+            m_nameList->detach();
+        } catch (const std::exception&) {
+        }
+    }
+    frame::ModuleForm::closeEvent(event);
+}
+
+} // namespace ormex::module::cards

@@ -1,0 +1,208 @@
+// The status operations of the card screen: report loss, restore, extend, change card, void and
+// set password. Each runs under its rights code and the task lock, needs the headquarters link
+// in a linked branch, asks for confirmation, saves through the card object, repeats its
+// statement at headquarters with a log row, and refreshes the screen.
+#include "frmMemCardManage.h"
+
+#include "dlgChangeCard.h"
+#include "dlgPWD.h"
+#include "module/frame/CardRules.h"
+#include "module/frame/Gateway.h"
+#include "module/hq/HqLink.h"
+#include "module/hq/OperationLog.h"
+#include "module/widgets/InputField.h"
+#include "platform/Clock.h"
+#include "platform/HostServices.h"
+#include "platform/Text.h"
+
+namespace ormex::module::cards {
+
+namespace {
+
+platform::MessageService& messages() { return platform::HostServices::instance().messages(); }
+
+constexpr long kCardTask = 2002;
+constexpr int kCardStatusOnline = 4;
+
+} // namespace
+
+void frmMemCardManage::onStatusClicked(int index)
+{
+    const auto operation = static_cast<CardOperation>(index);
+    const OperationInfo info = operationInfo(operation);
+    try {
+        if (m_task > 0)
+            frame::CommitTask(m_task);
+        m_task = frame::ExecFunc(kCardTask, platform::Value(m_searchKey), info.rightsCode);
+        if (m_task <= 0)
+            return;
+        m_operationCode = info.operationCode;
+
+        if (cardShown() && hq::CheckHQOnline(kCardStatusOnline)) {
+            const int status = static_cast<int>(m_card->value("FCardStatus").toInt());
+            switch (operation) {
+            case CardOperation::ReportLoss:
+                reportLoss(status);
+                break;
+            case CardOperation::Restore:
+                restore(status);
+                break;
+            case CardOperation::Extend:
+                extend();
+                break;
+            case CardOperation::ChangeCard:
+                changeCard(status);
+                break;
+            case CardOperation::Void:
+                voidCard(status);
+                break;
+            case CardOperation::SetPassword:
+                setPassword();
+                break;
+            }
+        }
+        cardSearch();
+        m_itNumber->setFocus();
+    } catch (const std::exception& error) {
+        frame::CommitTask(m_task);
+        messages().error(error.what());
+    }
+}
+
+bool frmMemCardManage::saveChange(platform::FieldMap& change)
+{
+    bool saved = false;
+    if (!m_itNumber->text().isEmpty()) {
+        auto maintain = platform::HostServices::instance().factory().createAs<platform::MCMaintain>(
+            "OrmexMCardManage.MCMaintain");
+        int operationCode = m_operationCode;
+        saved = maintain->updateMCInfo(change, 4, operationCode);
+    }
+    change = {};
+    m_card.reset();
+    return saved;
+}
+
+void frmMemCardManage::forward(const std::string& statement) { hq::LogOnHQ(statement, kCardStatusOnline); }
+
+void frmMemCardManage::reportLoss(int status)
+{
+    if (status != 0 && status != 1) {
+        messages().message("操作失败，会员卡只能在正常或失效状态下挂失！");
+        return;
+    }
+    if (!messages().question("挂失后会员卡将暂停使用，是否继续？", "信息提示", platform::MessageIcon::Question))
+        return;
+    platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 2}};
+    if (!saveChange(change))
+        return;
+    forward(statusUpdateStatement('2', m_searchKey));
+    messages().message("会员卡(" + platform::trimRight(m_itNumber->textStd()) + ")" + frame::GetStatusName(2) +
+                       "操作成功！");
+}
+
+void frmMemCardManage::restore(int status)
+{
+    if (status != 1 && status != 2 && status != 3) {
+        messages().message("操作失败，会员卡在该状态下不能恢复！");
+        return;
+    }
+    if (!messages().question("确定恢复会员卡【" + m_searchKey + "】?", "信息提示", platform::MessageIcon::Information))
+        return;
+    platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 0}};
+    if (!saveChange(change))
+        return;
+    forward(statusUpdateStatement('0', m_searchKey));
+    messages().message("会员卡(" + m_searchKey + ")恢复操作成功！");
+}
+
+void frmMemCardManage::extend()
+{
+    long days = 0;
+    for (;;) {
+        const auto answer = messages().input("请输入延期天数", "会员卡延期");
+        const ExtendDaysAnswer checked = checkExtendDays(answer.value_or(""));
+        if (checked.cancelled)
+            return;
+        if (checked.days) {
+            days = *checked.days;
+            break;
+        }
+        messages().message(checked.message);
+    }
+    const platform::Date today = platform::today();
+    const platform::Date newEnd = extendedEndDate(m_card->text("FVipEndDate"), days, today);
+    platform::FieldMap change{{"FCardId", m_searchKey}, {"FVipEndDate", newEnd.toString()}};
+    if (newEnd >= today)
+        change.set("FCardStatus", 0);
+    if (!saveChange(change))
+        return;
+    forward(endDateUpdateStatement(newEnd, m_searchKey));
+    messages().message("会员卡(" + m_searchKey + ")延期操作成功！");
+}
+
+void frmMemCardManage::changeCard(int status)
+{
+    if (status != 0 && status != 2)
+        return;
+    dlgChangeCard dialog(this);
+    dialog.setMCNum(m_searchKey);
+    dialog.setMCTypeID(m_cardType);
+    dialog.exec();
+    if (!dialog.OK())
+        return;
+    std::string newNumber = dialog.MCNum();
+    platform::Value newType = dialog.MCTypeID();
+    const std::string newTypeName = dialog.MCTypeName();
+    if (newType.toString() == m_cardType.toString() && newNumber == m_searchKey)
+        return;
+    auto maintain = platform::HostServices::instance().factory().createAs<platform::MCMaintain>(
+        "OrmexMCardManage.MCMaintain");
+    platform::Value oldKey(m_searchKey), oldKey2(m_searchKey);
+    const long changed = maintain->changeMemberCard(oldKey, oldKey2, newNumber, newType);
+    m_card.reset();
+    if (changed <= 0)
+        return;
+    if (newNumber != m_searchKey)
+        messages().message("会员卡：" + m_searchKey + " 已更换成：" + newNumber);
+    else
+        messages().message("会员卡:" + m_searchKey + "卡类别已更换成：" + newTypeName);
+}
+
+void frmMemCardManage::voidCard(int status)
+{
+    if (status != 0) {
+        messages().message("操作失败，会员卡只能在正常状态下作废！");
+        return;
+    }
+    if (!messages().question("会员卡作废后，将不能再进行任何操作，确定要作废吗？", "信息提示",
+                             platform::MessageIcon::Information))
+        return;
+    platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 3}};
+    if (!saveChange(change))
+        return;
+    forward(statusUpdateStatement('3', m_searchKey));
+    messages().message("会员卡(" + m_searchKey + ")作废操作成功！");
+}
+
+void frmMemCardManage::setPassword()
+{
+    auto dialog = std::make_unique<dlgPWD>(this);
+    dialog->setItemID(platform::Value(m_searchKey));
+    dialog->run();
+    const std::string password = platform::trim(dialog->Pwd());
+    const bool cancelled = dialog->Cancel();
+    dialog.reset(); // the dialog is unloaded whatever follows
+    if (cancelled)
+        return;
+    platform::FieldMap change{{"FCardId", m_searchKey}, {"password", password}};
+    if (!messages().question("确定修改会员卡【" + m_searchKey + "】的密码？", "信息提示",
+                             platform::MessageIcon::Information))
+        return;
+    if (!saveChange(change))
+        return;
+    forward(passwordUpdateStatement(password, m_searchKey));
+    messages().message("会员卡(" + m_searchKey + ")修改密码成功！");
+}
+
+} // namespace ormex::module::cards

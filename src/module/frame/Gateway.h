@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/BusinessObjects.h"
+#include "platform/MessageService.h"
+#include "platform/Recordset.h"
+
+// The component's way to its host's business objects: queries and batches on the local
+// database, the member lists, the password check and the network task lock.
+namespace ormex::module::frame {
+
+platform::MessageService& Messages();
+std::shared_ptr<platform::MCMaintain> CardObject();
+
+// Runs a query on the local database. Errors reach the caller.
+platform::Recordset ExecQuery(const std::string& sql);
+// The named field of the first row; "" when the query returns no row. Errors reach the caller.
+platform::Value GetFieldValue(const std::string& sql, const std::string& field);
+
+// False for item 0 without asking the host; otherwise the host checks the password (quotes
+// doubled).
+bool CheckPassword(const platform::Value& item, const std::string& password);
+
+// The member lists (50 cards, 51 cards a card may change to). Any error gives no result.
+std::optional<platform::RecordList> GetVipRecordList(int listNo, const std::string& condition,
+                                                     const std::string& second = {});
+platform::Recordset GetVipRecordset(int listNo, const std::string& condition, const std::string& second = {});
+std::string GetVipListSql(int listNo, const std::string& condition, const std::string& second = {});
+
+// Registers a task with the network task lock: -1 for a task number below 1 (nothing
+// registered), 0 when another session holds a conflicting task or anything failed (the operator
+// has been told), else the handle.
+long ExecFunc(long taskNo, const platform::Value& item, const std::string& code);
+long ExecFunc(long taskNo, const std::string& code);
+// Releases a held task; the handle becomes 0 when the host released it. False on any error.
+bool CommitTask(long& handle);
+
+inline constexpr const char* kTaskConflictMessage =
+    "当前使用的功能与当前或其他用户有冲突,可能无法使用! 请在软件的【系统工具】--【网络控制工具】中进行处理。";
+
+} // namespace ormex::module::frame

@@ -1,0 +1,180 @@
+#include "HqLink.h"
+
+#include "module/frame/Gateway.h"
+#include "module/frame/Session.h"
+#include "platform/HostServices.h"
+#include "platform/Text.h"
+
+namespace ormex::module::hq {
+
+namespace {
+
+std::string& keptText()
+{
+    static std::string text;
+    return text;
+}
+
+} // namespace
+
+std::string BuildHQConnectionText()
+{
+    const std::string value =
+        frame::GetFieldValue("select IsNull(FValue,'') as FValue from t_systemprofile where FCategory='VIP' and "
+                             "FKey='PosSavingServerDb'",
+                             "FValue")
+            .toString();
+    keptText().clear();
+    const auto fields = platform::split(value, '/');
+    if (fields.size() >= 4)
+        keptText() = "Provider=SQLOLEDB.1;User ID=" + fields[2] + ";Password=" + fields[3] + ";Data Source=" +
+                     fields[0] + ";Initial Catalog=" + fields[1];
+    return keptText();
+}
+
+const std::string& HQConnectionText()
+{
+    if (keptText().empty())
+        BuildHQConnectionText();
+    return keptText();
+}
+
+void ResetHQConnectionText() { keptText().clear(); }
+
+std::shared_ptr<platform::Connection> OpenHQ()
+{
+    try {
+        const std::string text = HQConnectionText();
+        auto connection =
+            platform::HostServices::instance().factory().createAs<platform::Connection>("ADODB.Connection");
+        connection->open(text);
+        return connection->isOpen() ? connection : nullptr;
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
+bool ConnHQ()
+{
+    try {
+        auto connection = OpenHQ();
+        if (!connection)
+            return false;
+        connection->close();
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+std::string HQOfflineMessage(int code)
+{
+    switch (code) {
+    case 0:
+        return "检测到未联上总部数据库，请联网后再冲减积分！";
+    case 1:
+        return "礼品兑换需与总部联网，请联网后再兑换！";
+    case 2:
+        return "充值需与总部联网，请联网后再充值！";
+    case 3:
+        return "积分转储值需与总部联网，请联网后再转！";
+    case 4:
+        return "卡状态操作要求与总部联网，请先联网！";
+    case 5:
+        return "修改密码需要与总部联网，请先联网！";
+    case 6:
+        return "换卡必须先联网，请先联网！";
+    default:
+        return {};
+    }
+}
+
+bool CheckHQOnline(int code)
+{
+    if (!frame::IsHQLinkedBranch())
+        return true;
+    if (ConnHQ())
+        return true;
+    const std::string message = HQOfflineMessage(code);
+    if (!message.empty())
+        frame::Messages().message(message, "提示", platform::MessageIcon::Information);
+    return false;
+}
+
+void ExecOnHQ(const std::string& batch)
+{
+    try {
+        if (auto connection = OpenHQ()) {
+            connection->execute(batch);
+            connection->close();
+        }
+    } catch (const std::exception&) {
+        // Headquarters applies what it can; the local change stands either way.
+    }
+}
+
+platform::Value HQGetFieldValue(const std::string& sql, const std::string& field)
+{
+    try {
+        if (auto connection = OpenHQ()) {
+            const auto rs = connection->openRecordset(sql);
+            connection->close();
+            return rs.atEnd() ? platform::Value("") : rs.field(field);
+        }
+    } catch (const std::exception&) {
+    }
+    return platform::Value("");
+}
+
+bool HQHasRows(const std::string& sql)
+{
+    try {
+        if (auto connection = OpenHQ()) {
+            const auto rs = connection->openRecordset(sql);
+            connection->close();
+            return !rs.atEnd();
+        }
+    } catch (const std::exception&) {
+    }
+    return false;
+}
+
+bool HQHasRowsIfLinked(const std::string& sql)
+{
+    if (!frame::IsHQLinkedBranch())
+        return true;
+    return HQHasRows(sql);
+}
+
+platform::RecordList HQQueryToList(const std::string& sql)
+{
+    platform::RecordList list;
+    try {
+        if (auto connection = OpenHQ()) {
+            const auto rs = connection->openRecordset(sql);
+            connection->close();
+            for (std::size_t r = 0; r < rs.recordCount(); ++r) {
+                platform::FieldMap map;
+                for (std::size_t c = 0; c < rs.columns().size(); ++c)
+                    map.set(rs.columns()[c], platform::trim(rs.cell(r, c).toString()));
+                list.push_back(std::move(map));
+            }
+        }
+    } catch (const std::exception&) {
+        list.clear();
+    }
+    return list;
+}
+
+platform::Recordset HQOpenRecordset(const std::string& sql, std::shared_ptr<platform::Connection>& connection)
+{
+    try {
+        connection = OpenHQ();
+        if (connection)
+            return connection->openRecordset(sql);
+    } catch (const std::exception&) {
+    }
+    return {};
+}
+
+} // namespace ormex::module::hq

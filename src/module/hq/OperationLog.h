@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+// The operation log: the local entry through the host's log server, and, in a branch linked to
+// headquarters, the operation's statements replayed there with a t_Log row.
+namespace ormex::module::hq {
+
+// The t_Log row of an operation code (0 to 6; "" for any other code), for the current user,
+// branch and machine, dated now cut to the minute.
+std::string LogRowStatement(int code);
+// Sends statements + CR LF + the log row to headquarters; nothing outside a linked branch, and
+// nothing is reported whatever happens there.
+void LogOnHQ(const std::string& statements, int code);
+// WriteLog(PropsString, "MCM0001", 1, prefix + operation, machine name, address).
+void WriteLocalLog(const std::string& areaPrefix, const std::string& operation);
+
+} // namespace ormex::module::hq
