@@ -11,6 +11,13 @@ namespace {
 class ApplicationImpl : public Application
 {
 public:
+    // Screens are widgets: they go with the application, while the host's QApplication lives.
+    ~ApplicationImpl() override
+    {
+        frame::FormRegistry::instance().clearInstances();
+        hq::ResetHQConnectionText();
+    }
+
     void ShowForm(int CFuncID, const platform::Value& FunClassParam) override
     {
         frame::ModuleForm* form = frame::FormRegistry::instance().form(CFuncID);

@@ -19,7 +19,7 @@ struct LookupResult
 };
 
 // "OrmexEBCGLView.GLView"
-class GLView : public BusinessObject
+class GLView : public virtual BusinessObject
 {
 public:
     virtual LookupResult itemLookup(int classId, const std::string& text1, const std::string& text2,
@@ -28,7 +28,7 @@ public:
 };
 
 // "OrmexMCBaseData.Application": member-card list windows (50 cards, 51 card types).
-class MCBaseDataApp : public BusinessObject
+class MCBaseDataApp : public virtual BusinessObject
 {
 public:
     // mode 2: list everything the filter allows; 3: start from the search text. `multiSelect`

@@ -1,5 +1,6 @@
 #include "CardSearchRules.h"
 
+#include "module/frame/CardRules.h"
 #include "platform/BalanceCodec.h"
 #include "platform/DateTime.h"
 #include "platform/NumberText.h"
@@ -19,28 +20,6 @@ std::string faceNumberSearchCondition(std::string_view key)
     return " FCardFlowno='" + k + "' or mobile='" + k + "'";
 }
 
-namespace {
-
-std::string statusName(int code)
-{
-    switch (code) {
-    case 0:
-        return "正常";
-    case 1:
-        return "失效";
-    case 2:
-        return "挂失";
-    case 3:
-        return "作废";
-    case 9:
-        return "未使用";
-    default:
-        return {};
-    }
-}
-
-} // namespace
-
 std::vector<std::string> cardInformationTexts(const platform::FieldMap& card)
 {
     std::vector<std::string> texts(11);
@@ -49,7 +28,7 @@ std::vector<std::string> cardInformationTexts(const platform::FieldMap& card)
     texts[3] = card.text("FUserName");
     texts[4] = platform::formatNumber(card.value("FAccNum").toDouble() - card.value("FDecNum").toDouble());
     texts[5] = card.text("FVipName");
-    texts[6] = statusName(static_cast<int>(card.value("FCardStatus").toInt()));
+    texts[6] = frame::GetStatusName(static_cast<int>(card.value("FCardStatus").toInt()));
     if (auto end = platform::parseDate(card.text("FVipEndDate")))
         texts[7] = end->toString();
     texts[8] = card.text("FOperDate");

@@ -195,8 +195,6 @@ void frmMemCardManage::showCardInformation()
     for (std::size_t i = 0; i < texts.size(); ++i)
         if (i != 1)
             m_itItem[i]->setText(QString::fromStdString(texts[i]));
-    m_itItem[6]->setText(QString::fromStdString(
-        frame::GetStatusName(static_cast<int>(m_card->value("FCardStatus").toInt()))));
 }
 
 void frmMemCardManage::applyStatusButtons(int status, bool savingCard)

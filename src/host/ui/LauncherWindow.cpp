@@ -1,0 +1,108 @@
+#include "LauncherWindow.h"
+
+#include <QFrame>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "ModuleLoader.h"
+#include "platform/HostServices.h"
+
+namespace ormex::host {
+
+namespace {
+
+struct Function
+{
+    int id;
+    const char* name;
+    const char* hint;
+};
+const Function kFunctions[5] = {{1, "会员卡管理", "挂失、恢复、延期、换卡、作废、设置密码"},
+                                {2, "会员设置", "会员卡类型、读卡器、积分与储值参数"},
+                                {3, "会员档案审核", "审核分店上传的会员档案"},
+                                {4, "积分管理", "积分奖励、冲减、清零与礼品兑换"},
+                                {5, "储值管理", "会员卡充值与积分转储值"}};
+
+} // namespace
+
+LauncherWindow::LauncherWindow(const HostConfig& config, ModuleLoader& loader, QWidget* parent)
+    : QWidget(parent), m_loader(loader)
+{
+    setObjectName("launcher");
+    setWindowTitle(QStringLiteral("零售管理系统 — 会员卡"));
+    auto* layout = new QVBoxLayout(this);
+    auto* title = new QLabel(QStringLiteral("会员卡管理中心"), this);
+    QFont big = title->font();
+    big.setPointSize(big.pointSize() + 6);
+    big.setBold(true);
+    title->setFont(big);
+    layout->addWidget(title);
+    const bool linked = config.isBranch.value_or(false) && config.svCardShareType.value_or(false);
+    auto* session = new QLabel(QStringLiteral("操作员：%1（%2）    分店：%3    %4")
+                                   .arg(QString::fromStdString(config.userName))
+                                   .arg(config.userId)
+                                   .arg(QString::fromStdString(config.branchNum.value_or("")))
+                                   .arg(linked ? QStringLiteral("储值卡与总部共享") : QStringLiteral("独立管理")),
+                               this);
+    session->setObjectName("sessionLabel");
+    layout->addWidget(session);
+
+    auto* grid = new QGridLayout;
+    for (int i = 0; i < 5; ++i) {
+        const Function& f = kFunctions[i];
+        auto* button = new QPushButton(QStringLiteral("%1\n%2").arg(QString::fromUtf8(f.name), QString::fromUtf8(f.hint)), this);
+        button->setObjectName(QStringLiteral("function_%1").arg(f.id));
+        button->setMinimumSize(260, 72);
+        m_buttons[i] = button;
+        grid->addWidget(button, i / 2, i % 2);
+        const int id = f.id;
+        connect(button, &QPushButton::clicked, this, [this, id] { openFunction(id); });
+    }
+    layout->addLayout(grid);
+
+    auto* line = new QFrame(this);
+    line->setFrameShape(QFrame::HLine);
+    layout->addWidget(line);
+    auto* statusRow = new QHBoxLayout;
+    m_hqStatus = new QLabel(this);
+    m_hqStatus->setObjectName("hqStatus");
+    statusRow->addWidget(m_hqStatus, 1);
+    auto* refresh = new QPushButton(QStringLiteral("检测总部连接"), this);
+    refresh->setObjectName("refreshHq");
+    statusRow->addWidget(refresh);
+    layout->addLayout(statusRow);
+    connect(refresh, &QPushButton::clicked, this, &LauncherWindow::refreshHeadquartersStatus);
+    refreshHeadquartersStatus();
+}
+
+QPushButton* LauncherWindow::functionButton(int functionId) const
+{
+    return functionId >= 1 && functionId <= 5 ? m_buttons[functionId - 1] : nullptr;
+}
+
+void LauncherWindow::refreshHeadquartersStatus()
+{
+    bool connected = false;
+    try {
+        connected = m_loader.connHQ();
+    } catch (const std::exception& error) {
+        m_hqStatus->setText(QStringLiteral("总部状态未知：%1").arg(QString::fromStdString(error.what())));
+        return;
+    }
+    m_hqStatus->setText(connected ? QStringLiteral("● 总部已连接") : QStringLiteral("○ 总部未连接"));
+    m_hqStatus->setStyleSheet(connected ? QStringLiteral("color: #1a7f37;") : QStringLiteral("color: #b42318;"));
+}
+
+void LauncherWindow::openFunction(int functionId)
+{
+    try {
+        m_loader.showForm(functionId);
+    } catch (const std::exception& error) {
+        platform::HostServices::instance().messages().error(error.what());
+    }
+    refreshHeadquartersStatus();
+}
+
+} // namespace ormex::host
