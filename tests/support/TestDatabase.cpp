@@ -31,10 +31,18 @@ TestDatabase::TestDatabase(const std::string& fileName)
     db::applySchema(*m_db);
 }
 
+TestDatabase::TestDatabase(const std::string& folder, const std::string& fileName)
+    : m_folder(folder), m_ownsFolder(false), m_path(folder + "/" + fileName),
+      m_db(db::Database::open(m_path, db::Database::OpenMode::Create))
+{
+    db::applySchema(*m_db);
+}
+
 TestDatabase::~TestDatabase()
 {
     m_db.reset();
-    removeFolder(m_folder);
+    if (m_ownsFolder)
+        removeFolder(m_folder);
 }
 
 void TestDatabase::exec(const std::string& sql) { m_db->executeNative(sql); }

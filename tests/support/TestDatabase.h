@@ -14,6 +14,8 @@ class TestDatabase
 {
 public:
     explicit TestDatabase(const std::string& fileName = "test.db");
+    // A database in an existing folder, which stays when the database goes.
+    TestDatabase(const std::string& folder, const std::string& fileName);
     ~TestDatabase();
     TestDatabase(const TestDatabase&) = delete;
     TestDatabase& operator=(const TestDatabase&) = delete;
@@ -33,6 +35,7 @@ public:
 
 private:
     std::string m_folder;
+    bool m_ownsFolder = true;
     std::string m_path;
     std::unique_ptr<db::Database> m_db;
 };

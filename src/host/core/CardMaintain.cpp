@@ -73,7 +73,7 @@ bool CardMaintain::checkPassword(const platform::Value& item, const std::string&
 {
     // The password arrives with its quotes already doubled.
     const auto rs = db().query("select count(*) as n from T_Pos_VipRecord where FCardId=" + quoted(item.toString()) +
-                               " and ifnull(password,'')='" + password + "'");
+                               " and isnull(password,'')='" + password + "'");
     return rs.field("n").toInt() > 0;
 }
 

@@ -33,7 +33,6 @@ HostRuntime::HostRuntime(HostConfig config)
     const int user = m_config.userId;
     const std::string session = m_session;
     const long pid = m_processId;
-    const std::string host = platform::HostServices::instance().systemInfo().computerName().value_or("localhost");
     const std::string props = m_config.propsString();
     auto& factory = services.factory();
     factory.registerClass("OrmexMCardManage.MCMaintain", [path] { return std::make_shared<CardMaintain>(path); });
@@ -44,7 +43,7 @@ HostRuntime::HostRuntime(HostConfig config)
     factory.registerClass("ADODB.Connection", [folder] { return std::make_shared<DatabaseConnection>(folder); });
     factory.registerClass("OrmexPropsMgr.ShareProps", [=] {
         return std::make_shared<PropertyManager>(
-            props, [=] { return std::make_shared<TaskLock>(path, session, pid, host, user); });
+            props, [=] { return std::make_shared<TaskLock>(path, session, pid, user); });
     });
 }
 

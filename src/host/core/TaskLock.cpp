@@ -43,9 +43,9 @@ std::string TaskLock::currentSession()
     return hostName() + "/" + std::to_string(getpid()) + "/" + start;
 }
 
-TaskLock::TaskLock(std::string databasePath, std::string session, long processId, std::string host, int userId)
-    : m_path(std::move(databasePath)), m_session(std::move(session)), m_processId(processId), m_host(std::move(host)),
-      m_userId(userId)
+TaskLock::TaskLock(std::string databasePath, std::string session, long processId, int userId)
+    : m_path(std::move(databasePath)), m_session(std::move(session)), m_processId(processId),
+      m_host(m_session.substr(0, m_session.find('/'))), m_userId(userId)
 {
 }
 

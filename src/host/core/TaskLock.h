@@ -23,7 +23,8 @@ class TaskLock : public platform::LoginObject
 public:
     static constexpr int kStaleHours = 8;
 
-    TaskLock(std::string databasePath, std::string session, long processId, std::string host, int userId);
+    // `session` is "<host>/<process id>/<process start>", as currentSession() makes it.
+    TaskLock(std::string databasePath, std::string session, long processId, int userId);
 
     long taskexec(long taskNo, const std::string& code, const std::string& machine, int mode, int& out1, int& out2,
                   const platform::Value& item) override;

@@ -1,0 +1,95 @@
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "host/core/TaskLock.h"
+#include "support/TestDatabase.h"
+
+using ormex::host::TaskLock;
+using ormex::platform::Value;
+
+namespace {
+
+long take(TaskLock& lock, long task, const std::string& code, const std::string& item)
+{
+    int a = 0, b = 0;
+    return lock.taskexec(task, code, "POS", 3, a, b, Value(item));
+}
+
+std::string thisHost()
+{
+    const std::string session = TaskLock::currentSession();
+    return session.substr(0, session.find('/'));
+}
+
+std::string sessionOf(long pid) { return thisHost() + "/" + std::to_string(pid) + "/"; }
+
+} // namespace
+
+TEST(TaskLock, ASecondSessionIsRefusedTheSameCardUntilReleased)
+{
+    ormex::test::TestDatabase t;
+    // Two live sessions of this machine (this process stands in for both).
+    TaskLock first(t.path(), TaskLock::currentSession(), getpid(), 1);
+    TaskLock second(t.path(), "elsewhere/" + std::to_string(getppid()) + "/other", getppid(), 2);
+
+    const long held = take(first, 2002, "hy0001", "88000001");
+    ASSERT_GT(held, 0);
+    EXPECT_EQ(take(second, 2002, "hy0005", "88000001"), 0) << "another operator works on this card";
+    EXPECT_GT(take(second, 2002, "hy0005", "88000002"), 0) << "other cards are free";
+    const long again = take(first, 2002, "hy0003", "88000001");
+    EXPECT_GT(again, 0) << "a session may register again what it holds";
+    EXPECT_GT(take(second, 2003, "x", "88000001"), 0) << "another task number does not conflict";
+
+    first.commitTask(held);
+    EXPECT_EQ(take(second, 2002, "hy0005", "88000001"), 0) << "the card is still held";
+    first.commitTask(again);
+    EXPECT_GT(take(second, 2002, "hy0005", "88000001"), 0);
+}
+
+TEST(TaskLock, TasksOfDeadOrSilentSessionsAreReclaimed)
+{
+    ormex::test::TestDatabase t;
+    // A process that ended without releasing its task.
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(0);
+    waitpid(child, nullptr, 0);
+    t.exec("insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat) values "
+           "(2002,'hy0001','C1','POS','" + sessionOf(child) + "1'," + std::to_string(child) +
+           ",'2000-01-01 00:00:00','2099-01-01 00:00:00')");
+    // A session of another machine not heard of for a day.
+    t.exec("insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat) values "
+           "(2002,'hy0001','C2','POS2','elsewhere/1/1',1,'2000-01-01 00:00:00','2000-01-01 00:00:00')");
+    TaskLock lock(t.path(), TaskLock::currentSession(), getpid(), 1);
+    EXPECT_GT(take(lock, 2002, "hy0002", "C1"), 0);
+    EXPECT_GT(take(lock, 2002, "hy0002", "C2"), 0);
+    EXPECT_EQ(t.scalar("select count(*) from t_NetTask where FSession<>'" + TaskLock::currentSession() + "'").toInt(), 0);
+}
+
+TEST(TaskLock, TwoProcessesSeeEachOthersTasks)
+{
+    ormex::test::TestDatabase t;
+    int ready[2], done[2];
+    ASSERT_EQ(pipe(ready), 0);
+    ASSERT_EQ(pipe(done), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        // The other operator's process takes the card and holds it until told to stop.
+        TaskLock lock(t.path(), TaskLock::currentSession(), getpid(), 2);
+        const char ok = take(lock, 2002, "hy0001", "C9") > 0 ? 'y' : 'n';
+        (void)!write(ready[1], &ok, 1);
+        char stop;
+        (void)!read(done[0], &stop, 1);
+        _exit(0);
+    }
+    char ok = 0;
+    ASSERT_EQ(read(ready[0], &ok, 1), 1);
+    EXPECT_EQ(ok, 'y');
+    TaskLock mine(t.path(), TaskLock::currentSession(), getpid(), 1);
+    EXPECT_EQ(take(mine, 2002, "hy0002", "C9"), 0) << "the live process holds the card";
+    (void)!write(done[1], "x", 1);
+    waitpid(child, nullptr, 0);
+    EXPECT_GT(take(mine, 2002, "hy0002", "C9"), 0) << "its task is reclaimed once it has ended";
+}

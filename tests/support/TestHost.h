@@ -1,0 +1,71 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "ScriptedMessageService.h"
+#include "TestClock.h"
+#include "TestDatabase.h"
+#include "host/core/HostRuntime.h"
+#include "platform/HostServices.h"
+
+namespace ormex::test {
+
+// The machine a test pretends to run on.
+class FakeSystemInfo : public platform::SystemInfo
+{
+public:
+    std::optional<std::string> name = std::string("pos-01");
+    std::optional<std::string> address = std::string("10.0.0.8");
+    long pid = 4242;
+
+    std::optional<std::string> computerName() const override { return name; }
+    int readTcp(std::string& out) const override
+    {
+        if (!address)
+            return 0;
+        out = *address;
+        return 1;
+    }
+    long processId() const override { return pid; }
+};
+
+struct TestHostOptions
+{
+    bool isBranch = true;
+    bool svCardShareType = false;
+    std::string branchId = "2";
+    std::string branchNum = "01";
+    bool withHeadquarters = false; // HQ.db beside the branch database, named by the setting
+};
+
+// A host session over fresh databases (branch.db and, when asked, HQ.db in one folder), with a
+// scripted operator and a fixed machine identity. Today is 2026-11-23 10:30:00 unless the test
+// moves the clock.
+class TestHost
+{
+public:
+    explicit TestHost(TestHostOptions options = {});
+    ~TestHost();
+
+    TestDatabase& branch() { return *m_branch; }
+    TestDatabase& hq() { return *m_hq; }
+    ScriptedMessageService& messages() { return *m_messages; }
+    FakeSystemInfo& system() { return *m_system; }
+    ScopedClock& clock() { return m_clock; }
+    const host::HostConfig& config() const { return m_runtime->config(); }
+
+    // Points the headquarters setting somewhere else ("(local)/Gone/sa/x" is unreachable).
+    void setHeadquartersSetting(const std::string& value);
+
+private:
+    ScopedClock m_clock{2026, 11, 23, 10, 30, 0};
+    std::shared_ptr<FakeSystemInfo> m_system;
+    std::shared_ptr<ScriptedMessageService> m_messages;
+    std::unique_ptr<TestDatabase> m_branch;
+    std::unique_ptr<TestDatabase> m_hq;
+    std::unique_ptr<host::HostRuntime> m_runtime;
+};
+
+} // namespace ormex::test
