@@ -33,9 +33,9 @@ public:
 
 struct TestHostOptions
 {
-    bool isBranch = true;
-    bool svCardShareType = false;
-    std::string branchId = "2";
+    std::optional<bool> isBranch = true;           // nothing: the key is not published
+    std::optional<bool> svCardShareType = false;
+    std::optional<std::string> branchId = std::string("2");
     std::string branchNum = "01";
     bool withHeadquarters = false; // HQ.db beside the branch database, named by the setting
 };
