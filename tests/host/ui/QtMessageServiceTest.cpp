@@ -14,15 +14,6 @@ using ormex::platform::MessageIcon;
 
 namespace {
 
-QApplication& app()
-{
-    static int argc = 1;
-    static char name[] = "host_ui_tests";
-    static char* argv[] = {name, nullptr};
-    static QApplication instance(argc, argv);
-    return instance;
-}
-
 struct SeenBox
 {
     QString title;
@@ -46,7 +37,6 @@ void answerNextBox(SeenBox& seen, QMessageBox::StandardButton press)
 
 TEST(QtMessageService, BoxesCarryTitleIconAndButtons)
 {
-    app();
     QtMessageService qtService;
     ormex::platform::MessageService& service = qtService;
     struct Case
@@ -75,7 +65,6 @@ TEST(QtMessageService, BoxesCarryTitleIconAndButtons)
 
 TEST(QtMessageService, QuestionAnswersWithTheButtonPressed)
 {
-    app();
     QtMessageService qtService;
     ormex::platform::MessageService& service = qtService;
     for (const auto& [press, expected] : {std::pair{QMessageBox::Yes, true}, std::pair{QMessageBox::No, false}}) {
@@ -89,7 +78,6 @@ TEST(QtMessageService, QuestionAnswersWithTheButtonPressed)
 
 TEST(QtMessageService, InputReturnsTextOrNothingOnCancel)
 {
-    app();
     QtMessageService qtService;
     ormex::platform::MessageService& service = qtService;
     QTimer::singleShot(0, [] {
