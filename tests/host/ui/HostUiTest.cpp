@@ -1,0 +1,93 @@
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTableWidget>
+
+#include <cstdlib>
+
+#include "db/DemoData.h"
+#include "host/ui/HostCommandLine.h"
+#include "host/ui/LauncherWindow.h"
+#include "host/ui/LookupDialog.h"
+#include "host/ui/LookupWindows.h"
+#include "host/ui/ModuleLoader.h"
+#include "support/TestHost.h"
+
+using namespace ormex;
+
+namespace {
+
+// Saves a picture of a window when ORMEX_SHOTS names a folder.
+void shot(QWidget& widget, const char* name)
+{
+    if (const char* folder = std::getenv("ORMEX_SHOTS")) {
+        widget.show();
+        widget.grab().save(QString::fromUtf8(folder) + "/" + name);
+    }
+}
+
+} // namespace
+
+TEST(LookupWindow, SearchesWithinItsFilter)
+{
+    test::TestHost host;
+    host.branch().exec("delete from t_SystemProfile");
+    db::seedDemo(host.branch().db(), db::DemoRole::Branch);
+    host::LookupWindows windows(host.config().databasePath());
+    const std::string filter = "(FCardStatus<>'9' and FCardStatus<>'3' and FDeleted=0)";
+    host::LookupDialog dialog(
+        "会员卡", {{"FCardId", "会员卡号"}, {"FVipName", "姓名"}, {"mobile", "手机"}, {"status_name", "卡状态"}},
+        [&](const std::string& text) { return db::Database::open(host.config().databasePath())->query(windows.lookupSql(50, filter, text)); },
+        true, "", nullptr);
+    const int all = dialog.table()->rowCount();
+    EXPECT_EQ(all, host.branch().scalar("select count(*) from T_Pos_VipRecord where " + filter).toInt());
+    dialog.searchBox()->setText("13900000001");
+    EXPECT_EQ(dialog.table()->rowCount(), 2) << "the shared mobile number";
+    dialog.searchBox()->setText("8800001");
+    EXPECT_GT(dialog.table()->rowCount(), 1);
+    for (int r = 0; r < dialog.table()->rowCount(); ++r)
+        EXPECT_NE(dialog.table()->item(r, 3)->text(), "未使用");
+    dialog.table()->selectAll();
+    EXPECT_EQ(static_cast<int>(dialog.chosen().size()), dialog.table()->rowCount());
+    shot(dialog, "lookup-cards.png");
+
+    host::LookupDialog single("付款方式", {{"FNumber", "编号"}, {"FName", "付款方式"}},
+                              [&](const std::string& text) {
+                                  return db::Database::open(host.config().databasePath())->query(windows.lookupSql(34, "", text));
+                              },
+                              false, "", nullptr);
+    EXPECT_EQ(single.table()->rowCount(), 4) << "deleted payment methods are not offered";
+    single.table()->selectAll();
+    EXPECT_EQ(single.chosen().size(), 1u);
+}
+
+TEST(HostCommandLine, DefaultsOptionsAndRefusals)
+{
+    const auto defaults = host::HostCommandLine::parse({"--data", "/nonexistent"});
+    EXPECT_EQ(defaults.config.databasePath(), "/nonexistent/branch.db");
+    EXPECT_FALSE(defaults.function.has_value());
+    const auto direct = host::HostCommandLine::parse({"--function", "5", "--tab", "2", "--sv-share", "0", "--branch-num", "03"});
+    EXPECT_EQ(direct.function, 5);
+    EXPECT_EQ(direct.tab, 2);
+    EXPECT_EQ(direct.config.svCardShareType, false);
+    EXPECT_EQ(direct.config.branchNum, "03");
+    EXPECT_TRUE(host::HostCommandLine::parse({"--help"}).help);
+    for (const std::vector<std::string>& bad : std::vector<std::vector<std::string>>{
+             {"--function", "x"}, {"--user-id"}, {"--is-branch", "maybe"}, {"--colour", "red"}, {"stray"}})
+        EXPECT_THROW(host::HostCommandLine::parse(bad), std::runtime_error) << bad[0];
+}
+
+TEST(Launcher, OffersTheFiveFunctionsAndTheHeadquartersStatus)
+{
+    test::TestHost host({.isBranch = true, .svCardShareType = true, .withHeadquarters = true});
+    host::ModuleLoader loader(ORMEX_MODULE_LIBRARY);
+    host::LauncherWindow launcher(host.config(), loader);
+    EXPECT_EQ(launcher.functionButton(1)->text().section('\n', 0, 0), "会员卡管理");
+    EXPECT_EQ(launcher.functionButton(5)->text().section('\n', 0, 0), "储值管理");
+    EXPECT_EQ(launcher.findChild<QLabel*>("hqStatus")->text(), "● 总部已连接");
+    shot(launcher, "launcher.png");
+    launcher.openFunction(6);
+    EXPECT_NE(host.messages().last().find("no screen for function number 6"), std::string::npos);
+}
