@@ -1,5 +1,6 @@
 #include "InputField.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -53,8 +54,13 @@ void InputField::setLookupButton(bool shown) { m_lookup->setVisible(shown); }
 
 void InputField::setReadOnlyDisplay(bool readOnly)
 {
+    // Display fields stay readable: read-only, out of the tab order, on the window's colour.
     m_edit->setReadOnly(readOnly);
-    m_edit->setEnabled(!readOnly);
+    m_edit->setFocusPolicy(readOnly ? Qt::NoFocus : Qt::StrongFocus);
+    QPalette palette = m_edit->palette();
+    palette.setColor(QPalette::Base, readOnly ? palette.color(QPalette::Window).lighter(104)
+                                              : QApplication::palette().color(QPalette::Base));
+    m_edit->setPalette(palette);
 }
 
 void InputField::setPasswordMode(bool on) { m_edit->setEchoMode(on ? QLineEdit::Password : QLineEdit::Normal); }
