@@ -11,6 +11,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QRegularExpressionValidator>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -43,12 +44,12 @@ QLineEdit* lineEdit(QWidget* parent, const char* name)
     return edit;
 }
 
-// Amount fields show their value with two decimals; other text is kept as it is.
-QString amountText(const std::string& stored)
+// An amount the operator typed, written with two decimals; other text is kept as it is.
+QString amountText(const std::string& typed)
 {
-    if (auto number = platform::parseNumber(stored))
+    if (auto number = platform::parseNumber(typed))
         return q(platform::formatFixed(*number, 2));
-    return q(stored);
+    return q(typed);
 }
 
 } // namespace
@@ -167,6 +168,15 @@ void frmMemberConfig::buildUi()
         connect(box, &QCheckBox::clicked, this, &frmMemberConfig::markChanged);
     for (QRadioButton* option : m_optSVCardShareType)
         connect(option, &QRadioButton::clicked, this, &frmMemberConfig::markChanged);
+    // Amounts take the two-decimal format when the operator has typed one; stored values are
+    // shown and written back as they are.
+    for (QLineEdit* edit : {m_fltLeaveAmount, m_fltDailyAmtLimit, m_fltMaxFillAmount, m_fltMothlyAmtLimit, m_fltLimitAmount}) {
+        edit->setValidator(new QRegularExpressionValidator(QRegularExpression(QStringLiteral("-?[0-9]*\\.?[0-9]{0,2}")), edit));
+        connect(edit, &QLineEdit::editingFinished, this, [edit] {
+            if (edit->isModified())
+                edit->setText(amountText(edit->text().toStdString()));
+        });
+    }
     // The password threshold only switches its amount field on and off.
     connect(m_chkInputPSWOverLim, &QCheckBox::toggled, m_fltLimitAmount, &QWidget::setEnabled);
     connect(m_cmdSave, &QPushButton::clicked, this, &frmMemberConfig::onSave);
@@ -265,11 +275,11 @@ void frmMemberConfig::showValues()
     const int scope = listIndex("SVCardShareType");
     if (scope == 0 || scope == 1)
         m_optSVCardShareType[scope]->setChecked(true);
-    m_fltLeaveAmount->setText(amountText(stored("LeaveAmount")));
-    m_fltDailyAmtLimit->setText(amountText(stored("DailyAmtLimit")));
-    m_fltMaxFillAmount->setText(amountText(stored("MaxFillAmount")));
-    m_fltMothlyAmtLimit->setText(amountText(stored("MothlyAmtLimit")));
-    m_fltLimitAmount->setText(amountText(stored("LimitAmount")));
+    m_fltLeaveAmount->setText(q(stored("LeaveAmount")));
+    m_fltDailyAmtLimit->setText(q(stored("DailyAmtLimit")));
+    m_fltMaxFillAmount->setText(q(stored("MaxFillAmount")));
+    m_fltMothlyAmtLimit->setText(q(stored("MothlyAmtLimit")));
+    m_fltLimitAmount->setText(q(stored("LimitAmount")));
     m_fltLimitAmount->setEnabled(m_chkInputPSWOverLim->isChecked() && m_chkInputPSWOverLim->isEnabled());
 }
 
