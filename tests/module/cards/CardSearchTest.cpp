@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QKeyEvent>
 #include <QPrinter>
 #include <QProcess>
 #include <QRegularExpression>
@@ -111,4 +112,50 @@ TEST(CardSheet, RowsAndPdf)
     for (const char* row : {"姓\\s*名\\s+张伟", "卡\\s*状\\s*态\\s+正常", "有效期.\\s+2027-06-30\\s+发卡时间\\s+2025-01-01",
                             "操\\s*作\\s*员\\s+管理员\\s+卡\\s*余\\s*额\\s+88.5元", "剩余积分\\s+200"})
         EXPECT_TRUE(text.contains(QRegularExpression(QString::fromUtf8(row)))) << row << "\n" << text.toStdString();
+}
+
+namespace {
+
+// The member-card window of the host, answering with one chosen card.
+class ChoosingLookup : public platform::GLView, public platform::MCBaseDataApp
+{
+public:
+    std::string asked;
+    platform::LookupResult itemLookup(int, const std::string&, const std::string&, const platform::FieldMap&) override
+    {
+        return {};
+    }
+    platform::LookupResult subMesLookup(int, const std::string&, const std::string&) override { return {}; }
+    platform::LookupResult showFormReturn(int classId, bool, int mode, const std::string& filter,
+                                          const std::string& search) override
+    {
+        asked = std::to_string(classId) + " " + std::to_string(mode) + " " + filter + " " + search;
+        return {true, {{{"FCardId", "C103"}}}};
+    }
+};
+
+} // namespace
+
+TEST(CardSearch, F7ChoosesACardFromTheHostList)
+{
+    CardScreen t;
+    auto lookup = std::make_shared<ChoosingLookup>();
+    platform::HostServices::instance().factory().registerClass(
+        "OrmexMCBaseData.Application", [lookup] { return std::static_pointer_cast<platform::GLView>(lookup); });
+    t.screen.numberField()->setText("C10");
+    QKeyEvent f7(QEvent::KeyPress, Qt::Key_F7, Qt::NoModifier);
+    QApplication::sendEvent(t.screen.numberField()->edit(), &f7);
+    EXPECT_EQ(lookup->asked, "50 3 (FCardStatus<>'9' and FCardStatus<>'3' and FDeleted=0) C10");
+    EXPECT_EQ(t.screen.numberField()->text(), "C103");
+    EXPECT_EQ(t.item(0), "C103") << "the chosen card is searched at once";
+}
+
+TEST(CardSearch, LinkedBranchOffersPasswordsByTheCardTypeOnly)
+{
+    CardScreen t({.isBranch = true, .svCardShareType = true, .withHeadquarters = true});
+    t.search("C100");
+    EXPECT_TRUE(t.screen.statusButton(6)->isEnabled());
+    t.host.branch().exec("update T_Pos_VipType set FSavingFlag=0 where FTypeId='03'");
+    t.search("C100");
+    EXPECT_FALSE(t.screen.statusButton(6)->isEnabled()) << "the type no longer holds stored value";
 }

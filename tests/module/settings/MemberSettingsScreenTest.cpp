@@ -2,7 +2,9 @@
 // check, the saved batch and the exit question.
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QCheckBox>
+#include <QKeyEvent>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
@@ -197,4 +199,30 @@ TEST(MemberSettingsScreen, ExitAsksOnlyWhenSomethingChanged)
         t.get<QPushButton>("cmdExit")->click();
         EXPECT_TRUE(t.host.messages().shown().empty()) << "after a save exit closes at once";
     }
+}
+
+TEST(MemberSettingsScreen, KeysMoveOnAndCloseAsksToo)
+{
+    SettingsScreen t;
+    t.screen.show();
+    QApplication::setActiveWindow(&t.screen);
+    auto* tabs = t.get<QTabWidget>("SSTabConfig");
+    QKeyEvent ctrlTab(QEvent::KeyPress, Qt::Key_Tab, Qt::ControlModifier);
+    QApplication::sendEvent(t.get<QLineEdit>("txtCardNumProfix"), &ctrlTab);
+    EXPECT_EQ(tabs->currentIndex(), 1);
+    QApplication::sendEvent(t.get<QLineEdit>("fltLeaveAmount"), &ctrlTab);
+    EXPECT_EQ(tabs->currentIndex(), 0) << "from the last tab back to the first";
+
+    t.get<QLineEdit>("txtCardNumProfix")->setFocus();
+    QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+    QApplication::sendEvent(t.get<QLineEdit>("txtCardNumProfix"), &enter);
+    EXPECT_NE(QApplication::focusWidget(), t.get<QLineEdit>("txtCardNumProfix")) << "Enter moves on like Tab";
+
+    t.get<QCheckBox>("chkCoverCardNum")->click();
+    t.get<QLineEdit>("fltDailyAmtLimit")->setText("9000");
+    t.host.messages().answer(true);
+    t.screen.close(); // closing the window asks too, and closes even when the save is refused
+    EXPECT_EQ(t.host.messages().texts(),
+              (std::vector<std::string>{"数据已经修改，是否保存？", "储值卡每月消费限额需大于每日消费限额！"}));
+    EXPECT_FALSE(t.screen.isVisible());
 }
