@@ -21,6 +21,18 @@ bool processAlive(long pid)
     return pid > 0 && (kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM);
 }
 
+// The start time of a process (field 22 of /proc/<pid>/stat), which tells a reused process id
+// from the process that registered a task; "" when the process does not exist.
+std::string processStartTime(const std::string& pid)
+{
+    std::ifstream stat("/proc/" + pid + "/stat");
+    std::string field;
+    for (int i = 1; stat >> field; ++i)
+        if (i == 22)
+            return field;
+    return {};
+}
+
 std::string hostName()
 {
     return platform::HostServices::instance().systemInfo().computerName().value_or("localhost");
@@ -30,17 +42,8 @@ std::string hostName()
 
 std::string TaskLock::currentSession()
 {
-    // The start time of the process tells a reused process id from the one that held a task.
-    std::string start;
-    std::ifstream stat("/proc/self/stat");
-    std::string field;
-    for (int i = 1; stat >> field; ++i) {
-        if (i == 22) {
-            start = field;
-            break;
-        }
-    }
-    return hostName() + "/" + std::to_string(getpid()) + "/" + start;
+    const std::string pid = std::to_string(getpid());
+    return hostName() + "/" + pid + "/" + processStartTime(pid);
 }
 
 TaskLock::TaskLock(std::string databasePath, std::string session, long processId, int userId)
@@ -64,13 +67,7 @@ void TaskLock::reclaimDeadSessions(const std::string& condition)
         if (sameHost && !dead) {
             // The process id may have been reused: the session names the start of its process.
             const std::string pid = std::to_string(rs.field("FProcessId").toInt());
-            std::ifstream stat("/proc/" + pid + "/stat");
-            std::string field, start;
-            for (int i = 1; stat >> field; ++i)
-                if (i == 22) {
-                    start = field;
-                    break;
-                }
+            const std::string start = processStartTime(pid);
             if (!start.empty() && session != m_host + "/" + pid + "/" + start)
                 dead = true;
         }
