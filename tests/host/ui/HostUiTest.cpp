@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QKeyEvent>
 #include <QLabel>
+#include <QListWidget>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTableWidget>
@@ -13,6 +16,7 @@
 #include "host/ui/LookupDialog.h"
 #include "host/ui/LookupWindows.h"
 #include "host/ui/ModuleLoader.h"
+#include "host/ui/NameList.h"
 #include "support/TestHost.h"
 
 using namespace ormex;
@@ -90,4 +94,34 @@ TEST(Launcher, OffersTheFiveFunctionsAndTheHeadquartersStatus)
     shot(launcher, "launcher.png");
     launcher.openFunction(6);
     EXPECT_NE(host.messages().last().find("no screen for function number 6"), std::string::npos);
+}
+
+TEST(NameList, DropsDownMatchingCardsAndWritesTheChoice)
+{
+    test::TestHost host;
+    host.branch().exec("delete from t_SystemProfile");
+    db::seedDemo(host.branch().db(), db::DemoRole::Branch);
+    host::NameList list(host.config().databasePath());
+    QLineEdit field;
+    field.show();
+    list.setLookUpClassId(50);
+    list.setFilter("(FCardStatus<>'9' and FCardStatus<>'3' and FDeleted=0)");
+    list.attach(&field, 18);
+    field.setText("13900000001");
+    list.showNameListWindow();
+    ASSERT_TRUE(list.popup()->isVisible());
+    EXPECT_EQ(list.popup()->count(), 2) << "both cards of the shared mobile";
+    QKeyEvent down(QEvent::KeyPress, Qt::Key_Down, Qt::NoModifier);
+    QApplication::sendEvent(&field, &down);
+    QApplication::sendEvent(&field, &down);
+    QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+    QApplication::sendEvent(&field, &enter);
+    EXPECT_TRUE(list.returnOk());
+    EXPECT_EQ(field.text(), "88000006");
+    EXPECT_FALSE(list.popup()->isVisible());
+
+    field.setText("88000013"); // not yet used: outside the filter
+    list.showNameListWindow();
+    EXPECT_FALSE(list.popup()->isVisible());
+    list.detach();
 }
