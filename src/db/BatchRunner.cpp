@@ -3,7 +3,6 @@
 #include <sqlite3.h>
 
 #include "DbError.h"
-#include "SqliteStatement.h"
 #include "platform/Text.h"
 
 namespace ormex::db {
@@ -26,6 +25,29 @@ void bindVariables(SqliteStatement& stmt, const std::map<std::string, platform::
 
 void BatchRunner::run(const std::vector<Statement>& statements)
 {
+    prepare(statements);
+    runAll(statements);
+}
+
+void BatchRunner::prepare(const std::vector<Statement>& statements)
+{
+    for (const auto& statement : statements) {
+        if (statement.kind == Statement::Kind::Data || statement.kind == Statement::Kind::Set ||
+            statement.kind == Statement::Kind::If) {
+            try {
+                m_prepared[&statement] = std::make_unique<SqliteStatement>(m_db, statement.sql);
+            } catch (const SqliteStatement::SyntaxError& error) {
+                throw ParseError(statement.line, "not understood: " + std::string(error.what()));
+            } catch (const DbError& error) {
+                throw StatementError(statement.line, statement.text, error.what());
+            }
+        }
+        prepare(statement.children);
+    }
+}
+
+void BatchRunner::runAll(const std::vector<Statement>& statements)
+{
     for (const auto& statement : statements)
         run(statement);
 }
@@ -40,9 +62,10 @@ void BatchRunner::run(const Statement& statement)
         m_variables[statement.variable] = scalar(statement);
         break;
     case Statement::Kind::Block:
-        run(statement.children);
+        runAll(statement.children);
         break;
     case Statement::Kind::If:
+        // A condition that is unknown (null) takes the ELSE branch, as on the server.
         if (scalar(statement).toInt() == 1)
             run(statement.children.at(0));
         else if (statement.children.size() > 1)
@@ -54,11 +77,18 @@ void BatchRunner::run(const Statement& statement)
     }
 }
 
+SqliteStatement& BatchRunner::prepared(const Statement& statement)
+{
+    auto& stmt = *m_prepared.at(&statement);
+    stmt.reset();
+    bindVariables(stmt, m_variables);
+    return stmt;
+}
+
 platform::Value BatchRunner::scalar(const Statement& statement)
 {
     try {
-        SqliteStatement stmt(m_db, statement.sql);
-        bindVariables(stmt, m_variables);
+        auto& stmt = prepared(statement);
         platform::Value value;
         if (stmt.step())
             value = stmt.column(0);
@@ -73,8 +103,7 @@ platform::Value BatchRunner::scalar(const Statement& statement)
 void BatchRunner::execute(const Statement& statement)
 {
     try {
-        SqliteStatement stmt(m_db, statement.sql);
-        bindVariables(stmt, m_variables);
+        auto& stmt = prepared(statement);
         while (stmt.step()) {
         }
     } catch (const DbError& error) {

@@ -53,6 +53,8 @@ platform::Recordset Database::query(std::string_view sql)
             rows.push_back(std::move(row));
         }
         return platform::Recordset(std::move(columns), std::move(rows));
+    } catch (const SqliteStatement::SyntaxError& error) {
+        throw ParseError(1, "not understood: " + std::string(error.what()));
     } catch (const DbError& error) {
         throw StatementError(1, std::string(sql), error.what());
     }
@@ -76,17 +78,23 @@ void Database::executeNative(std::string_view script)
     }
 }
 
-Database::Transaction::Transaction(Database& db) : m_db(db) { m_db.executeNative("BEGIN IMMEDIATE"); }
+Database::Transaction::Transaction(Database& db) : m_db(db), m_nested(sqlite3_get_autocommit(db.handle()) == 0)
+{
+    m_db.executeNative(m_nested ? "SAVEPOINT ormex_batch" : "BEGIN IMMEDIATE");
+}
 
 Database::Transaction::~Transaction()
 {
+    // A destructor cannot report anything: a failed rollback leaves SQLite to roll back when the
+    // connection closes.
     if (!m_done)
-        sqlite3_exec(m_db.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+        sqlite3_exec(m_db.handle(), m_nested ? "ROLLBACK TO ormex_batch; RELEASE ormex_batch" : "ROLLBACK", nullptr,
+                     nullptr, nullptr);
 }
 
 void Database::Transaction::commit()
 {
-    m_db.executeNative("COMMIT");
+    m_db.executeNative(m_nested ? "RELEASE ormex_batch" : "COMMIT");
     m_done = true;
 }
 

@@ -44,7 +44,8 @@ public:
     sqlite3* handle() const { return m_db; }
 
     // A scoped native transaction: BEGIN IMMEDIATE on construction, ROLLBACK in the destructor
-    // unless commit() was called.
+    // unless commit() was called. Inside a transaction already open on the connection it is a
+    // savepoint instead, so a batch run within the caller's transaction is still all or nothing.
     class Transaction
     {
     public:
@@ -56,6 +57,7 @@ public:
 
     private:
         Database& m_db;
+        bool m_nested = false;
         bool m_done = false;
     };
 

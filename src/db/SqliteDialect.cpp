@@ -112,12 +112,11 @@ private:
         fail(at, "unknown data type '" + t.text + "'");
     }
 
-    std::string cast(const std::string& value, std::size_t typeAt, std::size_t end, bool styleGiven) const
+    std::string cast(const std::string& value, std::size_t typeAt, std::size_t end) const
     {
         bool isText = false;
         long length = -1;
         const std::string type = sqlType(typeAt, end, isText, length);
-        (void)styleGiven; // dates are held as ISO text, which is what style 120 writes
         if (type.empty())
             return "(" + value + ")";
         if (isText && length > 0)
@@ -149,8 +148,10 @@ private:
         case Token::Kind::Word:
             break;
         }
+        // SQLite reads [name] as an identifier, as the server does; a "name" would silently turn
+        // into a text literal when no column is called so.
         if (t.bracketed)
-            return "\"" + t.text + "\"";
+            return "[" + t.text + "]";
         // dbo.name → name
         if (t.isWord("dbo") && i + 2 < end && m_tokens[i + 1].isSymbol(".")) {
             next = i + 2;
@@ -187,7 +188,14 @@ private:
         if (name == "convert") {
             if (args.empty() || args.size() > 2)
                 fail(i, "convert takes a type, a value and an optional style");
-            return cast(arg(1), open + 1, args[0], args.size() == 2);
+            if (args.size() == 2) {
+                // Dates are held as ISO text, which is what the ISO styles write; any other style
+                // would need a reformatting nobody has asked for.
+                const std::string style = arg(2);
+                if (style != "120" && style != "121" && style != "20" && style != "21" && style != "23")
+                    fail(args[1] + 1, "convert style " + style + " is not supported");
+            }
+            return cast(arg(1), open + 1, args[0]);
         }
         if (name == "cast") {
             std::size_t as = open + 1;
@@ -202,7 +210,7 @@ private:
             }
             if (as >= close)
                 fail(i, "cast needs AS and a type");
-            return cast(range(open + 1, as), as + 1, close, false);
+            return cast(range(open + 1, as), as + 1, close);
         }
         if (name == "datediff") {
             if (args.size() != 2)
@@ -217,8 +225,8 @@ private:
                 fail(i, "f_decrypt takes one argument");
             return "ormex_f_decrypt(" + arg(0) + ")";
         }
-        if (name == "len")
-            return "length(" + range(open + 1, close) + ")";
+        if (name == "len") // the server's len does not count trailing blanks
+            return "length(rtrim(" + range(open + 1, close) + "))";
         if (name == "substring")
             return "substr(" + range(open + 1, close) + ")";
         if (oneOf(name, kSameFunctions))

@@ -4,7 +4,7 @@
 
 // The T-SQL of the system on SQLite: isnull → ifnull, getdate() → the platform clock,
 // convert/cast → CAST or substr, datediff(day, …) and dbo.f_decrypt → functions the connection
-// registers, [identifiers] → "identifiers", @variables → named parameters.
+// registers, @variables → named parameters; [identifiers] stay as written.
 namespace ormex::db {
 
 class SqliteDialect : public Dialect

@@ -2,9 +2,17 @@
 
 #include <sqlite3.h>
 
-#include "DbError.h"
-
 namespace ormex::db {
+
+namespace {
+
+bool isSyntaxError(const std::string& reason)
+{
+    return reason.find("syntax error") != std::string::npos || reason.find("incomplete input") != std::string::npos ||
+           reason.find("unrecognized token") != std::string::npos;
+}
+
+} // namespace
 
 SqliteStatement::SqliteStatement(sqlite3* db, const std::string& sql) : m_db(db)
 {
@@ -12,6 +20,8 @@ SqliteStatement::SqliteStatement(sqlite3* db, const std::string& sql) : m_db(db)
         std::string reason = sqlite3_errmsg(db);
         sqlite3_finalize(m_stmt);
         m_stmt = nullptr;
+        if (isSyntaxError(reason))
+            throw SyntaxError(reason);
         throw DbError(reason);
     }
 }
@@ -40,6 +50,12 @@ void SqliteStatement::bind(int index, const platform::Value& value)
         break;
     }
     }
+}
+
+void SqliteStatement::reset()
+{
+    if (m_stmt)
+        sqlite3_reset(m_stmt);
 }
 
 bool SqliteStatement::step()

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "DbError.h"
 #include "platform/Value.h"
 
 struct sqlite3;
@@ -13,7 +14,14 @@ namespace ormex::db {
 class SqliteStatement
 {
 public:
-    // Throws DbError with SQLite's reason when the text does not compile.
+    // SQLite could not read the text at all (as opposed to naming a table or column it lacks).
+    class SyntaxError : public DbError
+    {
+    public:
+        using DbError::DbError;
+    };
+
+    // Throws SyntaxError or DbError with SQLite's reason when the text does not compile.
     SqliteStatement(sqlite3* db, const std::string& sql);
     ~SqliteStatement();
     SqliteStatement(const SqliteStatement&) = delete;
@@ -21,6 +29,8 @@ public:
 
     sqlite3_stmt* handle() const { return m_stmt; }
     void bind(int index, const platform::Value& value);
+    // Makes the statement ready to run again; bound values stay until bound anew.
+    void reset();
     // Steps once; true while a row is available. Throws DbError on failure.
     bool step();
     int columnCount() const;

@@ -26,10 +26,13 @@ std::vector<Token> tokenize(std::string_view s)
     std::vector<Token> tokens;
     int line = 1;
     std::size_t i = 0;
+    std::size_t start = 0; // offset of the token being read
+    // Called with i just past the token.
     auto push = [&](Token::Kind kind, std::string text, int at, bool bracketed = false) {
-        tokens.push_back(Token{kind, std::move(text), at, bracketed});
+        tokens.push_back(Token{kind, std::move(text), at, bracketed, start, i - start});
     };
     while (i < s.size()) {
+        start = i;
         const unsigned char c = static_cast<unsigned char>(s[i]);
         if (c == '\n') {
             ++line;
@@ -40,7 +43,7 @@ std::vector<Token> tokenize(std::string_view s)
             while (i < s.size() && s[i] != '\n')
                 ++i;
         } else if (c == '/' && i + 1 < s.size() && s[i + 1] == '*') {
-            const int start = line;
+            const int startLine = line;
             i += 2;
             while (i + 1 < s.size() && !(s[i] == '*' && s[i + 1] == '/')) {
                 if (s[i] == '\n')
@@ -48,17 +51,17 @@ std::vector<Token> tokenize(std::string_view s)
                 ++i;
             }
             if (i + 1 >= s.size())
-                throw ParseError(start, "unterminated comment");
+                throw ParseError(startLine, "unterminated comment");
             i += 2;
         } else if (c == '\'' || ((c == 'N' || c == 'n') && i + 1 < s.size() && s[i + 1] == '\'')) {
-            const int start = line;
+            const int startLine = line;
             if (c != '\'')
                 ++i; // N'…' is an ordinary string here: all text is Unicode
             std::string text = "'";
             ++i;
             for (;;) {
                 if (i >= s.size())
-                    throw ParseError(start, "unterminated string");
+                    throw ParseError(startLine, "unterminated string");
                 if (s[i] == '\'') {
                     if (i + 1 < s.size() && s[i + 1] == '\'') {
                         text += "''";
@@ -73,21 +76,23 @@ std::vector<Token> tokenize(std::string_view s)
                 text += s[i++];
             }
             text += '\'';
-            push(Token::Kind::String, std::move(text), start);
+            push(Token::Kind::String, std::move(text), startLine);
         } else if (c == '[') {
             const std::size_t end = s.find(']', i);
             if (end == std::string_view::npos)
                 throw ParseError(line, "unterminated [identifier]");
-            push(Token::Kind::Word, std::string(s.substr(i + 1, end - i - 1)), line, true);
+            const std::string name(s.substr(i + 1, end - i - 1));
             i = end + 1;
+            push(Token::Kind::Word, name, line, true);
         } else if (c == '@') {
             std::size_t j = i + 1;
             while (j < s.size() && isIdentChar(static_cast<unsigned char>(s[j])))
                 ++j;
             if (j == i + 1)
                 throw ParseError(line, "'@' without a variable name");
-            push(Token::Kind::Variable, std::string(s.substr(i, j - i)), line);
+            const std::string name(s.substr(i, j - i));
             i = j;
+            push(Token::Kind::Variable, name, line);
         } else if (std::isdigit(c) || (c == '.' && i + 1 < s.size() && std::isdigit(static_cast<unsigned char>(s[i + 1])))) {
             std::size_t j = i;
             while (j < s.size() && (std::isdigit(static_cast<unsigned char>(s[j])) || s[j] == '.'))
@@ -102,21 +107,23 @@ std::vector<Token> tokenize(std::string_view s)
                         ++j;
                 }
             }
-            push(Token::Kind::Number, std::string(s.substr(i, j - i)), line);
+            const std::string number(s.substr(i, j - i));
             i = j;
+            push(Token::Kind::Number, number, line);
         } else if (isIdentStart(c)) {
             std::size_t j = i;
             while (j < s.size() && isIdentChar(static_cast<unsigned char>(s[j])))
                 ++j;
-            push(Token::Kind::Word, std::string(s.substr(i, j - i)), line);
+            const std::string word(s.substr(i, j - i));
             i = j;
+            push(Token::Kind::Word, word, line);
         } else {
             static const char* const twoChar[] = {"<>", "<=", ">=", "!=", "!<", "!>"};
             bool matched = false;
             for (const char* op : twoChar) {
                 if (s.substr(i, 2) == op) {
-                    push(Token::Kind::Symbol, op, line);
                     i += 2;
+                    push(Token::Kind::Symbol, op, line);
                     matched = true;
                     break;
                 }
@@ -125,11 +132,11 @@ std::vector<Token> tokenize(std::string_view s)
                 continue;
             if (std::string_view("(),.*+-/%=<>;").find(static_cast<char>(c)) == std::string_view::npos)
                 throw ParseError(line, std::string("unexpected character '") + static_cast<char>(c) + "'");
-            push(Token::Kind::Symbol, std::string(1, static_cast<char>(c)), line);
             ++i;
+            push(Token::Kind::Symbol, std::string(1, static_cast<char>(c)), line);
         }
     }
-    tokens.push_back(Token{Token::Kind::End, "", line, false});
+    tokens.push_back(Token{Token::Kind::End, "", line, false, s.size(), 0});
     return tokens;
 }
 

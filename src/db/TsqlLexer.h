@@ -14,6 +14,8 @@ struct Token
     std::string text; // as written (strings include their quotes; [x] becomes x)
     int line = 0;
     bool bracketed = false; // a [quoted] identifier
+    std::size_t offset = 0; // where the token starts in the text, and its length there
+    std::size_t length = 0;
 
     bool isWord(std::string_view word) const;   // case-insensitive keyword test
     bool isSymbol(std::string_view symbol) const;

@@ -22,7 +22,9 @@ const std::set<std::string> kStatementWords = {"insert", "update", "delete", "if
 class Parser
 {
 public:
-    Parser(std::string_view text, const Dialect& dialect) : m_tokens(tokenize(text)), m_dialect(dialect) {}
+    Parser(std::string_view text, const Dialect& dialect) : m_text(text), m_tokens(tokenize(text)), m_dialect(dialect)
+    {
+    }
 
     std::vector<Statement> batch()
     {
@@ -72,15 +74,13 @@ private:
         return m_dialect.translate(m_tokens, begin, end, declaredCheck());
     }
 
-    std::string joined(std::size_t begin, std::size_t end) const
+    // The text of tokens [begin, end) as written, for error messages.
+    std::string source(std::size_t begin, std::size_t end) const
     {
-        std::string text;
-        for (std::size_t i = begin; i < end; ++i) {
-            if (!text.empty())
-                text += ' ';
-            text += m_tokens[i].bracketed ? "[" + m_tokens[i].text + "]" : m_tokens[i].text;
-        }
-        return text;
+        if (begin >= end)
+            return {};
+        const std::size_t from = m_tokens[begin].offset;
+        return std::string(m_text.substr(from, m_tokens[end - 1].offset + m_tokens[end - 1].length - from));
     }
 
     // Advances past the tokens of one clause: up to the next statement keyword at the top level
@@ -143,11 +143,10 @@ private:
     {
         if (at().isWord("dbo") && at(1).isSymbol("."))
             m_pos += 2;
-        const Token& t = at();
-        if (t.kind != Token::Kind::Word)
-            fail("a table name was expected, not " + describe(t));
+        if (at().kind != Token::Kind::Word)
+            fail("a table name was expected, not " + describe(at()));
         ++m_pos;
-        return t.bracketed ? "\"" + t.text + "\"" : t.text;
+        return translate(m_pos - 1, m_pos);
     }
 
     Statement dataStatement(std::size_t begin, std::string sql, bool rows = false)
@@ -155,7 +154,7 @@ private:
         Statement s;
         s.kind = Statement::Kind::Data;
         s.line = m_tokens[begin].line;
-        s.text = joined(begin, m_pos);
+        s.text = source(begin, m_pos);
         s.sql = std::move(sql);
         s.returnsRows = rows;
         return s;
@@ -195,7 +194,7 @@ private:
             Statement s;
             s.kind = Statement::Kind::If;
             s.line = t.line;
-            s.text = joined(begin, m_pos);
+            s.text = source(begin, m_pos);
             s.sql = m_dialect.conditionQuery(translate(from, m_pos));
             skipSemicolon();
             if (at().kind == Token::Kind::End || at().isWord("else") || at().isWord("end"))
@@ -267,7 +266,7 @@ private:
             Statement s;
             s.kind = Statement::Kind::Set;
             s.line = t.line;
-            s.text = joined(begin, m_pos);
+            s.text = source(begin, m_pos);
             s.variable = name;
             s.sql = m_dialect.valueQuery(translate(from, m_pos));
             return s;
@@ -287,7 +286,7 @@ private:
                 if (at().kind == Token::Kind::End)
                     fail("missing ')'");
                 ++m_pos;
-                sql += " (" + joined(open + 1, m_pos - 1) + ")";
+                sql += " (" + translate(open + 1, m_pos - 1) + ")";
             }
             if (!at().isWord("select") && !at().isWord("values"))
                 fail("INSERT needs SELECT or VALUES, not " + describe(at()));
@@ -332,6 +331,7 @@ private:
         fail("not understood: " + describe(t));
     }
 
+    std::string_view m_text;
     std::vector<Token> m_tokens;
     std::size_t m_pos = 0;
     const Dialect& m_dialect;

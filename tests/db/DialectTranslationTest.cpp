@@ -29,7 +29,7 @@ TEST(DialectTranslation, QueriesOfTheScreens)
         {"select 1 from x where  datediff(day,getdate(),FVipEndDate)>0",
          "select 1 from x where ormex_datediff_day(ormex_getdate(), FVipEndDate) > 0"},
         {"select [FName] from dbo.t_stock where FNumber like '01_%'",
-         "select \"FName\" from t_stock where FNumber like '01_%'"},
+         "select [FName] from t_stock where FNumber like '01_%'"},
         {"select FCardId from T where FCardId in ('a','b') and name=N'张'",
          "select FCardId from T where FCardId in ( 'a' , 'b' ) and name = '张'"},
     };
