@@ -142,6 +142,11 @@ private:
         case Token::Kind::Symbol:
             if (t.isSymbol(";"))
                 fail(i, "unexpected ';'");
+            // The server joins texts with '+'; SQLite would add them as numbers. The system
+            // never joins texts in its statements, so such text is refused rather than misread.
+            if (t.isSymbol("+") && ((i > 0 && m_tokens[i - 1].kind == Token::Kind::String) ||
+                                    (i + 1 < end && m_tokens[i + 1].kind == Token::Kind::String)))
+                fail(i, "texts joined with '+' are not supported");
             return t.text;
         case Token::Kind::End:
             return {};

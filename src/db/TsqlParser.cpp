@@ -178,7 +178,7 @@ private:
                     break;
                 }
                 if (at().kind == Token::Kind::End)
-                    fail("BEGIN without END");
+                    throw ParseError(block.line, "BEGIN without END");
                 if (at().isWord("else"))
                     fail("ELSE without IF");
                 block.children.push_back(statement());
