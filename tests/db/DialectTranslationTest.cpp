@@ -32,6 +32,11 @@ TEST(DialectTranslation, QueriesOfTheScreens)
          "select [FName] from t_stock where FNumber like '01_%'"},
         {"select FCardId from T where FCardId in ('a','b') and name=N'张'",
          "select FCardId from T where FCardId in ( 'a' , 'b' ) and name = '张'"},
+        {"select len(FVipName), substring(FCardId,1,2), cast(FAccNum as int), convert(varchar(20),FAccNum) from T",
+         "select length(rtrim(FVipName)) , substr(FCardId , 1 , 2) , CAST((FAccNum) AS INTEGER) , "
+         "substr(CAST((FAccNum) AS TEXT), 1, 20) from T"},
+        {"SELECT COUNT(*) AS n FROM T WHERE FDate>=convert(datetime,'2026-01-01') AND x<>'it''s'",
+         "SELECT count(*) AS n FROM T WHERE FDate >= ('2026-01-01') AND x <> 'it''s'"},
     };
     for (const auto& [in, out] : cases)
         EXPECT_EQ(translated(in), out) << in;

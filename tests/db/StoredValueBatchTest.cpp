@@ -102,24 +102,76 @@ TEST_F(StoredValueBatch, GiftCatalogueIsReplacedFromTheGrid)
               std::vector<std::string>{"6"});
 }
 
-TEST_F(StoredValueBatch, SettingsBatchAndLogRow)
+TEST_F(StoredValueBatch, SettingsBatchWritesEveryKeyThatHasARow)
 {
+    // The 21 keys of the member settings in the order they are saved, with the values written.
+    const std::pair<const char*, const char*> settings[] = {
+        {"MCType", "1"},          {"SVCType", "0"},           {"CardNumProfix", "A''B"},  {"CardNumSuffix", ""},
+        {"GoodsPointWork", "1"},  {"CoverCardNum", "0"},      {"PrintCardNum", "1"},      {"UptMemMsgDirect", "0"},
+        {"PrintMemName", "1"},    {"BranchShareMem", "1"},    {"ManPointRuleIndep", "0"}, {"SetVipGiftAtZb", "1"},
+        {"SVCardShareType", "1"}, {"LeaveAmount", "10.5"},    {"DailyAmtLimit", "300"},   {"MaxFillAmount", "5000"},
+        {"MothlyAmtLimit", "300"}, {"AllowFillPlusAmt", "0"}, {"PrintCardShowNum", "1"},  {"InputPSWOverLim", "1"},
+        {"LimitAmount", "-1"},
+    };
     std::string batch;
-    for (const char* key : {"MCType", "CardNumProfix", "MaxFillAmount"}) {
-        t.exec(std::string("insert into t_SystemProfile values ('VIP','") + key + "','x')");
-        const std::string value = std::string(key) == "CardNumProfix" ? "A''B" : "1";
-        batch += "UPDATE t_systemprofile SET FValue = '" + value + "' WHERE (FCategory = 'VIP') AND (FKey = '" + key + "')" + CRLF;
+    std::vector<std::string> expected;
+    for (const auto& [key, value] : settings) {
+        const std::string k = key, v = value;
+        if (k != "LimitAmount") // a key without a row stays absent: the batch only updates
+            t.exec("insert into t_SystemProfile values ('VIP','" + k + "','old')");
+        batch += "UPDATE t_systemprofile SET FValue = '" + v + "' WHERE (FCategory = 'VIP') AND (FKey = '" + k + "')" + CRLF;
     }
-    batch += "UPDATE t_systemprofile SET FValue = '1' WHERE (FCategory = 'VIP') AND (FKey = 'NoSuchKey')" + CRLF;
+    t.exec("insert into t_SystemProfile values ('POS','MCType','untouched')");
     t.db().execute(batch);
-    EXPECT_EQ(t.rows("select FKey,FValue from t_SystemProfile where FCategory='vip' order by FKey"),
-              (std::vector<std::string>{"CardNumProfix|A'B", "MaxFillAmount|1", "MCType|1"}));
 
-    t.db().execute("UPDATE T_Pos_VipRecord SET FCardStatus='0' WHERE FCardId='S1'" + CRLF +
-                   "INSERT INTO t_Log (FDate,FUserID,FFunctionID,FStatement,FDescription,FMachineName,FIPAddress)" +
-                   " VALUES ('2026-11-23 09:05:00',7,'MCM0001',5,'分店[01]进行卡状态管理---修改密码','POS1','10.0.0.5')");
+    for (const auto& [key, value] : settings)
+        if (std::string(key) != "LimitAmount")
+            expected.push_back(std::string(key) + "|" + (std::string(key) == "CardNumProfix" ? "A'B" : value));
+    EXPECT_EQ(t.rows("select FKey,FValue from t_SystemProfile where FCategory='vip' order by rowid"), expected);
+    EXPECT_EQ(t.scalar("select FValue from t_SystemProfile where FCategory='POS'").toString(), "untouched");
+}
+
+TEST_F(StoredValueBatch, StatementsReplayedOnHeadquartersEndWithTheLogRow)
+{
+    const std::string statements = "UPDATE T_Pos_VipRecord SET FCardStatus='2' WHERE FCardId='S1'";
+    const std::string logRow = "INSERT INTO t_Log (FDate,FUserID,FFunctionID,FStatement,FDescription,FMachineName,FIPAddress)"
+                               " VALUES ('11/23/2026 09:05',7,'MCM0001',5,'分店[01]进行卡状态管理---修改密码','POS1','10.0.0.5')";
+    t.db().execute(statements + CRLF + logRow);
     EXPECT_EQ(t.rows("select FDate,FUserID,FFunctionID,FStatement,FDescription,FMachineName,FIPAddress from t_Log"),
-              std::vector<std::string>{"2026-11-23 09:05:00|7|MCM0001|5|分店[01]进行卡状态管理---修改密码|POS1|10.0.0.5"});
+              std::vector<std::string>{"11/23/2026 09:05|7|MCM0001|5|分店[01]进行卡状态管理---修改密码|POS1|10.0.0.5"});
+    // An operation without a log text sends its statements followed by an empty line.
+    t.db().execute("UPDATE T_Pos_VipRecord SET FCardStatus='0' WHERE FCardId='S1'" + CRLF);
+    EXPECT_EQ(t.scalar("select FCardStatus from T_Pos_VipRecord where FCardId='S1'").toString(), "0");
+    EXPECT_EQ(t.scalar("select count(*) from t_Log").toInt(), 1);
+}
+
+TEST_F(StoredValueBatch, TheBalanceStatementRunsTheSameAtHeadquarters)
+{
+    // At headquarters is_branch is '0' and the ELSE arm runs; without the setting the IF arm does.
+    for (const char* setting : {"update t_SystemProfile set FValue='0' where FKey='is_branch'",
+                                "delete from t_SystemProfile where FKey='is_branch'"}) {
+        t.exec(setting);
+        t.exec("update T_Pos_VipRecord set FResidualAmt='" + encodeBalance("50") + "' where FCardId='S1'");
+        t.db().execute(CRLF + balanceStatement("S1", encodeBalance("70.25")));
+        EXPECT_EQ(balance("S1"), "70.25") << setting;
+        EXPECT_EQ(balance("S2"), "5") << setting;
+    }
+}
+
+TEST_F(StoredValueBatch, BatchRechargeOfTwoCards)
+{
+    auto recharge = [](const std::string& card, const std::string& charge, const std::string& old,
+                       const std::string& memo, const std::string& actual, const std::string& after) {
+        return CRLF + balanceStatement(card, encodeBalance(after)) + CRLF +
+               "insert T_Pos_AddMoneyList(FCardId, FPlusAmt, fuserid, FOperDate, FOldAmt," +
+               " Fbranchid,FBranchno,other1,FPlusRealAmt,FResidualAmt,FBalanceStyle,FComFlag)" + CRLF + "select '" + card +
+               "'," + charge + ",7,'2026-11-23 09:05:07'," + old + ",2,'01','" + memo + "'," + actual + ",'" + after + "',1,'1'";
+    };
+    t.db().execute(recharge("S1", "-20", "50", "退O''Brien", "-20", "30") + recharge("S2", "0.1", "5", "", "0", "5.1"));
+    EXPECT_EQ(balance("S1"), "30");
+    EXPECT_EQ(balance("S2"), "5.1");
+    EXPECT_EQ(t.rows("select FCardId,FPlusAmt,FOldAmt,other1,FPlusRealAmt,FResidualAmt,FOperDate from T_Pos_AddMoneyList order by FID"),
+              (std::vector<std::string>{"S1|-20|50|退O'Brien|-20|30|2026-11-23 09:05:07", "S2|0.1|5||0|5.1|2026-11-23 09:05:07"}));
 }
 
 TEST_F(StoredValueBatch, AFailingLastStatementLeavesEverythingAsBefore)
