@@ -9,6 +9,11 @@ namespace ormex::db {
 
 namespace {
 
+// Statements kept compiled between the check and the run. Past this many a statement is checked,
+// dropped and compiled again when it runs, so a batch over every card of a large database does
+// not hold tens of thousands of compiled statements at once.
+constexpr std::size_t kKeptPrepared = 512;
+
 void bindVariables(SqliteStatement& stmt, const std::map<std::string, platform::Value>& variables)
 {
     const int count = sqlite3_bind_parameter_count(stmt.handle());
@@ -35,7 +40,9 @@ void BatchRunner::prepare(const std::vector<Statement>& statements)
         if (statement.kind == Statement::Kind::Data || statement.kind == Statement::Kind::Set ||
             statement.kind == Statement::Kind::If) {
             try {
-                m_prepared[&statement] = std::make_unique<SqliteStatement>(m_db, statement.sql);
+                auto compiled = std::make_unique<SqliteStatement>(m_db, statement.sql);
+                if (m_prepared.size() < kKeptPrepared)
+                    m_prepared[&statement] = std::move(compiled);
             } catch (const SqliteStatement::SyntaxError& error) {
                 throw ParseError(statement.line, "not understood: " + std::string(error.what()));
             } catch (const DbError& error) {
@@ -79,7 +86,10 @@ void BatchRunner::run(const Statement& statement)
 
 SqliteStatement& BatchRunner::prepared(const Statement& statement)
 {
-    auto& stmt = *m_prepared.at(&statement);
+    auto kept = m_prepared.find(&statement);
+    if (kept == m_prepared.end())
+        m_scratch = std::make_unique<SqliteStatement>(m_db, statement.sql);
+    auto& stmt = kept == m_prepared.end() ? *m_scratch : *kept->second;
     stmt.reset();
     bindVariables(stmt, m_variables);
     return stmt;

@@ -161,3 +161,22 @@ TEST_F(BatchExecutor, AFailingStatementTakesTheWholeBatchBack)
         EXPECT_EQ(t.dump(), before) << c.batch;
     }
 }
+
+TEST_F(BatchExecutor, ALongBatchIsCheckedWholeBeforeItRuns)
+{
+    // Far more statements than are kept compiled between the check and the run.
+    std::string batch;
+    for (int i = 1; i <= 1500; ++i)
+        batch += "if " + std::to_string(i) + "%2=0 " + step(i) + "\r\n";
+    const auto before = t.dump();
+    try {
+        t.db().execute(batch + "update t_Log set FStatement=1 FStatement=2");
+        ADD_FAILURE() << "a statement SQLite cannot read was run";
+    } catch (const ParseError& error) {
+        EXPECT_EQ(error.line(), 1501);
+    }
+    EXPECT_EQ(t.dump(), before);
+
+    t.db().execute(batch);
+    EXPECT_EQ(t.rows("select count(*), min(FStatement), max(FStatement) from t_Log"), std::vector<std::string>{"750|2|1500"});
+}
