@@ -116,6 +116,8 @@ TEST_F(BatchExecutor, TextOutsideTheDialectRunsNothingAndNamesItsLine)
         {first + "update T_Pos_VipRecord set FVipName='a'+FVipName", 2, "joined with '+'"},
         {first + "update T_Pos_VipRecord set FVipName='it''s\r\n", 2, "unterminated string"},
         {first + "begin tran", 2, "transactions"},
+        {first + "if 1=1\r\n", 3, "IF needs a statement"},
+        {first + "select top 1 * from t_Log", 2, "'top' is not supported"},
     };
     const auto before = t.dump();
     for (const auto& c : cases) {

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "db/DbError.h"
 #include "db/SqliteDialect.h"
 #include "db/TsqlParser.h"
 
@@ -54,36 +53,6 @@ TEST(DialectTranslation, StatementsAreNormalised)
     };
     for (const auto& [in, out] : cases)
         EXPECT_EQ(firstStatement(in), out) << in;
-}
-
-TEST(DialectTranslation, TextOutsideTheDialectNamesItsLine)
-{
-    struct Case
-    {
-        const char* batch;
-        int line;
-        const char* words;
-    };
-    const Case cases[] = {
-        {"update T set a=1\r\nwhile 1=1 update T set a=2", 2, "not understood: 'while'"},
-        {"select 1\r\n\r\nselect foo(1) from T", 3, "unknown function 'foo'"},
-        {"update T set a=1\r\nset @x=1", 2, "must declare the variable @x"},
-        {"declare @a int\r\ndeclare @A int", 2, "already been declared"},
-        {"update T set a=(1", 1, "missing ')'"},
-        {"select 'abc", 1, "unterminated string"},
-        {"if 1=1\r\n", 2, "IF needs a statement"},
-        {"exec sp_who", 1, "not understood"},
-        {"select top 1 * from T", 1, "'top' is not supported"},
-    };
-    for (const auto& c : cases) {
-        try {
-            parseBatch(c.batch, SqliteDialect::instance());
-            ADD_FAILURE() << "accepted: " << c.batch;
-        } catch (const ParseError& error) {
-            EXPECT_EQ(error.line(), c.line) << c.batch;
-            EXPECT_NE(error.message().find(c.words), std::string::npos) << error.what();
-        }
-    }
 }
 
 TEST(DialectTranslation, ControlFlowStructure)
