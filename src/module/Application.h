@@ -3,7 +3,7 @@
 #include "platform/Value.h"
 
 // The member-card component's one public class. The host loads libOrmexCardManage.so on demand,
-// creates the application through the C entry points of EntryPoints.cpp and calls it through
+// creates the application through the C entry points below and calls it through
 // this interface.
 namespace ormex::module {
 
@@ -23,10 +23,13 @@ public:
 
 } // namespace ormex::module
 
+// The component's library exports these entry points and nothing else.
+#define ORMEX_COMPONENT_EXPORT __attribute__((visibility("default")))
+
 extern "C" {
-ormex::module::Application* OrmexCardManage_CreateApplication();
-void OrmexCardManage_DestroyApplication(ormex::module::Application* application);
-int OrmexCardManage_CanUnloadNow();
-int OrmexCardManage_RegisterServer();
-int OrmexCardManage_UnregisterServer();
+ORMEX_COMPONENT_EXPORT ormex::module::Application* OrmexCardManage_CreateApplication();
+ORMEX_COMPONENT_EXPORT void OrmexCardManage_DestroyApplication(ormex::module::Application* application);
+ORMEX_COMPONENT_EXPORT int OrmexCardManage_CanUnloadNow();
+ORMEX_COMPONENT_EXPORT int OrmexCardManage_RegisterServer();
+ORMEX_COMPONENT_EXPORT int OrmexCardManage_UnregisterServer();
 }
