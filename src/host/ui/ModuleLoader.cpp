@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 
+#include <filesystem>
 #include <stdexcept>
 
 #include "module/Application.h"
@@ -21,7 +22,12 @@ ModuleLoader::~ModuleLoader()
 
 std::string ModuleLoader::defaultLibraryPath()
 {
-    return QCoreApplication::applicationDirPath().toStdString() + "/libOrmexCardManage.so";
+    // In the build tree the component lies beside the program; installed, in lib/ormex.
+    const std::string bin = QCoreApplication::applicationDirPath().toStdString();
+    const std::string beside = bin + "/libOrmexCardManage.so";
+    if (std::filesystem::exists(beside))
+        return beside;
+    return bin + "/../lib/ormex/libOrmexCardManage.so";
 }
 
 module::Application& ModuleLoader::application()

@@ -8,7 +8,8 @@ namespace ormex::module {
 class Application;
 }
 
-// Loads the member-card component (libOrmexCardManage.so beside the executable) on first use
+// Loads the member-card component (libOrmexCardManage.so beside the executable, or in
+// lib/ormex/ of an installed tree) on first use
 // and calls its Application.
 namespace ormex::host {
 
