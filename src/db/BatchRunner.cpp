@@ -19,8 +19,7 @@ void bindVariables(SqliteStatement& stmt, const std::map<std::string, platform::
     const int count = sqlite3_bind_parameter_count(stmt.handle());
     for (int i = 1; i <= count; ++i) {
         const char* name = sqlite3_bind_parameter_name(stmt.handle(), i);
-        if (!name)
-            continue;
+        if (!name) continue;
         auto it = variables.find(platform::toLowerAscii(name));
         stmt.bind(i, it == variables.end() ? platform::Value() : it->second);
     }
@@ -41,8 +40,7 @@ void BatchRunner::prepare(const std::vector<Statement>& statements)
             statement.kind == Statement::Kind::If) {
             try {
                 auto compiled = std::make_unique<SqliteStatement>(m_db, statement.sql);
-                if (m_prepared.size() < kKeptPrepared)
-                    m_prepared[&statement] = std::move(compiled);
+                if (m_prepared.size() < kKeptPrepared) m_prepared[&statement] = std::move(compiled);
             } catch (const SqliteStatement::SyntaxError& error) {
                 throw ParseError(statement.line, "not understood: " + std::string(error.what()));
             } catch (const DbError& error) {
@@ -87,8 +85,7 @@ void BatchRunner::run(const Statement& statement)
 SqliteStatement& BatchRunner::prepared(const Statement& statement)
 {
     auto kept = m_prepared.find(&statement);
-    if (kept == m_prepared.end())
-        m_scratch = std::make_unique<SqliteStatement>(m_db, statement.sql);
+    if (kept == m_prepared.end()) m_scratch = std::make_unique<SqliteStatement>(m_db, statement.sql);
     auto& stmt = kept == m_prepared.end() ? *m_scratch : *kept->second;
     stmt.reset();
     bindVariables(stmt, m_variables);
@@ -100,8 +97,7 @@ platform::Value BatchRunner::scalar(const Statement& statement)
     try {
         auto& stmt = prepared(statement);
         platform::Value value;
-        if (stmt.step())
-            value = stmt.column(0);
+        if (stmt.step()) value = stmt.column(0);
         while (stmt.step()) {
         }
         return value;

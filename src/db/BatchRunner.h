@@ -34,7 +34,7 @@ private:
     SqliteStatement& prepared(const Statement& statement);
 
     sqlite3* m_db;
-    std::map<std::string, platform::Value> m_variables; // lower-case name with '@'
+    std::map<std::string, platform::Value> m_variables;                      // lower-case name with '@'
     std::map<const Statement*, std::unique_ptr<SqliteStatement>> m_prepared; // the first ones of the batch
     std::unique_ptr<SqliteStatement> m_scratch; // the one running, when it was not kept
 };

@@ -34,7 +34,10 @@ std::unique_ptr<Database> Database::open(const std::string& path, OpenMode mode)
 
 Database::Database(std::string path, sqlite3* db) : m_path(std::move(path)), m_db(db) {}
 
-Database::~Database() { sqlite3_close(m_db); }
+Database::~Database()
+{
+    sqlite3_close(m_db);
+}
 
 platform::Recordset Database::query(std::string_view sql)
 {
@@ -78,7 +81,8 @@ void Database::executeNative(std::string_view script)
     }
 }
 
-Database::Transaction::Transaction(Database& db) : m_db(db), m_nested(sqlite3_get_autocommit(db.handle()) == 0)
+Database::Transaction::Transaction(Database& db)
+    : m_db(db), m_nested(sqlite3_get_autocommit(db.handle()) == 0)
 {
     m_db.executeNative(m_nested ? "SAVEPOINT ormex_batch" : "BEGIN IMMEDIATE");
 }
@@ -88,8 +92,8 @@ Database::Transaction::~Transaction()
     // A destructor cannot report anything: a failed rollback leaves SQLite to roll back when the
     // connection closes.
     if (!m_done)
-        sqlite3_exec(m_db.handle(), m_nested ? "ROLLBACK TO ormex_batch; RELEASE ormex_batch" : "ROLLBACK", nullptr,
-                     nullptr, nullptr);
+        sqlite3_exec(m_db.handle(), m_nested ? "ROLLBACK TO ormex_batch; RELEASE ormex_batch" : "ROLLBACK",
+                     nullptr, nullptr, nullptr);
 }
 
 void Database::Transaction::commit()

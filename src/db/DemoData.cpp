@@ -30,7 +30,10 @@ public:
         m_state ^= m_state << 5;
         return m_state;
     }
-    int between(int low, int high) { return low + static_cast<int>(next() % static_cast<std::uint32_t>(high - low + 1)); }
+    int between(int low, int high)
+    {
+        return low + static_cast<int>(next() % static_cast<std::uint32_t>(high - low + 1));
+    }
 
 private:
     std::uint32_t m_state;
@@ -46,8 +49,9 @@ void insert(Database& db, const std::string& sql, const std::vector<Value>& valu
 
 const std::array<const char*, 20> kSurnames = {"张", "王", "李", "赵", "刘", "陈", "杨", "黄", "周", "吴",
                                                "徐", "孙", "马", "朱", "胡", "郭", "何", "林", "高", "罗"};
-const std::array<const char*, 20> kGivenNames = {"伟", "娜", "敏", "静", "强", "磊", "洋", "艳", "勇", "军",
-                                                 "杰", "娟", "涛", "明", "超", "秀英", "华", "平", "刚", "丽"};
+const std::array<const char*, 20> kGivenNames = {"伟", "娜",   "敏", "静", "强", "磊", "洋",
+                                                 "艳", "勇",   "军", "杰", "娟", "涛", "明",
+                                                 "超", "秀英", "华", "平", "刚", "丽"};
 
 struct CardType
 {
@@ -57,24 +61,41 @@ struct CardType
     int points;
 };
 const std::array<CardType, 5> kCardTypes = {{{"01", "普通会员卡", 0, 1},
-                                              {"02", "银卡", 1, 1},
-                                              {"03", "金卡", 1, 1},
-                                              {"04", "储值卡", 1, 0},
-                                              {"05", "员工卡", 0, 1}}};
+                                             {"02", "银卡", 1, 1},
+                                             {"03", "金卡", 1, 1},
+                                             {"04", "储值卡", 1, 0},
+                                             {"05", "员工卡", 0, 1}}};
 
 void seedSettings(Database& db, DemoRole role)
 {
     const bool branch = role == DemoRole::Branch;
     const std::vector<std::pair<const char*, const char*>> vip = {
-        {"MCType", "0"},          {"SVCType", "1"},           {"CardNumProfix", ";"},     {"CardNumSuffix", "?"},
-        {"GoodsPointWork", "1"},  {"CoverCardNum", "0"},      {"PrintCardNum", "1"},      {"UptMemMsgDirect", "1"},
-        {"PrintMemName", "1"},    {"BranchShareMem", "1"},    {"ManPointRuleIndep", "0"}, {"SetVipGiftAtZb", "1"},
-        {"SVCardShareType", "1"}, {"LeaveAmount", "0"},       {"DailyAmtLimit", "2000"},  {"MaxFillAmount", "5000"},
-        {"MothlyAmtLimit", "20000"}, {"AllowFillPlusAmt", "0"}, {"PrintCardShowNum", "1"}, {"InputPSWOverLim", "1"},
-        {"LimitAmount", "500"},   {"PosSavingServerDb", "(local)/HQ/sa/ormex"},
+        {"MCType", "0"},
+        {"SVCType", "1"},
+        {"CardNumProfix", ";"},
+        {"CardNumSuffix", "?"},
+        {"GoodsPointWork", "1"},
+        {"CoverCardNum", "0"},
+        {"PrintCardNum", "1"},
+        {"UptMemMsgDirect", "1"},
+        {"PrintMemName", "1"},
+        {"BranchShareMem", "1"},
+        {"ManPointRuleIndep", "0"},
+        {"SetVipGiftAtZb", "1"},
+        {"SVCardShareType", "1"},
+        {"LeaveAmount", "0"},
+        {"DailyAmtLimit", "2000"},
+        {"MaxFillAmount", "5000"},
+        {"MothlyAmtLimit", "20000"},
+        {"AllowFillPlusAmt", "0"},
+        {"PrintCardShowNum", "1"},
+        {"InputPSWOverLim", "1"},
+        {"LimitAmount", "500"},
+        {"PosSavingServerDb", "(local)/HQ/sa/ormex"},
     };
     for (const auto& [key, value] : vip)
-        insert(db, "insert into t_SystemProfile (FCategory, FKey, FValue) values ('VIP', ?, ?)", {key, value});
+        insert(db, "insert into t_SystemProfile (FCategory, FKey, FValue) values ('VIP', ?, ?)",
+               {key, value});
     insert(db, "insert into t_SystemProfile (FCategory, FKey, FValue) values ('ic', 'g_branch_no', ?)",
            {branch ? kDemoBranchNum : kDemoHeadquartersNum});
     insert(db, "insert into t_SystemProfile (FCategory, FKey, FValue) values ('ic', 'is_branch', ?)",
@@ -84,16 +105,31 @@ void seedSettings(Database& db, DemoRole role)
 void seedCatalogues(Database& db)
 {
     for (const auto& type : kCardTypes)
-        insert(db, "insert into T_Pos_VipType (FTypeId, type_name, FSavingFlag, FAccFlag) values (?, ?, ?, ?)",
+        insert(db,
+               "insert into T_Pos_VipType (FTypeId, type_name, FSavingFlag, FAccFlag) values (?, ?, ?, ?)",
                {type.id, type.name, type.saving, type.points});
     // Silver converts at 5 percent per 100 points; gold by fixed amounts per 1000, 500 and 100.
-    insert(db, "insert into T_Pos_VipPointToAmt (FTypeId, FAccNum, saving_amt, FZhRate) values ('02', 100, 0, 5)", {});
-    insert(db, "insert into T_Pos_VipPointToAmt (FTypeId, FAccNum, saving_amt, FZhRate) values ('03', 1000, 120, 0)", {});
-    insert(db, "insert into T_Pos_VipPointToAmt (FTypeId, FAccNum, saving_amt, FZhRate) values ('03', 500, 55, 0)", {});
-    insert(db, "insert into T_Pos_VipPointToAmt (FTypeId, FAccNum, saving_amt, FZhRate) values ('03', 100, 10, 0)", {});
+    insert(db,
+           "insert into T_Pos_VipPointToAmt (FTypeId, FAccNum, saving_amt, FZhRate) values ('02', 100, 0, 5)",
+           {});
+    insert(
+        db,
+        "insert into T_Pos_VipPointToAmt (FTypeId, FAccNum, saving_amt, FZhRate) values ('03', 1000, 120, 0)",
+        {});
+    insert(
+        db,
+        "insert into T_Pos_VipPointToAmt (FTypeId, FAccNum, saving_amt, FZhRate) values ('03', 500, 55, 0)",
+        {});
+    insert(
+        db,
+        "insert into T_Pos_VipPointToAmt (FTypeId, FAccNum, saving_amt, FZhRate) values ('03', 100, 10, 0)",
+        {});
 
-    const std::vector<std::pair<const char*, const char*>> stocks = {
-        {"01", "一分店"}, {"0101", "一分店礼品仓"}, {"0102", "一分店百货仓"}, {"0201", "二分店礼品仓"}, {"00", "总部仓库"}};
+    const std::vector<std::pair<const char*, const char*>> stocks = {{"01", "一分店"},
+                                                                     {"0101", "一分店礼品仓"},
+                                                                     {"0102", "一分店百货仓"},
+                                                                     {"0201", "二分店礼品仓"},
+                                                                     {"00", "总部仓库"}};
     int id = 1;
     for (const auto& [number, name] : stocks)
         insert(db, "insert into t_stock (FItemID, FNumber, FName) values (?, ?, ?)", {id++, number, name});
@@ -116,16 +152,25 @@ void seedCatalogues(Database& db)
                                          {107, "G007", "6901234500073", "购物袋", "个", 0},
                                          {108, "G008", "6901234500080", "电饭煲", "台", 0}}};
     for (const auto& g : goods)
-        insert(db, "insert into t_Item (FItemID, FNumber, FBarCode, FName, FUnit, FIsAuxi) values (?, ?, ?, ?, ?, ?)",
+        insert(db,
+               "insert into t_Item (FItemID, FNumber, FBarCode, FName, FUnit, FIsAuxi) values (?, ?, ?, ?, "
+               "?, ?)",
                {g.id, g.number, g.barcode, g.name, g.unit, g.aux});
-    const std::vector<std::tuple<int, int, const char*, const char*>> aux = {
-        {1, 103, "S", "小码"}, {2, 103, "M", "中码"}, {3, 103, "L", "大码"}, {4, 104, "40", "40码"}, {5, 104, "42", "42码"}};
+    const std::vector<std::tuple<int, int, const char*, const char*>> aux = {{1, 103, "S", "小码"},
+                                                                             {2, 103, "M", "中码"},
+                                                                             {3, 103, "L", "大码"},
+                                                                             {4, 104, "40", "40码"},
+                                                                             {5, 104, "42", "42码"}};
     for (const auto& [auxId, item, number, name] : aux)
-        insert(db, "insert into t_AuxProp (FAuxPropID, FItemID, FAuxPropNum, FAuxPropName) values (?, ?, ?, ?)",
+        insert(db,
+               "insert into t_AuxProp (FAuxPropID, FItemID, FAuxPropNum, FAuxPropName) values (?, ?, ?, ?)",
                {auxId, item, number, name});
 
-    const std::vector<std::tuple<int, const char*, const char*, int>> payments = {
-        {1, "01", "现金", 0}, {2, "02", "银行卡", 0}, {3, "03", "支票", 0}, {4, "04", "微信支付", 0}, {5, "05", "旧储值券", 1}};
+    const std::vector<std::tuple<int, const char*, const char*, int>> payments = {{1, "01", "现金", 0},
+                                                                                  {2, "02", "银行卡", 0},
+                                                                                  {3, "03", "支票", 0},
+                                                                                  {4, "04", "微信支付", 0},
+                                                                                  {5, "05", "旧储值券", 1}};
     for (const auto& [payId, number, name, deleted] : payments)
         insert(db, "insert into t_PayMethod (FItemID, FNumber, FName, FDeleted) values (?, ?, ?, ?)",
                {payId, number, name, deleted});
@@ -133,16 +178,18 @@ void seedCatalogues(Database& db)
     const platform::Date today = platform::today();
     const std::string from = today.addDays(-30).toString(), to = today.addMonths(2).toString();
     const std::string oldFrom = today.addMonths(-6).toString(), oldTo = today.addDays(-1).toString();
-    const std::vector<std::tuple<int, const char*, int, const char*, int, int, std::string, std::string>> gifts = {
-        {101, "All", 2, "0101", 1, 300, from, to},      {102, "All", 2, "0101", 1, 150, from, to},
-        {103, "03", 2, "0101", 1, 500, from, to},       {104, "02", 2, "0101", 1, 800, from, to},
-        {107, "All", 2, "0101", 2, 40, from, to},       {105, "All", 3, "0102", 1, 250, from, to},
-        {108, "03", 2, "0101", 1, 2000, from, to},      {106, "All", 2, "0101", 1, 200, oldFrom, oldTo},
-        {101, "01", 2, "0101", 1, 350, oldFrom, oldTo},
-    };
+    const std::vector<std::tuple<int, const char*, int, const char*, int, int, std::string, std::string>>
+        gifts = {
+            {101, "All", 2, "0101", 1, 300, from, to},      {102, "All", 2, "0101", 1, 150, from, to},
+            {103, "03", 2, "0101", 1, 500, from, to},       {104, "02", 2, "0101", 1, 800, from, to},
+            {107, "All", 2, "0101", 2, 40, from, to},       {105, "All", 3, "0102", 1, 250, from, to},
+            {108, "03", 2, "0101", 1, 2000, from, to},      {106, "All", 2, "0101", 1, 200, oldFrom, oldTo},
+            {101, "01", 2, "0101", 1, 350, oldFrom, oldTo},
+        };
     for (const auto& [item, type, branchId, branchNo, count, points, begin, end] : gifts)
         insert(db,
-               "insert into T_Pos_VipGift (FItemId, FCardType, FBranchID, FBranchNo, FItemNum, FVipNum, FBeginDate, FEndDate)"
+               "insert into T_Pos_VipGift (FItemId, FCardType, FBranchID, FBranchNo, FItemNum, FVipNum, "
+               "FBeginDate, FEndDate)"
                " values (?, ?, ?, ?, ?, ?, ?, ?)",
                {item, type, branchId, branchNo, count, points, begin, end});
 }
@@ -193,8 +240,7 @@ std::vector<DemoCard> makeCards()
             c.acc = rnd.between(0, 40) * 50;
             c.dec = std::min(c.acc, static_cast<double>(rnd.between(0, 20) * 25));
         }
-        if (c.saving)
-            c.balance = c.status == "9" ? 0 : rnd.between(0, 200000) / 100.0;
+        if (c.saving) c.balance = c.status == "9" ? 0 : rnd.between(0, 200000) / 100.0;
         c.deleted = (i % 41 == 0) ? 1 : 0;
         cards.push_back(c);
     }
@@ -207,23 +253,55 @@ std::vector<DemoCard> makeCards()
 void seedCards(Database& db, DemoRole role)
 {
     const std::vector<DemoCard> cards = makeCards();
-    SqliteStatement card(db.handle(),
-                         "insert into T_Pos_VipRecord (FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus,"
-                         " FVipStartDate, FVipEndDate, FAccNum, FDecNum, FResidualAmt, FPlusAmt, FSavingFlag, FAccFlag,"
-                         " FDeleted, password, FBranchno, FOperDate, FModifyDate, FUserName, FVipTax, limit_use, salesman,"
-                         " FVipSex, birthday, marriage, FVipTel, company, FVipEmail, FSocialId, FVipAdd, FVipZip,"
-                         " FSalaryLevel, degree, favor, memo, nation)"
-                         " values (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
+    SqliteStatement card(
+        db.handle(),
+        "insert into T_Pos_VipRecord (FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus,"
+        " FVipStartDate, FVipEndDate, FAccNum, FDecNum, FResidualAmt, FPlusAmt, FSavingFlag, FAccFlag,"
+        " FDeleted, password, FBranchno, FOperDate, FModifyDate, FUserName, FVipTax, limit_use, salesman,"
+        " FVipSex, birthday, marriage, FVipTel, company, FVipEmail, FSocialId, FVipAdd, FVipZip,"
+        " FSalaryLevel, degree, favor, memo, nation)"
+        " values (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
     for (std::size_t k = 0; k < cards.size(); ++k) {
         const DemoCard& c = cards[k];
         const std::string issue = c.saving ? "100" : "0";
-        const std::vector<Value> values = {
-            c.id, c.flowNo, c.name, c.mobile, c.type, c.status, c.start, c.end, c.acc, c.dec,
-            c.saving ? Value(platform::encodeBalance(c.balance)) : Value("0"), c.saving ? 100.0 : 0.0, c.saving, c.points,
-            c.deleted, "123456", c.branchNo, c.operDate, c.operDate, "管理员", c.saving ? 100.0 : 0.0, 0, "王销售", c.sex,
-            "1985-0" + std::to_string(k % 9 + 1) + "-1" + std::to_string(k % 9), k % 2 ? "已婚" : "未婚",
-            "0755-8888" + std::to_string(1000 + k), "华南商贸有限公司", c.email, "44030019850101" + std::to_string(1000 + k),
-            "深圳市福田区深南大道" + std::to_string(k + 1) + "号", "518000", "中等", "本科", "购物", "", "汉族"};
+        const std::vector<Value> values = {c.id,
+                                           c.flowNo,
+                                           c.name,
+                                           c.mobile,
+                                           c.type,
+                                           c.status,
+                                           c.start,
+                                           c.end,
+                                           c.acc,
+                                           c.dec,
+                                           c.saving ? Value(platform::encodeBalance(c.balance)) : Value("0"),
+                                           c.saving ? 100.0 : 0.0,
+                                           c.saving,
+                                           c.points,
+                                           c.deleted,
+                                           "123456",
+                                           c.branchNo,
+                                           c.operDate,
+                                           c.operDate,
+                                           "管理员",
+                                           c.saving ? 100.0 : 0.0,
+                                           0,
+                                           "王销售",
+                                           c.sex,
+                                           "1985-0" + std::to_string(k % 9 + 1) + "-1" +
+                                               std::to_string(k % 9),
+                                           k % 2 ? "已婚" : "未婚",
+                                           "0755-8888" + std::to_string(1000 + k),
+                                           "华南商贸有限公司",
+                                           c.email,
+                                           "44030019850101" + std::to_string(1000 + k),
+                                           "深圳市福田区深南大道" + std::to_string(k + 1) + "号",
+                                           "518000",
+                                           "中等",
+                                           "本科",
+                                           "购物",
+                                           "",
+                                           "汉族"};
         for (std::size_t i = 0; i < values.size(); ++i)
             card.bind(static_cast<int>(i + 1), values[i]);
         card.step();
@@ -232,14 +310,17 @@ void seedCards(Database& db, DemoRole role)
         if (c.saving) {
             // The issue amount, encoded as the screens read it back.
             insert(db,
-                   "insert into T_Pos_AddMoneyList (FCardId, FPlusAmt, fuserid, FOperDate, FOldAmt, Fbranchid, FBranchno,"
-                   " other1, FPlusRealAmt, FResidualAmt, FBalanceStyle, FComFlag) values (?, ?, 1, ?, 0, ?, ?, '初始金额', ?, ?, 1, '1')",
+                   "insert into T_Pos_AddMoneyList (FCardId, FPlusAmt, fuserid, FOperDate, FOldAmt, "
+                   "Fbranchid, FBranchno,"
+                   " other1, FPlusRealAmt, FResidualAmt, FBalanceStyle, FComFlag) values (?, ?, 1, ?, 0, ?, "
+                   "?, '初始金额', ?, ?, 1, '1')",
                    {c.id, platform::encodeBalance(issue), c.operDate + " 09:00:00", kDemoBranchId, c.branchNo,
                     platform::numberOr0(issue), issue});
         }
         if (c.acc > 0 && role == DemoRole::Branch && k % 4 == 0)
             insert(db,
-                   "insert into T_Pos_VipConsume (FCardId, Fbranchid, FBranchno, FVipCurAccNum, FVipAccNum, FVipMinusTotalNum,"
+                   "insert into T_Pos_VipConsume (FCardId, Fbranchid, FBranchno, FVipCurAccNum, FVipAccNum, "
+                   "FVipMinusTotalNum,"
                    " FComFlag) values (?, ?, ?, ?, ?, ?, '0')",
                    {c.id, kDemoBranchId, kDemoBranchNum, c.acc, c.acc, c.dec});
     }
@@ -259,27 +340,33 @@ void seedPendingApprovals(Database& db)
         int daysAgo;
     };
     const std::array<Pending, 8> pending = {{{1, nullptr, nullptr, "new.mail@example.cn", nullptr, 0},
-                                              {2, "李晓明", nullptr, nullptr, nullptr, 0},
-                                              {3, nullptr, "13811112222", nullptr, nullptr, 0},
-                                              {7, nullptr, nullptr, nullptr, nullptr, 0},
-                                              {8, "周杰", "13822223333", "zhoujie@example.cn", nullptr, 1},
-                                              {12, nullptr, nullptr, nullptr, "4", 2},
-                                              {16, nullptr, nullptr, nullptr, nullptr, 5},
-                                              {21, "赵丽颖", nullptr, nullptr, "0", 0}}};
+                                             {2, "李晓明", nullptr, nullptr, nullptr, 0},
+                                             {3, nullptr, "13811112222", nullptr, nullptr, 0},
+                                             {7, nullptr, nullptr, nullptr, nullptr, 0},
+                                             {8, "周杰", "13822223333", "zhoujie@example.cn", nullptr, 1},
+                                             {12, nullptr, nullptr, nullptr, "4", 2},
+                                             {16, nullptr, nullptr, nullptr, nullptr, 5},
+                                             {21, "赵丽颖", nullptr, nullptr, "0", 0}}};
     for (const auto& p : pending) {
         char id[16];
         std::snprintf(id, sizeof id, "8800%04d", p.card);
-        std::string sql =
-            "insert into T_Pos_VipRecordCheck (FFlowId, FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus,"
-            " FVipStartDate, FVipEndDate, FBranchno, FOperDate, FModifyDate, FUserName, FVipTax, limit_use, salesman, FVipSex,"
-            " birthday, marriage, FVipTel, company, FVipEmail, FSocialId, FVipAdd, FVipZip, FSalaryLevel, degree, favor, memo, nation)"
-            " select FFlowId, FCardId, FCardFlowno, ifnull(?, FVipName), ifnull(?, mobile), FCardType, ifnull(?, FCardStatus),"
-            " FVipStartDate, FVipEndDate, FBranchno, FOperDate, ?, FUserName, FVipTax, limit_use, salesman, FVipSex, birthday,"
-            " marriage, FVipTel, company, ifnull(?, FVipEmail), FSocialId, FVipAdd, FVipZip, FSalaryLevel, degree, favor, memo, nation"
-            " from T_Pos_VipRecord where FCardId = ?";
+        std::string sql = "insert into T_Pos_VipRecordCheck (FFlowId, FCardId, FCardFlowno, FVipName, "
+                          "mobile, FCardType, FCardStatus,"
+                          " FVipStartDate, FVipEndDate, FBranchno, FOperDate, FModifyDate, FUserName, "
+                          "FVipTax, limit_use, salesman, FVipSex,"
+                          " birthday, marriage, FVipTel, company, FVipEmail, FSocialId, FVipAdd, FVipZip, "
+                          "FSalaryLevel, degree, favor, memo, nation)"
+                          " select FFlowId, FCardId, FCardFlowno, ifnull(?, FVipName), ifnull(?, mobile), "
+                          "FCardType, ifnull(?, FCardStatus),"
+                          " FVipStartDate, FVipEndDate, FBranchno, FOperDate, ?, FUserName, FVipTax, "
+                          "limit_use, salesman, FVipSex, birthday,"
+                          " marriage, FVipTel, company, ifnull(?, FVipEmail), FSocialId, FVipAdd, FVipZip, "
+                          "FSalaryLevel, degree, favor, memo, nation"
+                          " from T_Pos_VipRecord where FCardId = ?";
         insert(db, sql,
-               {p.name ? Value(p.name) : Value(), p.mobile ? Value(p.mobile) : Value(), p.status ? Value(p.status) : Value(),
-                today.addDays(-p.daysAgo).toString(), p.email ? Value(p.email) : Value(), std::string(id)});
+               {p.name ? Value(p.name) : Value(), p.mobile ? Value(p.mobile) : Value(),
+                p.status ? Value(p.status) : Value(), today.addDays(-p.daysAgo).toString(),
+                p.email ? Value(p.email) : Value(), std::string(id)});
     }
 }
 
@@ -291,8 +378,7 @@ void seedDemo(Database& db, DemoRole role)
     seedSettings(db, role);
     seedCatalogues(db);
     seedCards(db, role);
-    if (role == DemoRole::Branch)
-        seedPendingApprovals(db);
+    if (role == DemoRole::Branch) seedPendingApprovals(db);
     transaction.commit();
 }
 

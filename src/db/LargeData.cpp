@@ -17,15 +17,16 @@ void generateCards(Database& db, std::size_t count, const GenerateProgress& prog
     Database::Transaction transaction(db);
     long long first = 0;
     {
-        SqliteStatement last(db.handle(), "SELECT ifnull(max(CAST(FCardId AS INTEGER)), 8999999999) FROM T_Pos_VipRecord "
-                                          "WHERE FCardId >= '9000000000' AND length(FCardId) = 10");
-        if (last.step())
-            first = last.column(0).toInt() + 1;
+        SqliteStatement last(db.handle(),
+                             "SELECT ifnull(max(CAST(FCardId AS INTEGER)), 8999999999) FROM T_Pos_VipRecord "
+                             "WHERE FCardId >= '9000000000' AND length(FCardId) = 10");
+        if (last.step()) first = last.column(0).toInt() + 1;
     }
-    SqliteStatement insert(db.handle(),
-                           "INSERT INTO T_Pos_VipRecord (FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus,"
-                           " FVipStartDate, FVipEndDate, FAccNum, FDecNum, FResidualAmt, FSavingFlag, FAccFlag, FBranchno,"
-                           " FOperDate, FModifyDate) VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
+    SqliteStatement insert(
+        db.handle(),
+        "INSERT INTO T_Pos_VipRecord (FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus,"
+        " FVipStartDate, FVipEndDate, FAccNum, FDecNum, FResidualAmt, FSavingFlag, FAccFlag, FBranchno,"
+        " FOperDate, FModifyDate) VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
     const platform::Date today = platform::today();
     const std::string start = today.addDays(-365).toString();
     const std::string end = today.addDays(365).toString();
@@ -56,12 +57,10 @@ void generateCards(Database& db, std::size_t count, const GenerateProgress& prog
         insert.bind(16, start);
         insert.step();
         sqlite3_reset(insert.handle());
-        if (progress && (i + 1) % 100000 == 0)
-            progress(i + 1, count);
+        if (progress && (i + 1) % 100000 == 0) progress(i + 1, count);
     }
     transaction.commit();
-    if (progress)
-        progress(count, count);
+    if (progress) progress(count, count);
 }
 
 } // namespace ormex::db

@@ -15,7 +15,8 @@ void applySchema(Database& db)
 
 bool hasSchema(Database& db)
 {
-    SqliteStatement stmt(db.handle(), "SELECT count(*) FROM sqlite_master WHERE type='table' AND name='T_Pos_VipRecord'");
+    SqliteStatement stmt(db.handle(),
+                         "SELECT count(*) FROM sqlite_master WHERE type='table' AND name='T_Pos_VipRecord'");
     return stmt.step() && stmt.column(0).toInt() == 1;
 }
 

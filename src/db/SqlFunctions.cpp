@@ -56,8 +56,8 @@ void registerSqlFunctions(sqlite3* db)
     // getdate depends on the clock, so it is not deterministic for the query planner.
     sqlite3_create_function(db, "ormex_getdate", 0, SQLITE_UTF8, nullptr, getdate, nullptr, nullptr);
     sqlite3_create_function(db, "ormex_datediff_day", 2, SQLITE_UTF8, nullptr, datediffDay, nullptr, nullptr);
-    sqlite3_create_function(db, "ormex_f_decrypt", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, decrypt, nullptr,
-                            nullptr);
+    sqlite3_create_function(db, "ormex_f_decrypt", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, decrypt,
+                            nullptr, nullptr);
 }
 
 } // namespace ormex::db

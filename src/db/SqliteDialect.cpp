@@ -14,28 +14,29 @@ using platform::toLowerAscii;
 
 // Words that may stand before "(" without being a function call.
 constexpr std::array<const char*, 28> kKeywordsBeforeParen = {
-    "in",   "exists", "values", "and",   "or",   "not",  "when", "then", "else",  "as",
-    "on",   "select", "where",  "from",  "is",   "like", "between", "case", "end", "join",
-    "union", "all",   "any",    "some",  "by",   "set",  "having", "distinct"};
+    "in",    "exists", "values", "and",  "or", "not",  "when",    "then",    "else", "as",
+    "on",    "select", "where",  "from", "is", "like", "between", "case",    "end",  "join",
+    "union", "all",    "any",    "some", "by", "set",  "having",  "distinct"};
 
 // Functions that mean the same on SQLite.
-constexpr std::array<const char*, 13> kSameFunctions = {"lower", "upper", "ltrim", "rtrim", "abs", "round", "count",
-                                                        "sum",   "max",   "min",   "avg",   "coalesce", "replace"};
+constexpr std::array<const char*, 13> kSameFunctions = {"lower", "upper",    "ltrim",  "rtrim", "abs",
+                                                        "round", "count",    "sum",    "max",   "min",
+                                                        "avg",   "coalesce", "replace"};
 
 constexpr std::array<const char*, 4> kUnsupportedWords = {"top", "output", "with", "pivot"};
 
 template <std::size_t N> bool oneOf(const std::string& word, const std::array<const char*, N>& list)
 {
     for (const char* entry : list)
-        if (iequals(word, entry))
-            return true;
+        if (iequals(word, entry)) return true;
     return false;
 }
 
 class Translator
 {
 public:
-    Translator(const SqliteDialect& dialect, const std::vector<Token>& tokens, const Dialect::VariableCheck& declared)
+    Translator(const SqliteDialect& dialect, const std::vector<Token>& tokens,
+               const Dialect::VariableCheck& declared)
         : m_dialect(dialect), m_tokens(tokens), m_declared(declared)
     {
     }
@@ -45,10 +46,8 @@ public:
         std::string out;
         for (std::size_t i = begin; i < end;) {
             std::string piece = token(i, end, i);
-            if (piece.empty())
-                continue;
-            if (!out.empty())
-                out += ' ';
+            if (piece.empty()) continue;
+            if (!out.empty()) out += ' ';
             out += piece;
         }
         return out;
@@ -92,8 +91,7 @@ private:
     std::string sqlType(std::size_t at, std::size_t end, bool& isText, long& length) const
     {
         const Token& t = m_tokens[at];
-        if (t.kind != Token::Kind::Word || at >= end)
-            fail(at, "a data type was expected");
+        if (t.kind != Token::Kind::Word || at >= end) fail(at, "a data type was expected");
         const std::string name = toLowerAscii(t.text);
         length = -1;
         if (at + 1 < end && m_tokens[at + 1].isSymbol("(") && at + 2 < end)
@@ -107,8 +105,7 @@ private:
             return "REAL";
         if (name == "int" || name == "bigint" || name == "smallint" || name == "tinyint" || name == "bit")
             return "INTEGER";
-        if (name == "datetime" || name == "date" || name == "smalldatetime")
-            return "";
+        if (name == "datetime" || name == "date" || name == "smalldatetime") return "";
         fail(at, "unknown data type '" + t.text + "'");
     }
 
@@ -117,8 +114,7 @@ private:
         bool isText = false;
         long length = -1;
         const std::string type = sqlType(typeAt, end, isText, length);
-        if (type.empty())
-            return "(" + value + ")";
+        if (type.empty()) return "(" + value + ")";
         if (isText && length > 0)
             return "substr(CAST((" + value + ") AS TEXT), 1, " + std::to_string(length) + ")";
         return "CAST((" + value + ") AS " + type + ")";
@@ -132,16 +128,14 @@ private:
         switch (t.kind) {
         case Token::Kind::Variable: {
             const std::string name = toLowerAscii(t.text);
-            if (!m_declared || !m_declared(name))
-                fail(i, "must declare the variable " + t.text);
+            if (!m_declared || !m_declared(name)) fail(i, "must declare the variable " + t.text);
             return m_dialect.variableName(name);
         }
         case Token::Kind::String:
         case Token::Kind::Number:
             return t.text;
         case Token::Kind::Symbol:
-            if (t.isSymbol(";"))
-                fail(i, "unexpected ';'");
+            if (t.isSymbol(";")) fail(i, "unexpected ';'");
             // The server joins texts with '+'; SQLite would add them as numbers. The system
             // never joins texts in its statements, so such text is refused rather than misread.
             if (t.isSymbol("+") && ((i > 0 && m_tokens[i - 1].kind == Token::Kind::String) ||
@@ -155,18 +149,15 @@ private:
         }
         // SQLite reads [name] as an identifier, as the server does; a "name" would silently turn
         // into a text literal when no column is called so.
-        if (t.bracketed)
-            return "[" + t.text + "]";
+        if (t.bracketed) return "[" + t.text + "]";
         // dbo.name → name
         if (t.isWord("dbo") && i + 2 < end && m_tokens[i + 1].isSymbol(".")) {
             next = i + 2;
             return {};
         }
-        if (oneOf(t.text, kUnsupportedWords))
-            fail(i, "'" + t.text + "' is not supported");
+        if (oneOf(t.text, kUnsupportedWords)) fail(i, "'" + t.text + "' is not supported");
         const bool call = i + 1 < end && m_tokens[i + 1].isSymbol("(");
-        if (!call || oneOf(t.text, kKeywordsBeforeParen))
-            return t.text;
+        if (!call || oneOf(t.text, kKeywordsBeforeParen)) return t.text;
         // Function calls.
         const std::size_t open = i + 1;
         const std::size_t close = closing(open, end);
@@ -176,18 +167,15 @@ private:
         auto arg = [&](std::size_t k) {
             const std::size_t from = k == 0 ? open + 1 : args[k - 1] + 1;
             const std::size_t to = k < args.size() ? args[k] : close;
-            if (from >= to)
-                fail(open, "an argument of " + t.text + " is missing");
+            if (from >= to) fail(open, "an argument of " + t.text + " is missing");
             return range(from, to);
         };
         if (name == "getdate") {
-            if (close != open + 1)
-                fail(i, "getdate takes no arguments");
+            if (close != open + 1) fail(i, "getdate takes no arguments");
             return "ormex_getdate()";
         }
         if (name == "isnull") {
-            if (args.size() != 1)
-                fail(i, "isnull takes two arguments");
+            if (args.size() != 1) fail(i, "isnull takes two arguments");
             return "ifnull(" + arg(0) + ", " + arg(1) + ")";
         }
         if (name == "convert") {
@@ -213,29 +201,24 @@ private:
                 else if (depth == 0 && m_tokens[as].isWord("as"))
                     break;
             }
-            if (as >= close)
-                fail(i, "cast needs AS and a type");
+            if (as >= close) fail(i, "cast needs AS and a type");
             return cast(range(open + 1, as), as + 1, close);
         }
         if (name == "datediff") {
-            if (args.size() != 2)
-                fail(i, "datediff takes a unit and two dates");
+            if (args.size() != 2) fail(i, "datediff takes a unit and two dates");
             const std::string unit = toLowerAscii(range(open + 1, args[0]));
             if (unit != "day" && unit != "dd" && unit != "d")
                 fail(i, "datediff unit '" + unit + "' is not supported");
             return "ormex_datediff_day(" + arg(1) + ", " + arg(2) + ")";
         }
         if (name == "f_decrypt") {
-            if (!args.empty())
-                fail(i, "f_decrypt takes one argument");
+            if (!args.empty()) fail(i, "f_decrypt takes one argument");
             return "ormex_f_decrypt(" + arg(0) + ")";
         }
         if (name == "len") // the server's len does not count trailing blanks
             return "length(rtrim(" + range(open + 1, close) + "))";
-        if (name == "substring")
-            return "substr(" + range(open + 1, close) + ")";
-        if (oneOf(name, kSameFunctions))
-            return name + "(" + range(open + 1, close) + ")";
+        if (name == "substring") return "substr(" + range(open + 1, close) + ")";
+        if (oneOf(name, kSameFunctions)) return name + "(" + range(open + 1, close) + ")";
         fail(i, "unknown function '" + t.text + "'");
     }
 
@@ -257,9 +240,15 @@ std::string SqliteDialect::conditionQuery(const std::string& condition) const
     return "SELECT CASE WHEN (" + condition + ") THEN 1 ELSE 0 END";
 }
 
-std::string SqliteDialect::valueQuery(const std::string& expression) const { return "SELECT (" + expression + ")"; }
+std::string SqliteDialect::valueQuery(const std::string& expression) const
+{
+    return "SELECT (" + expression + ")";
+}
 
-std::string SqliteDialect::variableName(const std::string& variable) const { return variable; }
+std::string SqliteDialect::variableName(const std::string& variable) const
+{
+    return variable;
+}
 
 const SqliteDialect& SqliteDialect::instance()
 {

@@ -8,7 +8,8 @@ namespace {
 
 bool isSyntaxError(const std::string& reason)
 {
-    return reason.find("syntax error") != std::string::npos || reason.find("incomplete input") != std::string::npos ||
+    return reason.find("syntax error") != std::string::npos ||
+           reason.find("incomplete input") != std::string::npos ||
            reason.find("unrecognized token") != std::string::npos;
 }
 
@@ -20,13 +21,15 @@ SqliteStatement::SqliteStatement(sqlite3* db, const std::string& sql) : m_db(db)
         std::string reason = sqlite3_errmsg(db);
         sqlite3_finalize(m_stmt);
         m_stmt = nullptr;
-        if (isSyntaxError(reason))
-            throw SyntaxError(reason);
+        if (isSyntaxError(reason)) throw SyntaxError(reason);
         throw DbError(reason);
     }
 }
 
-SqliteStatement::~SqliteStatement() { sqlite3_finalize(m_stmt); }
+SqliteStatement::~SqliteStatement()
+{
+    sqlite3_finalize(m_stmt);
+}
 
 void SqliteStatement::bind(int index, const platform::Value& value)
 {
@@ -54,23 +57,22 @@ void SqliteStatement::bind(int index, const platform::Value& value)
 
 void SqliteStatement::reset()
 {
-    if (m_stmt)
-        sqlite3_reset(m_stmt);
+    if (m_stmt) sqlite3_reset(m_stmt);
 }
 
 bool SqliteStatement::step()
 {
-    if (!m_stmt)
-        return false;
+    if (!m_stmt) return false;
     const int rc = sqlite3_step(m_stmt);
-    if (rc == SQLITE_ROW)
-        return true;
-    if (rc == SQLITE_DONE)
-        return false;
+    if (rc == SQLITE_ROW) return true;
+    if (rc == SQLITE_DONE) return false;
     throw DbError(sqlite3_errmsg(m_db));
 }
 
-int SqliteStatement::columnCount() const { return m_stmt ? sqlite3_column_count(m_stmt) : 0; }
+int SqliteStatement::columnCount() const
+{
+    return m_stmt ? sqlite3_column_count(m_stmt) : 0;
+}
 
 std::string SqliteStatement::columnName(int column) const
 {

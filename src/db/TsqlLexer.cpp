@@ -12,12 +12,21 @@ bool Token::isWord(std::string_view word) const
     return kind == Kind::Word && !bracketed && platform::iequals(text, word);
 }
 
-bool Token::isSymbol(std::string_view symbol) const { return kind == Kind::Symbol && text == symbol; }
+bool Token::isSymbol(std::string_view symbol) const
+{
+    return kind == Kind::Symbol && text == symbol;
+}
 
 namespace {
 
-bool isIdentStart(unsigned char c) { return std::isalpha(c) || c == '_' || c == '#' || c >= 0x80; }
-bool isIdentChar(unsigned char c) { return std::isalnum(c) || c == '_' || c == '#' || c == '$' || c >= 0x80; }
+bool isIdentStart(unsigned char c)
+{
+    return std::isalpha(c) || c == '_' || c == '#' || c >= 0x80;
+}
+bool isIdentChar(unsigned char c)
+{
+    return std::isalnum(c) || c == '_' || c == '#' || c == '$' || c >= 0x80;
+}
 
 } // namespace
 
@@ -46,22 +55,18 @@ std::vector<Token> tokenize(std::string_view s)
             const int startLine = line;
             i += 2;
             while (i + 1 < s.size() && !(s[i] == '*' && s[i + 1] == '/')) {
-                if (s[i] == '\n')
-                    ++line;
+                if (s[i] == '\n') ++line;
                 ++i;
             }
-            if (i + 1 >= s.size())
-                throw ParseError(startLine, "unterminated comment");
+            if (i + 1 >= s.size()) throw ParseError(startLine, "unterminated comment");
             i += 2;
         } else if (c == '\'' || ((c == 'N' || c == 'n') && i + 1 < s.size() && s[i + 1] == '\'')) {
             const int startLine = line;
-            if (c != '\'')
-                ++i; // N'…' is an ordinary string here: all text is Unicode
+            if (c != '\'') ++i; // N'…' is an ordinary string here: all text is Unicode
             std::string text = "'";
             ++i;
             for (;;) {
-                if (i >= s.size())
-                    throw ParseError(startLine, "unterminated string");
+                if (i >= s.size()) throw ParseError(startLine, "unterminated string");
                 if (s[i] == '\'') {
                     if (i + 1 < s.size() && s[i + 1] == '\'') {
                         text += "''";
@@ -71,16 +76,14 @@ std::vector<Token> tokenize(std::string_view s)
                     ++i;
                     break;
                 }
-                if (s[i] == '\n')
-                    ++line;
+                if (s[i] == '\n') ++line;
                 text += s[i++];
             }
             text += '\'';
             push(Token::Kind::String, std::move(text), startLine);
         } else if (c == '[') {
             const std::size_t end = s.find(']', i);
-            if (end == std::string_view::npos)
-                throw ParseError(line, "unterminated [identifier]");
+            if (end == std::string_view::npos) throw ParseError(line, "unterminated [identifier]");
             const std::string name(s.substr(i + 1, end - i - 1));
             i = end + 1;
             push(Token::Kind::Word, name, line, true);
@@ -88,19 +91,18 @@ std::vector<Token> tokenize(std::string_view s)
             std::size_t j = i + 1;
             while (j < s.size() && isIdentChar(static_cast<unsigned char>(s[j])))
                 ++j;
-            if (j == i + 1)
-                throw ParseError(line, "'@' without a variable name");
+            if (j == i + 1) throw ParseError(line, "'@' without a variable name");
             const std::string name(s.substr(i, j - i));
             i = j;
             push(Token::Kind::Variable, name, line);
-        } else if (std::isdigit(c) || (c == '.' && i + 1 < s.size() && std::isdigit(static_cast<unsigned char>(s[i + 1])))) {
+        } else if (std::isdigit(c) ||
+                   (c == '.' && i + 1 < s.size() && std::isdigit(static_cast<unsigned char>(s[i + 1])))) {
             std::size_t j = i;
             while (j < s.size() && (std::isdigit(static_cast<unsigned char>(s[j])) || s[j] == '.'))
                 ++j;
             if (j < s.size() && (s[j] == 'e' || s[j] == 'E')) {
                 std::size_t k = j + 1;
-                if (k < s.size() && (s[k] == '+' || s[k] == '-'))
-                    ++k;
+                if (k < s.size() && (s[k] == '+' || s[k] == '-')) ++k;
                 if (k < s.size() && std::isdigit(static_cast<unsigned char>(s[k]))) {
                     j = k;
                     while (j < s.size() && std::isdigit(static_cast<unsigned char>(s[j])))
@@ -128,8 +130,7 @@ std::vector<Token> tokenize(std::string_view s)
                     break;
                 }
             }
-            if (matched)
-                continue;
+            if (matched) continue;
             if (std::string_view("(),.*+-/%=<>;").find(static_cast<char>(c)) == std::string_view::npos)
                 throw ParseError(line, std::string("unexpected character '") + static_cast<char>(c) + "'");
             ++i;

@@ -17,7 +17,7 @@ struct Token
     std::size_t offset = 0; // where the token starts in the text, and its length there
     std::size_t length = 0;
 
-    bool isWord(std::string_view word) const;   // case-insensitive keyword test
+    bool isWord(std::string_view word) const; // case-insensitive keyword test
     bool isSymbol(std::string_view symbol) const;
 };
 

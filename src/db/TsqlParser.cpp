@@ -13,16 +13,16 @@ namespace {
 using platform::toLowerAscii;
 
 // Keywords that begin a statement; at the top level of a statement they end the one before.
-const std::set<std::string> kStatementWords = {"insert", "update", "delete", "if",     "else",   "begin",
-                                               "end",    "declare", "set",   "select", "while",  "exec",
-                                               "execute", "go",   "create",  "drop",   "alter",  "truncate",
-                                               "return", "print", "goto",    "use",    "commit", "rollback",
-                                               "merge",  "break", "continue"};
+const std::set<std::string> kStatementWords = {
+    "insert", "update", "delete", "if",      "else",   "begin",    "end",   "declare", "set",
+    "select", "while",  "exec",   "execute", "go",     "create",   "drop",  "alter",   "truncate",
+    "return", "print",  "goto",   "use",     "commit", "rollback", "merge", "break",   "continue"};
 
 class Parser
 {
 public:
-    Parser(std::string_view text, const Dialect& dialect) : m_text(text), m_tokens(tokenize(text)), m_dialect(dialect)
+    Parser(std::string_view text, const Dialect& dialect)
+        : m_text(text), m_tokens(tokenize(text)), m_dialect(dialect)
     {
     }
 
@@ -31,12 +31,9 @@ public:
         std::vector<Statement> statements;
         for (;;) {
             skipSemicolon();
-            if (at().kind == Token::Kind::End)
-                break;
-            if (at().isWord("end"))
-                fail("END without BEGIN");
-            if (at().isWord("else"))
-                fail("ELSE without IF");
+            if (at().kind == Token::Kind::End) break;
+            if (at().isWord("end")) fail("END without BEGIN");
+            if (at().isWord("else")) fail("ELSE without IF");
             statements.push_back(statement());
         }
         return statements;
@@ -47,12 +44,16 @@ public:
         auto statements = batch();
         if (statements.size() != 1 || statements.front().kind != Statement::Kind::Data ||
             !statements.front().returnsRows)
-            throw ParseError(statements.empty() ? 1 : statements.front().line, "a single SELECT was expected");
+            throw ParseError(statements.empty() ? 1 : statements.front().line,
+                             "a single SELECT was expected");
         return statements.front().sql;
     }
 
 private:
-    const Token& at(std::size_t ahead = 0) const { return m_tokens[std::min(m_pos + ahead, m_tokens.size() - 1)]; }
+    const Token& at(std::size_t ahead = 0) const
+    {
+        return m_tokens[std::min(m_pos + ahead, m_tokens.size() - 1)];
+    }
     [[noreturn]] void fail(const std::string& message) const { throw ParseError(at().line, message); }
     std::string describe(const Token& t) const
     {
@@ -77,8 +78,7 @@ private:
     // The text of tokens [begin, end) as written, for error messages.
     std::string source(std::size_t begin, std::size_t end) const
     {
-        if (begin >= end)
-            return {};
+        if (begin >= end) return {};
         const std::size_t from = m_tokens[begin].offset;
         return std::string(m_text.substr(from, m_tokens[end - 1].offset + m_tokens[end - 1].length - from));
     }
@@ -94,8 +94,7 @@ private:
         for (;; ++m_pos) {
             const Token& t = at();
             if (t.kind == Token::Kind::End) {
-                if (depth > 0)
-                    fail("missing ')'");
+                if (depth > 0) fail("missing ')'");
                 return;
             }
             if (t.isSymbol("(")) {
@@ -103,21 +102,17 @@ private:
                 continue;
             }
             if (t.isSymbol(")")) {
-                if (--depth < 0)
-                    fail("unexpected ')'");
+                if (--depth < 0) fail("unexpected ')'");
                 continue;
             }
-            if (depth > 0)
-                continue;
-            if (t.isSymbol(";"))
-                return;
+            if (depth > 0) continue;
+            if (t.isSymbol(";")) return;
             if (t.isWord("case")) {
                 ++caseDepth;
                 continue;
             }
             if (caseDepth > 0) {
-                if (t.isWord("end"))
-                    --caseDepth;
+                if (t.isWord("end")) --caseDepth;
                 continue;
             }
             if (t.kind != Token::Kind::Word || t.bracketed || !kStatementWords.count(toLowerAscii(t.text)))
@@ -131,7 +126,8 @@ private:
                     ownsSelect = false;
                     continue;
                 }
-                if (m_pos > start && (m_tokens[m_pos - 1].isWord("union") || m_tokens[m_pos - 1].isWord("all")))
+                if (m_pos > start &&
+                    (m_tokens[m_pos - 1].isWord("union") || m_tokens[m_pos - 1].isWord("all")))
                     continue;
             }
             return;
@@ -141,10 +137,8 @@ private:
     // A table name, with an optional dbo. prefix; returns it as the engine writes it.
     std::string tableName()
     {
-        if (at().isWord("dbo") && at(1).isSymbol("."))
-            m_pos += 2;
-        if (at().kind != Token::Kind::Word)
-            fail("a table name was expected, not " + describe(at()));
+        if (at().isWord("dbo") && at(1).isSymbol(".")) m_pos += 2;
+        if (at().kind != Token::Kind::Word) fail("a table name was expected, not " + describe(at()));
         ++m_pos;
         return translate(m_pos - 1, m_pos);
     }
@@ -177,10 +171,8 @@ private:
                     ++m_pos;
                     break;
                 }
-                if (at().kind == Token::Kind::End)
-                    throw ParseError(block.line, "BEGIN without END");
-                if (at().isWord("else"))
-                    fail("ELSE without IF");
+                if (at().kind == Token::Kind::End) throw ParseError(block.line, "BEGIN without END");
+                if (at().isWord("else")) fail("ELSE without IF");
                 block.children.push_back(statement());
             }
             return block;
@@ -189,8 +181,7 @@ private:
             ++m_pos;
             const std::size_t from = m_pos;
             skipClause(false, false);
-            if (m_pos == from)
-                fail("IF needs a condition");
+            if (m_pos == from) fail("IF needs a condition");
             Statement s;
             s.kind = Statement::Kind::If;
             s.line = t.line;
@@ -217,22 +208,18 @@ private:
             block.line = t.line;
             for (;;) {
                 const Token& v = at();
-                if (v.kind != Token::Kind::Variable)
-                    fail("DECLARE needs a variable, not " + describe(v));
+                if (v.kind != Token::Kind::Variable) fail("DECLARE needs a variable, not " + describe(v));
                 const std::string name = toLowerAscii(v.text);
                 if (m_declared.count(name))
                     fail("the variable " + v.text + " has already been declared in this batch");
                 ++m_pos;
-                if (at().isWord("as"))
-                    ++m_pos;
-                if (at().kind != Token::Kind::Word)
-                    fail("DECLARE needs a data type for " + v.text);
+                if (at().isWord("as")) ++m_pos;
+                if (at().kind != Token::Kind::Word) fail("DECLARE needs a data type for " + v.text);
                 ++m_pos;
                 if (at().isSymbol("(")) {
                     while (!at().isSymbol(")") && at().kind != Token::Kind::End)
                         ++m_pos;
-                    if (at().kind == Token::Kind::End)
-                        fail("missing ')'");
+                    if (at().kind == Token::Kind::End) fail("missing ')'");
                     ++m_pos;
                 }
                 m_declared.insert(name);
@@ -241,8 +228,7 @@ private:
                 d.line = v.line;
                 d.variable = name;
                 block.children.push_back(d);
-                if (!at().isSymbol(","))
-                    break;
+                if (!at().isSymbol(",")) break;
                 ++m_pos;
             }
             return block.children.size() == 1 ? block.children.front() : block;
@@ -253,16 +239,13 @@ private:
             if (v.kind != Token::Kind::Variable)
                 fail("SET is supported for variables only, not " + describe(v));
             const std::string name = toLowerAscii(v.text);
-            if (!m_declared.count(name))
-                fail("must declare the variable " + v.text);
+            if (!m_declared.count(name)) fail("must declare the variable " + v.text);
             ++m_pos;
-            if (!at().isSymbol("="))
-                fail("SET " + v.text + " needs '='");
+            if (!at().isSymbol("=")) fail("SET " + v.text + " needs '='");
             ++m_pos;
             const std::size_t from = m_pos;
             skipClause(false, false);
-            if (m_pos == from)
-                fail("SET " + v.text + " needs a value");
+            if (m_pos == from) fail("SET " + v.text + " needs a value");
             Statement s;
             s.kind = Statement::Kind::Set;
             s.line = t.line;
@@ -273,8 +256,7 @@ private:
         }
         if (t.isWord("insert")) {
             ++m_pos;
-            if (at().isWord("into"))
-                ++m_pos;
+            if (at().isWord("into")) ++m_pos;
             std::string sql = "INSERT INTO " + tableName();
             if (at().isSymbol("(")) {
                 const std::size_t open = m_pos;
@@ -283,8 +265,7 @@ private:
                     if (!at().isSymbol(")") && !at().isSymbol(",") && at().kind != Token::Kind::Word)
                         fail("a column name was expected, not " + describe(at()));
                 }
-                if (at().kind == Token::Kind::End)
-                    fail("missing ')'");
+                if (at().kind == Token::Kind::End) fail("missing ')'");
                 ++m_pos;
                 sql += " (" + translate(open + 1, m_pos - 1) + ")";
             }
@@ -303,8 +284,7 @@ private:
         if (t.isWord("update")) {
             ++m_pos;
             std::string sql = "UPDATE " + tableName();
-            if (!at().isWord("set"))
-                fail("UPDATE needs SET, not " + describe(at()));
+            if (!at().isWord("set")) fail("UPDATE needs SET, not " + describe(at()));
             const std::size_t from = m_pos;
             skipClause(true, false);
             sql += " " + translate(from, m_pos);
@@ -312,16 +292,14 @@ private:
         }
         if (t.isWord("delete")) {
             ++m_pos;
-            if (at().isWord("from"))
-                ++m_pos;
+            if (at().isWord("from")) ++m_pos;
             std::string sql = "DELETE FROM " + tableName();
             const std::size_t from = m_pos;
             if (!at().isWord("where") && !at().isSymbol(";") && at().kind != Token::Kind::End &&
                 !(at().kind == Token::Kind::Word && kStatementWords.count(toLowerAscii(at().text))))
                 fail("DELETE needs WHERE, not " + describe(at()));
             skipClause(false, false);
-            if (m_pos > from)
-                sql += " " + translate(from, m_pos);
+            if (m_pos > from) sql += " " + translate(from, m_pos);
             return dataStatement(begin, std::move(sql));
         }
         if (t.isWord("select")) {
@@ -345,6 +323,9 @@ std::vector<Statement> parseBatch(std::string_view batch, const Dialect& dialect
     return Parser(batch, dialect).batch();
 }
 
-std::string parseQuery(std::string_view sql, const Dialect& dialect) { return Parser(sql, dialect).singleQuery(); }
+std::string parseQuery(std::string_view sql, const Dialect& dialect)
+{
+    return Parser(sql, dialect).singleQuery();
+}
 
 } // namespace ormex::db

@@ -17,9 +17,9 @@ struct Statement
     enum class Kind { Data, Declare, Set, If, Block };
     Kind kind = Kind::Data;
     int line = 0;
-    std::string text;     // the statement as written (tokens joined), for error messages
-    std::string sql;      // Data: the statement; Set: the value query; If: the condition query
-    std::string variable; // Declare, Set: the variable, lower case with '@'
+    std::string text;                // the statement as written (tokens joined), for error messages
+    std::string sql;                 // Data: the statement; Set: the value query; If: the condition query
+    std::string variable;            // Declare, Set: the variable, lower case with '@'
     std::vector<Statement> children; // Block: its statements; If: then [, else]
     bool returnsRows = false;        // a SELECT run as a statement
 };

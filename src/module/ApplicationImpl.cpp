@@ -23,8 +23,7 @@ public:
         frame::ModuleForm* form = frame::FormRegistry::instance().form(CFuncID);
         if (!form)
             throw std::invalid_argument("ShowForm: no screen for function number " + std::to_string(CFuncID));
-        if (CFuncID == 4 || CFuncID == 5)
-            form->setStabindex(FunClassParam);
+        if (CFuncID == 4 || CFuncID == 5) form->setStabindex(FunClassParam);
         form->setParent(nullptr);
         form->setModal(true);
         form->loadForm();
@@ -40,13 +39,28 @@ public:
 
 extern "C" {
 
-ormex::module::Application* OrmexCardManage_CreateApplication() { return new ormex::module::ApplicationImpl(); }
+ormex::module::Application* OrmexCardManage_CreateApplication()
+{
+    return new ormex::module::ApplicationImpl();
+}
 
-void OrmexCardManage_DestroyApplication(ormex::module::Application* application) { delete application; }
+void OrmexCardManage_DestroyApplication(ormex::module::Application* application)
+{
+    delete application;
+}
 
-int OrmexCardManage_CanUnloadNow() { return 1; }
+int OrmexCardManage_CanUnloadNow()
+{
+    return 1;
+}
 
-int OrmexCardManage_RegisterServer() { return 0; }
+int OrmexCardManage_RegisterServer()
+{
+    return 0;
+}
 
-int OrmexCardManage_UnregisterServer() { return 0; }
+int OrmexCardManage_UnregisterServer()
+{
+    return 0;
+}
 }

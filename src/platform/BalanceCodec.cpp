@@ -68,8 +68,7 @@ long shiftAt(std::size_t n, std::size_t i) // i is 1-based
 std::string encodeBalance(std::string_view value)
 {
     const auto number = parseNumber(trimRight(value));
-    if (!number)
-        return "0";
+    if (!number) return "0";
     std::string digits = formatNumber(*number * 10000.0);
     std::reverse(digits.begin(), digits.end());
     const std::size_t n = digits.size();
@@ -81,28 +80,31 @@ std::string encodeBalance(std::string_view value)
     return out;
 }
 
-std::string encodeBalance(double value) { return encodeBalance(formatNumber(value)); }
+std::string encodeBalance(double value)
+{
+    return encodeBalance(formatNumber(value));
+}
 
 std::string decodeBalance(std::string_view stored)
 {
-    if (stored.empty() || stored == "0")
-        return "0";
+    if (stored.empty() || stored == "0") return "0";
     const std::vector<char32_t> cps = toCodePoints(stored);
     const std::size_t n = cps.size();
     std::string plain;
     for (std::size_t i = 1; i <= n; ++i) {
         const long cp = static_cast<long>(cps[i - 1]) - shiftAt(n, i);
-        if (cp < 32 || cp > 126)
-            return "0"; // not a character the encoding can produce from a number
+        if (cp < 32 || cp > 126) return "0"; // not a character the encoding can produce from a number
         plain += static_cast<char>(cp);
     }
     std::reverse(plain.begin(), plain.end());
     const auto number = parseNumber(plain);
-    if (!number)
-        return "0";
+    if (!number) return "0";
     return formatNumber(*number / 10000.0);
 }
 
-double decodeBalanceValue(std::string_view stored) { return numberOr0(decodeBalance(stored)); }
+double decodeBalanceValue(std::string_view stored)
+{
+    return numberOr0(decodeBalance(stored));
+}
 
 } // namespace ormex::platform

@@ -24,7 +24,7 @@ namespace table {
 inline constexpr int GiftCatalogue = 1; // T_Pos_VipGift with goods, card type and warehouse names
 inline constexpr int Goods = 4;
 inline constexpr int Warehouses = 5;
-inline constexpr int AuxProps = 23;     // auxiliary attributes of goods, by goods FNumber
+inline constexpr int AuxProps = 23; // auxiliary attributes of goods, by goods FNumber
 inline constexpr int PaymentMethods = 34;
 inline constexpr int CardTypes = 51;
 } // namespace table
@@ -96,8 +96,8 @@ class LoginObject : public BusinessObject
 public:
     // Registers a running task; a result below 1 means another live session holds a conflicting
     // task. `item` is empty when the caller passed none.
-    virtual long taskexec(long taskNo, const std::string& code, const std::string& machine, int mode, int& out1,
-                          int& out2, const Value& item) = 0;
+    virtual long taskexec(long taskNo, const std::string& code, const std::string& machine, int mode,
+                          int& out1, int& out2, const Value& item) = 0;
     // Releases a task; true when it was released.
     virtual bool commitTask(long handle) = 0;
 };

@@ -21,7 +21,10 @@ std::shared_ptr<Clock>& installed()
 }
 } // namespace
 
-const Clock& clock() { return *installed(); }
+const Clock& clock()
+{
+    return *installed();
+}
 
 void setClock(std::shared_ptr<Clock> clock)
 {

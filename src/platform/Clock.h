@@ -38,7 +38,13 @@ const Clock& clock();
 // Installs a clock; nullptr restores the system clock.
 void setClock(std::shared_ptr<Clock> clock);
 
-inline Date today() { return clock().now().date; }
-inline DateTime now() { return clock().now(); }
+inline Date today()
+{
+    return clock().now().date;
+}
+inline DateTime now()
+{
+    return clock().now();
+}
 
 } // namespace ormex::platform

@@ -30,7 +30,10 @@ Date Date::fromDaysSinceEpoch(long days)
                 static_cast<int>(static_cast<unsigned>(ymd.day()))};
 }
 
-Date Date::addDays(long days) const { return fromDaysSinceEpoch(daysSinceEpoch() + days); }
+Date Date::addDays(long days) const
+{
+    return fromDaysSinceEpoch(daysSinceEpoch() + days);
+}
 
 Date Date::addMonths(int months) const
 {
@@ -50,8 +53,7 @@ std::string DateTime::toString() const
 
 bool isValidDate(int year, int month, int day)
 {
-    if (year < 1 || year > 9999 || month < 1 || month > 12 || day < 1)
-        return false;
+    if (year < 1 || year > 9999 || month < 1 || month > 12 || day < 1) return false;
     const chr::year_month_day ymd{chr::year{year}, chr::month{static_cast<unsigned>(month)},
                                   chr::day{static_cast<unsigned>(day)}};
     return ymd.ok();
@@ -77,49 +79,41 @@ std::optional<DateTime> parseDateTime(std::string_view text)
     const std::string s = trim(text);
     std::size_t i = 0;
     DateTime dt;
-    if (!readInt(s, i, 4, dt.date.year) || i >= s.size() || (s[i] != '-' && s[i] != '/'))
-        return std::nullopt;
+    if (!readInt(s, i, 4, dt.date.year) || i >= s.size() || (s[i] != '-' && s[i] != '/')) return std::nullopt;
     const char sep = s[i++];
-    if (!readInt(s, i, 2, dt.date.month) || i >= s.size() || s[i] != sep)
-        return std::nullopt;
+    if (!readInt(s, i, 2, dt.date.month) || i >= s.size() || s[i] != sep) return std::nullopt;
     ++i;
-    if (!readInt(s, i, 2, dt.date.day))
-        return std::nullopt;
-    if (!isValidDate(dt.date.year, dt.date.month, dt.date.day))
-        return std::nullopt;
-    if (i == s.size())
-        return dt;
-    if (s[i] != ' ' && s[i] != 'T')
-        return std::nullopt;
+    if (!readInt(s, i, 2, dt.date.day)) return std::nullopt;
+    if (!isValidDate(dt.date.year, dt.date.month, dt.date.day)) return std::nullopt;
+    if (i == s.size()) return dt;
+    if (s[i] != ' ' && s[i] != 'T') return std::nullopt;
     while (i < s.size() && (s[i] == ' ' || s[i] == 'T'))
         ++i;
-    if (!readInt(s, i, 2, dt.hour) || i >= s.size() || s[i] != ':')
-        return std::nullopt;
+    if (!readInt(s, i, 2, dt.hour) || i >= s.size() || s[i] != ':') return std::nullopt;
     ++i;
-    if (!readInt(s, i, 2, dt.minute))
-        return std::nullopt;
+    if (!readInt(s, i, 2, dt.minute)) return std::nullopt;
     if (i < s.size() && s[i] == ':') {
         ++i;
-        if (!readInt(s, i, 2, dt.second))
-            return std::nullopt;
+        if (!readInt(s, i, 2, dt.second)) return std::nullopt;
         if (i < s.size() && s[i] == '.') { // fractions of a second are dropped
             ++i;
             while (i < s.size() && s[i] >= '0' && s[i] <= '9')
                 ++i;
         }
     }
-    if (i != s.size() || dt.hour > 23 || dt.minute > 59 || dt.second > 59)
-        return std::nullopt;
+    if (i != s.size() || dt.hour > 23 || dt.minute > 59 || dt.second > 59) return std::nullopt;
     return dt;
 }
 
 std::optional<Date> parseDate(std::string_view text)
 {
-    if (auto dt = parseDateTime(text))
-        return dt->date;
+    if (auto dt = parseDateTime(text)) return dt->date;
     return std::nullopt;
 }
 
-long daysBetween(const Date& from, const Date& to) { return to.daysSinceEpoch() - from.daysSinceEpoch(); }
+long daysBetween(const Date& from, const Date& to)
+{
+    return to.daysSinceEpoch() - from.daysSinceEpoch();
+}
 
 } // namespace ormex::platform

@@ -24,16 +24,14 @@ void FieldMap::set(std::string_view key, Value value)
 bool FieldMap::contains(std::string_view key) const
 {
     for (const auto& entry : m_entries)
-        if (iequals(entry.first, key))
-            return true;
+        if (iequals(entry.first, key)) return true;
     return false;
 }
 
 Value FieldMap::value(std::string_view key, Value defaultValue) const
 {
     for (const auto& entry : m_entries)
-        if (iequals(entry.first, key))
-            return entry.second;
+        if (iequals(entry.first, key)) return entry.second;
     return defaultValue;
 }
 

@@ -21,15 +21,17 @@ void ObjectFactory::registerClass(const std::string& progId, Creator creator)
     m_classes.emplace_back(progId, std::move(creator));
 }
 
-void ObjectFactory::unregisterAll() { m_classes.clear(); }
+void ObjectFactory::unregisterAll()
+{
+    m_classes.clear();
+}
 
 std::shared_ptr<BusinessObject> ObjectFactory::create(const std::string& progId) const
 {
     for (const auto& entry : m_classes) {
         if (iequals(entry.first, progId)) {
             auto object = entry.second();
-            if (!object)
-                throw ObjectCreationError("cannot create object " + progId);
+            if (!object) throw ObjectCreationError("cannot create object " + progId);
             return object;
         }
     }
@@ -39,16 +41,14 @@ std::shared_ptr<BusinessObject> ObjectFactory::create(const std::string& progId)
 std::optional<std::string> OsSystemInfo::computerName() const
 {
     char buf[256] = {};
-    if (gethostname(buf, sizeof buf - 1) != 0)
-        return std::nullopt;
+    if (gethostname(buf, sizeof buf - 1) != 0) return std::nullopt;
     return std::string(buf);
 }
 
 int OsSystemInfo::readTcp(std::string& out) const
 {
     ifaddrs* list = nullptr;
-    if (getifaddrs(&list) != 0)
-        return 0;
+    if (getifaddrs(&list) != 0) return 0;
     int found = 0;
     for (ifaddrs* it = list; it; it = it->ifa_next) {
         if (!it->ifa_addr || it->ifa_addr->sa_family != AF_INET || (it->ifa_flags & IFF_LOOPBACK) ||
@@ -66,7 +66,10 @@ int OsSystemInfo::readTcp(std::string& out) const
     return found;
 }
 
-long OsSystemInfo::processId() const { return static_cast<long>(getpid()); }
+long OsSystemInfo::processId() const
+{
+    return static_cast<long>(getpid());
+}
 
 HostServices::HostServices() : m_system(std::make_shared<OsSystemInfo>()) {}
 
@@ -78,19 +81,20 @@ HostServices& HostServices::instance()
 
 MessageService& HostServices::messages() const
 {
-    if (!m_messages)
-        throw std::logic_error("the host has not installed a message service");
+    if (!m_messages) throw std::logic_error("the host has not installed a message service");
     return *m_messages;
 }
 
 const HostEnvironment& HostServices::environment() const
 {
-    if (!m_environment)
-        throw std::logic_error("the host has not installed its environment");
+    if (!m_environment) throw std::logic_error("the host has not installed its environment");
     return *m_environment;
 }
 
-const SystemInfo& HostServices::systemInfo() const { return *m_system; }
+const SystemInfo& HostServices::systemInfo() const
+{
+    return *m_system;
+}
 
 void HostServices::publishSharedProperties(long processId, std::shared_ptr<SharedPropertyTable> table)
 {
@@ -103,15 +107,13 @@ void HostServices::publishSharedProperties(long processId, std::shared_ptr<Share
             return;
         }
     }
-    if (table)
-        m_tables.emplace_back(processId, std::move(table));
+    if (table) m_tables.emplace_back(processId, std::move(table));
 }
 
 std::shared_ptr<SharedPropertyTable> HostServices::sharedProperties(long processId) const
 {
     for (const auto& entry : m_tables)
-        if (entry.first == processId)
-            return entry.second;
+        if (entry.first == processId) return entry.second;
     throw std::runtime_error("the host has not published its shared properties for process " +
                              std::to_string(processId));
 }

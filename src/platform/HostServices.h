@@ -39,8 +39,7 @@ public:
     template <class T> std::shared_ptr<T> createAs(const std::string& progId) const
     {
         auto object = std::dynamic_pointer_cast<T>(create(progId));
-        if (!object)
-            throw ObjectCreationError("object " + progId + " does not offer the expected interface");
+        if (!object) throw ObjectCreationError("object " + progId + " does not offer the expected interface");
         return object;
     }
 
@@ -101,7 +100,10 @@ public:
     // Throws std::logic_error when the host has not installed one.
     MessageService& messages() const;
 
-    void setEnvironment(std::shared_ptr<HostEnvironment> environment) { m_environment = std::move(environment); }
+    void setEnvironment(std::shared_ptr<HostEnvironment> environment)
+    {
+        m_environment = std::move(environment);
+    }
     const HostEnvironment& environment() const;
 
     void setSystemInfo(std::shared_ptr<SystemInfo> info) { m_system = std::move(info); }

@@ -14,8 +14,8 @@ namespace ormex::platform {
 
 struct LookupResult
 {
-    bool returnOk = false;     // the operator chose
-    RecordList returnObject;   // the chosen records
+    bool returnOk = false;   // the operator chose
+    RecordList returnObject; // the chosen records
 };
 
 // "OrmexEBCGLView.GLView"

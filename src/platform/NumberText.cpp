@@ -14,22 +14,18 @@ namespace {
 // Drops trailing zeros of the fractional part and a dangling decimal point.
 void stripZeros(std::string& s)
 {
-    if (s.find('.') == std::string::npos)
-        return;
+    if (s.find('.') == std::string::npos) return;
     while (!s.empty() && s.back() == '0')
         s.pop_back();
-    if (!s.empty() && s.back() == '.')
-        s.pop_back();
+    if (!s.empty() && s.back() == '.') s.pop_back();
 }
 
 } // namespace
 
 std::string formatNumber(double value)
 {
-    if (std::isnan(value))
-        return "0";
-    if (value == 0.0)
-        return "0"; // also turns -0 into 0
+    if (std::isnan(value)) return "0";
+    if (value == 0.0) return "0"; // also turns -0 into 0
     char buf[64];
     std::snprintf(buf, sizeof buf, "%.15g", value);
     std::string s(buf);
@@ -43,10 +39,8 @@ std::string formatNumber(double value)
         stripZeros(s);
         return s;
     }
-    if (s.find('e') == std::string::npos)
-        stripZeros(s);
-    if (s == "-0")
-        return "0";
+    if (s.find('e') == std::string::npos) stripZeros(s);
+    if (s == "-0") return "0";
     return s;
 }
 
@@ -65,19 +59,16 @@ std::string formatFixed(double value, int decimals)
     char buf[64];
     std::snprintf(buf, sizeof buf, "%.*f", decimals, roundTo(value, decimals));
     std::string s(buf);
-    if (s.find_first_not_of("-0.") == std::string::npos && s.front() == '-')
-        s.erase(0, 1);
+    if (s.find_first_not_of("-0.") == std::string::npos && s.front() == '-') s.erase(0, 1);
     return s;
 }
 
 std::optional<double> parseNumber(std::string_view text)
 {
     std::string s = trim(text);
-    if (s.empty())
-        return std::nullopt;
+    if (s.empty()) return std::nullopt;
     std::size_t i = 0;
-    if (s[i] == '+' || s[i] == '-')
-        ++i;
+    if (s[i] == '+' || s[i] == '-') ++i;
     std::size_t digits = 0;
     bool point = false;
     for (; i < s.size(); ++i) {
@@ -89,41 +80,40 @@ std::optional<double> parseNumber(std::string_view text)
         else
             break;
     }
-    if (digits == 0)
-        return std::nullopt;
+    if (digits == 0) return std::nullopt;
     if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
         std::size_t j = i + 1;
-        if (j < s.size() && (s[j] == '+' || s[j] == '-'))
-            ++j;
+        if (j < s.size() && (s[j] == '+' || s[j] == '-')) ++j;
         std::size_t expDigits = 0;
         while (j < s.size() && s[j] >= '0' && s[j] <= '9') {
             ++j;
             ++expDigits;
         }
-        if (expDigits == 0)
-            return std::nullopt;
+        if (expDigits == 0) return std::nullopt;
         i = j;
     }
-    if (i != s.size())
-        return std::nullopt;
+    if (i != s.size()) return std::nullopt;
     errno = 0;
     double v = std::strtod(s.c_str(), nullptr);
-    if (errno == ERANGE || !std::isfinite(v))
-        return std::nullopt;
+    if (errno == ERANGE || !std::isfinite(v)) return std::nullopt;
     return v;
 }
 
-bool isNumericText(std::string_view text) { return parseNumber(text).has_value(); }
+bool isNumericText(std::string_view text)
+{
+    return parseNumber(text).has_value();
+}
 
-double numberOr0(std::string_view text) { return parseNumber(text).value_or(0.0); }
+double numberOr0(std::string_view text)
+{
+    return parseNumber(text).value_or(0.0);
+}
 
 bool isAllDigits(std::string_view text)
 {
-    if (text.empty())
-        return false;
+    if (text.empty()) return false;
     for (char c : text)
-        if (c < '0' || c > '9')
-            return false;
+        if (c < '0' || c > '9') return false;
     return true;
 }
 

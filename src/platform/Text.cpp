@@ -5,19 +5,29 @@
 namespace ormex::platform {
 
 namespace {
-char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
-char upperAscii(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
-bool isBlank(char c) { return c == ' ' || c == '\t'; }
-bool isSpaceOrBreak(char c) { return isBlank(c) || c == '\r' || c == '\n'; }
+char lowerAscii(char c)
+{
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
+char upperAscii(char c)
+{
+    return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
+}
+bool isBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+bool isSpaceOrBreak(char c)
+{
+    return isBlank(c) || c == '\r' || c == '\n';
+}
 } // namespace
 
 bool iequals(std::string_view a, std::string_view b)
 {
-    if (a.size() != b.size())
-        return false;
+    if (a.size() != b.size()) return false;
     for (std::size_t i = 0; i < a.size(); ++i)
-        if (lowerAscii(a[i]) != lowerAscii(b[i]))
-            return false;
+        if (lowerAscii(a[i]) != lowerAscii(b[i])) return false;
     return true;
 }
 
@@ -51,7 +61,10 @@ std::string trimRight(std::string_view s)
     return std::string(s.substr(0, e));
 }
 
-std::string trim(std::string_view s) { return trimLeft(trimRight(s)); }
+std::string trim(std::string_view s)
+{
+    return trimLeft(trimRight(s));
+}
 
 std::string quoteDoubled(std::string_view s)
 {
@@ -59,8 +72,7 @@ std::string quoteDoubled(std::string_view s)
     out.reserve(s.size() + 4);
     for (char c : s) {
         out += c;
-        if (c == '\'')
-            out += '\'';
+        if (c == '\'') out += '\'';
     }
     return out;
 }
@@ -84,8 +96,7 @@ std::string join(const std::vector<std::string>& parts, std::string_view separat
 {
     std::string out;
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        if (i)
-            out += separator;
+        if (i) out += separator;
         out += parts[i];
     }
     return out;
@@ -105,8 +116,7 @@ std::size_t utf8Length(std::string_view s)
 {
     std::size_t n = 0;
     for (unsigned char c : s)
-        if ((c & 0xC0) != 0x80)
-            ++n;
+        if ((c & 0xC0) != 0x80) ++n;
     return n;
 }
 

@@ -9,10 +9,8 @@ namespace ormex::platform {
 
 bool Value::isBlank() const
 {
-    if (isNull())
-        return true;
-    if (isText())
-        return trim(std::get<std::string>(m_data)).empty();
+    if (isNull()) return true;
+    if (isText()) return trim(std::get<std::string>(m_data)).empty();
     return false;
 }
 
@@ -46,8 +44,7 @@ double Value::toDouble() const
         return std::get<double>(m_data);
     case Type::Text: {
         const std::string& s = std::get<std::string>(m_data);
-        if (iequals(trim(s), "true"))
-            return -1.0;
+        if (iequals(trim(s), "true")) return -1.0;
         return numberOr0(s);
     }
     }
@@ -56,8 +53,7 @@ double Value::toDouble() const
 
 std::int64_t Value::toInt() const
 {
-    if (type() == Type::Int)
-        return std::get<std::int64_t>(m_data);
+    if (type() == Type::Int) return std::get<std::int64_t>(m_data);
     return static_cast<std::int64_t>(std::llround(toDouble()));
 }
 
@@ -74,10 +70,8 @@ bool Value::toBool() const
         return std::get<double>(m_data) != 0.0;
     case Type::Text: {
         std::string t = trim(std::get<std::string>(m_data));
-        if (iequals(t, "true"))
-            return true;
-        if (iequals(t, "false"))
-            return false;
+        if (iequals(t, "true")) return true;
+        if (iequals(t, "false")) return false;
         return numberOr0(t) != 0.0;
     }
     }
@@ -86,10 +80,8 @@ bool Value::toBool() const
 
 bool Value::isNumeric() const
 {
-    if (isNumber())
-        return true;
-    if (isText())
-        return isNumericText(std::get<std::string>(m_data));
+    if (isNumber()) return true;
+    if (isText()) return isNumericText(std::get<std::string>(m_data));
     return false;
 }
 

@@ -25,7 +25,10 @@ protected:
     TestDatabase t;
 };
 
-std::string step(int n) { return "insert into t_Log (FStatement) select " + std::to_string(n); }
+std::string step(int n)
+{
+    return "insert into t_Log (FStatement) select " + std::to_string(n);
+}
 
 } // namespace
 
@@ -46,26 +49,32 @@ TEST_F(BatchExecutor, ControlFlowTakesTheServersBranches)
         {"if 1=2 " + step(1) + N + "else if 2=2 " + step(2) + N + "else " + step(3), {"2"}},
         // END and ELSE of a CASE do not close the block or the IF.
         {"if exists(select 1 from T_Pos_VipRecord where FCardId='c1')" + N + " begin " + N +
-             " update T_Pos_VipRecord set FDecNum=case when 70>100 then 100 else 70 end where FCardId='C1'" + N + step(1) +
-             N + " end " + N + " Else " + N + step(2),
+             " update T_Pos_VipRecord set FDecNum=case when 70>100 then 100 else 70 end where FCardId='C1'" +
+             N + step(1) + N + " end " + N + " Else " + N + step(2),
          {"1"}},
-        {"If Not Exists(select 1 from T_Pos_VipRecord where FCardId='C9')" + N + " begin " + N + " begin " + step(1) +
-             " end " + N + step(2) + N + " end " + N + " else " + step(3),
+        {"If Not Exists(select 1 from T_Pos_VipRecord where FCardId='C9')" + N + " begin " + N + " begin " +
+             step(1) + " end " + N + step(2) + N + " end " + N + " else " + step(3),
          {"1", "2"}},
         // A scalar subquery that finds no row is null: the comparison is unknown, the OR decides.
-        {"declare @v int" + N + "If (select FValue from t_SystemProfile where FKey='nothing')='01' or @v=1 " + step(1) + N +
-             "else " + step(2),
+        {"declare @v int" + N + "If (select FValue from t_SystemProfile where FKey='nothing')='01' or @v=1 " +
+             step(1) + N + "else " + step(2),
          {"2"}},
-        {"declare @v int" + N + "set @v=1" + N + "If (select FValue from t_SystemProfile where FKey='nothing')='01' or @v=1 " +
+        {"declare @v int" + N + "set @v=1" + N +
+             "If (select FValue from t_SystemProfile where FKey='nothing')='01' or @v=1 " + step(1),
+         {"1"}},
+        {"If (select FValue from t_SystemProfile where lower(FCategory)='ic' and FKey='G_BRANCH_NO')='01' or "
+         "1=0 " +
              step(1),
          {"1"}},
-        {"If (select FValue from t_SystemProfile where lower(FCategory)='ic' and FKey='G_BRANCH_NO')='01' or 1=0 " + step(1),
-         {"1"}},
         // Variable names ignore case; a variable holds the value of a query.
-        {"declare @Left int, @Flag varchar(10)" + N + "set @left=(select FAccNum-FDecNum from T_Pos_VipRecord where FCardId='C1')" +
-             N + "SET @FLAG='y'" + N + "if @LEFT=30 and @flag='y' " + step(1) + N + "insert into t_Log (FStatement) select @left",
+        {"declare @Left int, @Flag varchar(10)" + N +
+             "set @left=(select FAccNum-FDecNum from T_Pos_VipRecord where FCardId='C1')" + N +
+             "SET @FLAG='y'" + N + "if @LEFT=30 and @flag='y' " + step(1) + N +
+             "insert into t_Log (FStatement) select @left",
          {"1", "30"}},
-        {"declare @x int" + N + "if @x is null " + step(1) + N + "set @x = isnull(@x,0)+5" + N + "if @x=5 " + step(2), {"1", "2"}},
+        {"declare @x int" + N + "if @x is null " + step(1) + N + "set @x = isnull(@x,0)+5" + N + "if @x=5 " +
+             step(2),
+         {"1", "2"}},
         // UPDATE owns its SET; INSERT owns its SELECT; a lone SELECT runs and gives nothing back.
         {"declare @n int update t_SystemProfile set FValue='02' where FKey='g_branch_no' set @n=2 "
          "insert into t_Log (FStatement) select @n select 1 insert t_Log (FStatement) values (3)",
@@ -102,7 +111,8 @@ TEST_F(BatchExecutor, TextOutsideTheDialectRunsNothingAndNamesItsLine)
         {first + "\r\nexec sp_who", 3, "not understood: 'exec'"},
         {first + "GO", 2, "not understood: 'GO'"},
         {first + "create table X (a int)", 2, "not understood: 'create'"},
-        {first + "update T_Pos_VipRecord set FAccNum=dbo.f_encrypt(FAccNum)", 2, "unknown function 'f_encrypt'"},
+        {first + "update T_Pos_VipRecord set FAccNum=dbo.f_encrypt(FAccNum)", 2,
+         "unknown function 'f_encrypt'"},
         {first + "update T_Pos_VipRecord set FAccNum=(1+2", 2, "missing ')'"},
         {first + "update T_Pos_VipRecord set FAccNum=1+2)", 2, "unexpected ')'"},
         {first + "update T_Pos_VipRecord set FAccNum=1 bogus words", 2, "not understood"},
@@ -110,7 +120,8 @@ TEST_F(BatchExecutor, TextOutsideTheDialectRunsNothingAndNamesItsLine)
         {first + "else " + step(2), 2, "ELSE without IF"},
         {first + " end", 2, "END without BEGIN"},
         {first + "set @x=1", 2, "must declare the variable @x"},
-        {first + "insert into t_Log (FStatement) select @later\r\ndeclare @later int", 2, "must declare the variable @later"},
+        {first + "insert into t_Log (FStatement) select @later\r\ndeclare @later int", 2,
+         "must declare the variable @later"},
         {"declare @blnIsinset1 int\r\n" + first + "declare @BLNISINSET1 int", 3, "already been declared"},
         {first + "select convert(varchar(10),getdate(),101)", 2, "convert style 101"},
         {first + "update T_Pos_VipRecord set FVipName='a'+FVipName", 2, "joined with '+'"},
@@ -127,7 +138,8 @@ TEST_F(BatchExecutor, TextOutsideTheDialectRunsNothingAndNamesItsLine)
         } catch (const ParseError& error) {
             EXPECT_EQ(error.line(), c.line) << c.batch;
             EXPECT_NE(error.message().find(c.words), std::string::npos) << error.what();
-            EXPECT_EQ(std::string(error.what()).rfind("line " + std::to_string(c.line) + ": ", 0), 0u) << error.what();
+            EXPECT_EQ(std::string(error.what()).rfind("line " + std::to_string(c.line) + ": ", 0), 0u)
+                << error.what();
         }
         EXPECT_EQ(t.dump(), before) << c.batch;
     }
@@ -144,12 +156,14 @@ TEST_F(BatchExecutor, AFailingStatementTakesTheWholeBatchBack)
         const char* reason;
     };
     const Case cases[] = {
-        {step(1) + "\r\nif 1=1\r\n begin\r\n  update T_Pos_VipRecord set FAccNum=0\r\n  insert into  T_Pos_VipRecord (FCardId)\r\n"
+        {step(1) + "\r\nif 1=1\r\n begin\r\n  update T_Pos_VipRecord set FAccNum=0\r\n  insert into  "
+                   "T_Pos_VipRecord (FCardId)\r\n"
                    "  select 'c1'\r\n end",
          5, "insert into  T_Pos_VipRecord (FCardId)\r\n  select 'c1'", "UNIQUE"},
         {step(1) + "\r\n\r\nif datediff(day,getdate(),'not a date')>0 " + step(2), 3,
          "if datediff(day,getdate(),'not a date')>0", "not a date"},
-        {"update T_Pos_VipRecord set FNoSuchColumn=1", 1, "update T_Pos_VipRecord set FNoSuchColumn=1", "no such column"},
+        {"update T_Pos_VipRecord set FNoSuchColumn=1", 1, "update T_Pos_VipRecord set FNoSuchColumn=1",
+         "no such column"},
     };
     for (const auto& c : cases) {
         try {
@@ -180,5 +194,6 @@ TEST_F(BatchExecutor, ALongBatchIsCheckedWholeBeforeItRuns)
     EXPECT_EQ(t.dump(), before);
 
     t.db().execute(batch);
-    EXPECT_EQ(t.rows("select count(*), min(FStatement), max(FStatement) from t_Log"), std::vector<std::string>{"750|2|1500"});
+    EXPECT_EQ(t.rows("select count(*), min(FStatement), max(FStatement) from t_Log"),
+              std::vector<std::string>{"750|2|1500"});
 }

@@ -1,4 +1,7 @@
 // Must not compile: the module may not see the database layer.
 #include "db/Database.h"
 
-int ormexLayerProbe() { return 0; }
+int ormexLayerProbe()
+{
+    return 0;
+}

@@ -1,4 +1,7 @@
 // Must not compile: the module may not see the host.
 #include "host/core/CardMaintain.h"
 
-int ormexLayerProbe() { return 0; }
+int ormexLayerProbe()
+{
+    return 0;
+}

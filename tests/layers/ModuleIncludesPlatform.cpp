@@ -3,4 +3,7 @@
 #include "module/frame/Gateway.h"
 #include "platform/Value.h"
 
-int ormexLayerProbe() { return 0; }
+int ormexLayerProbe()
+{
+    return 0;
+}

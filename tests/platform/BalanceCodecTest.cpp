@@ -7,7 +7,7 @@ using namespace ormex::platform;
 TEST(BalanceCodec, EncodesTheWorkedExample)
 {
     // 12.5 -> 125000 -> reversed 000521 -> shifted by 9,12,15,18,21,24.
-    const std::string expected{char('0' + 9), char('0' + 12), char('0' + 15),
+    const std::string expected{char('0' + 9),  char('0' + 12), char('0' + 15),
                                char('5' + 18), char('2' + 21), char('1' + 24)};
     EXPECT_EQ(encodeBalance("12.5"), expected);
     EXPECT_EQ(encodeBalance(12.5), expected);
@@ -16,7 +16,8 @@ TEST(BalanceCodec, EncodesTheWorkedExample)
 
 TEST(BalanceCodec, RoundTripsAmounts)
 {
-    for (const char* amount : {"0.01", "1", "15", "100", "150", "99999.99", "123456.78", "-10", "-0.5", "0.3"})
+    for (const char* amount :
+         {"0.01", "1", "15", "100", "150", "99999.99", "123456.78", "-10", "-0.5", "0.3"})
         EXPECT_EQ(decodeBalance(encodeBalance(amount)), amount) << amount;
 }
 

@@ -2,16 +2,17 @@
 
 namespace ormex::test {
 
-void ScriptedMessageService::message(const std::string& text, const std::string& title, platform::MessageIcon icon)
+void ScriptedMessageService::message(const std::string& text, const std::string& title,
+                                     platform::MessageIcon icon)
 {
     m_shown.push_back({Kind::Message, text, title, icon});
 }
 
-bool ScriptedMessageService::question(const std::string& text, const std::string& title, platform::MessageIcon icon)
+bool ScriptedMessageService::question(const std::string& text, const std::string& title,
+                                      platform::MessageIcon icon)
 {
     m_shown.push_back({Kind::Question, text, title, icon});
-    if (m_answers.empty())
-        return false;
+    if (m_answers.empty()) return false;
     const bool yes = m_answers.front();
     m_answers.pop_front();
     return yes;
@@ -21,8 +22,7 @@ std::optional<std::string> ScriptedMessageService::input(const std::string& prom
                                                          const std::string&)
 {
     m_shown.push_back({Kind::Input, prompt, title, platform::MessageIcon::None});
-    if (m_inputs.empty())
-        return std::nullopt;
+    if (m_inputs.empty()) return std::nullopt;
     auto text = m_inputs.front();
     m_inputs.pop_front();
     return text;

@@ -12,6 +12,9 @@ ScopedClock::ScopedClock(int year, int month, int day, int hour, int minute, int
 {
 }
 
-ScopedClock::~ScopedClock() { platform::setClock(nullptr); }
+ScopedClock::~ScopedClock()
+{
+    platform::setClock(nullptr);
+}
 
 } // namespace ormex::test

@@ -13,8 +13,7 @@ namespace ormex::test {
 std::string makeTempFolder()
 {
     std::string pattern = (std::filesystem::temp_directory_path() / "ormex-test-XXXXXX").string();
-    if (!mkdtemp(pattern.data()))
-        throw std::runtime_error("cannot make a temporary folder");
+    if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make a temporary folder");
     return pattern;
 }
 
@@ -41,11 +40,13 @@ TestDatabase::TestDatabase(const std::string& folder, const std::string& fileNam
 TestDatabase::~TestDatabase()
 {
     m_db.reset();
-    if (m_ownsFolder)
-        removeFolder(m_folder);
+    if (m_ownsFolder) removeFolder(m_folder);
 }
 
-void TestDatabase::exec(const std::string& sql) { m_db->executeNative(sql); }
+void TestDatabase::exec(const std::string& sql)
+{
+    m_db->executeNative(sql);
+}
 
 platform::Value TestDatabase::scalar(const std::string& sql)
 {
@@ -60,8 +61,7 @@ std::vector<std::string> TestDatabase::rows(const std::string& sql)
     for (; !rs.atEnd(); rs.moveNext()) {
         std::string row;
         for (std::size_t c = 0; c < rs.columns().size(); ++c) {
-            if (c)
-                row += '|';
+            if (c) row += '|';
             row += rs.field(c).toString();
         }
         out.push_back(row);
@@ -72,7 +72,8 @@ std::vector<std::string> TestDatabase::rows(const std::string& sql)
 std::vector<std::string> TestDatabase::dump()
 {
     std::vector<std::string> out;
-    for (const auto& table : rows("select name from sqlite_master where type='table' and name not like 'sqlite_%' order by name")) {
+    for (const auto& table : rows("select name from sqlite_master where type='table' and name not like "
+                                  "'sqlite_%' order by name")) {
         out.push_back("# " + table);
         for (const auto& row : rows("select * from " + table + " order by 1"))
             out.push_back(row);

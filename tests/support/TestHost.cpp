@@ -13,7 +13,8 @@ TestHost::TestHost(TestHostOptions options)
     services.setMessageService(m_messages);
     m_branch = std::make_unique<TestDatabase>("branch.db");
     m_branch->exec("insert into t_SystemProfile values ('VIP','PosSavingServerDb','(local)/HQ/sa/pw'),"
-                   " ('ic','g_branch_no','" + options.branchNum + "'), ('ic','is_branch','1')");
+                   " ('ic','g_branch_no','" +
+                   options.branchNum + "'), ('ic','is_branch','1')");
     if (options.withHeadquarters) {
         m_hq = std::make_unique<TestDatabase>(m_branch->folder(), "HQ.db");
         m_hq->exec("insert into t_SystemProfile values ('ic','g_branch_no','00'), ('ic','is_branch','0')");
@@ -38,7 +39,8 @@ TestHost::~TestHost()
 
 void TestHost::setHeadquartersSetting(const std::string& value)
 {
-    m_branch->exec("update t_SystemProfile set FValue=" + host::quoted(value) + " where FKey='PosSavingServerDb'");
+    m_branch->exec("update t_SystemProfile set FValue=" + host::quoted(value) +
+                   " where FKey='PosSavingServerDb'");
 }
 
 } // namespace ormex::test

@@ -23,8 +23,7 @@ public:
     std::optional<std::string> computerName() const override { return name; }
     int readTcp(std::string& out) const override
     {
-        if (!address)
-            return 0;
+        if (!address) return 0;
         out = *address;
         return 1;
     }
@@ -33,7 +32,7 @@ public:
 
 struct TestHostOptions
 {
-    std::optional<bool> isBranch = true;           // nothing: the key is not published
+    std::optional<bool> isBranch = true; // nothing: the key is not published
     std::optional<bool> svCardShareType = false;
     std::optional<std::string> branchId = std::string("2");
     std::string branchNum = "01";

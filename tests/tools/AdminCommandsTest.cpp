@@ -39,8 +39,9 @@ TEST_F(AdminCommands, CreateRunAndQuery)
     const std::string db = dir + "/a.db";
     EXPECT_EQ(run({"create", db}).code, 0);
     EXPECT_EQ(run({"create", db}).code, 1) << "an existing database is never overwritten";
-    std::ofstream(dir + "/batch.sql") << "insert into T_Pos_VipType (FTypeId,type_name) values ('01','金卡')\r\n"
-                                         "update T_Pos_VipType set FSavingFlag=1 where FTypeId='01'";
+    std::ofstream(dir + "/batch.sql")
+        << "insert into T_Pos_VipType (FTypeId,type_name) values ('01','金卡')\r\n"
+           "update T_Pos_VipType set FSavingFlag=1 where FTypeId='01'";
     EXPECT_EQ(run({"run", db, dir + "/batch.sql"}).code, 0);
     const Result query = run({"query", db, "select FTypeId,type_name,FSavingFlag from T_Pos_VipType"});
     EXPECT_EQ(query.code, 0);
@@ -59,7 +60,8 @@ TEST_F(AdminCommands, FailuresExplainThemselvesAndChangeNothing)
     const Result bad = run({"run", db, dir + "/bad.sql"});
     EXPECT_EQ(bad.code, 1);
     EXPECT_NE(bad.err.find("statement at line 2 failed"), std::string::npos) << bad.err;
-    EXPECT_NE(run({"query", db, "select count(*) as n from T_Pos_VipType"}).out.find("\n0\n"), std::string::npos);
+    EXPECT_NE(run({"query", db, "select count(*) as n from T_Pos_VipType"}).out.find("\n0\n"),
+              std::string::npos);
 
     EXPECT_EQ(run({"query", dir + "/missing.db", "select 1"}).code, 1);
     EXPECT_FALSE(std::filesystem::exists(dir + "/missing.db")) << "opening never creates a database";
@@ -81,7 +83,8 @@ TEST_F(AdminCommands, DemoCreatesBothDatabasesOnce)
 
 TEST_F(AdminCommands, TheInstalledCommandExitsNonZeroOnFailure)
 {
-    const std::string command = std::string(ORMEX_DB_BINARY) + " query " + dir + "/none.db 'select 1' 2>/dev/null";
+    const std::string command =
+        std::string(ORMEX_DB_BINARY) + " query " + dir + "/none.db 'select 1' 2>/dev/null";
     EXPECT_NE(std::system(command.c_str()), 0);
     EXPECT_EQ(std::system((std::string(ORMEX_DB_BINARY) + " --help >/dev/null").c_str()), 0);
 }

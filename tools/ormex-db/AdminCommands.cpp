@@ -1,9 +1,9 @@
 #include "AdminCommands.h"
 
 #include <chrono>
-#include <functional>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <sstream>
 
@@ -43,8 +43,7 @@ struct UsageError : std::runtime_error
 // failure never leaves a half-made database behind.
 void createDatabase(const std::string& path, const std::function<void(Database&)>& fill)
 {
-    if (fs::exists(path))
-        throw db::DbError("database " + path + " already exists");
+    if (fs::exists(path)) throw db::DbError("database " + path + " already exists");
     const fs::path target(path);
     if (!target.parent_path().empty() && !fs::exists(target.parent_path()))
         throw db::DbError("folder " + target.parent_path().string() + " does not exist");
@@ -54,8 +53,7 @@ void createDatabase(const std::string& path, const std::function<void(Database&)
         {
             auto database = Database::open(temp, Database::OpenMode::Create);
             db::applySchema(*database);
-            if (fill)
-                fill(*database);
+            if (fill) fill(*database);
             database->executeNative("PRAGMA wal_checkpoint(TRUNCATE)");
         }
         fs::remove(temp + "-wal");
@@ -71,10 +69,8 @@ void createDatabase(const std::string& path, const std::function<void(Database&)
 
 db::DemoRole parseRole(const std::string& role)
 {
-    if (role == "branch")
-        return db::DemoRole::Branch;
-    if (role == "hq")
-        return db::DemoRole::Headquarters;
+    if (role == "branch") return db::DemoRole::Branch;
+    if (role == "hq") return db::DemoRole::Headquarters;
     throw UsageError("--role must be branch or hq, not '" + role + "'");
 }
 
@@ -89,8 +85,7 @@ std::unique_ptr<Database> openExisting(const std::string& path)
 std::string readFile(const std::string& path)
 {
     std::ifstream in(path, std::ios::binary);
-    if (!in)
-        throw db::DbError("cannot read " + path);
+    if (!in) throw db::DbError("cannot read " + path);
     std::ostringstream text;
     text << in.rdbuf();
     return text.str();
@@ -100,14 +95,12 @@ int run(const std::vector<std::string>& a, std::ostream& out)
 {
     if (a.empty() || a[0] == "--help" || a[0] == "-h" || a[0] == "help") {
         out << kUsage;
-        if (a.empty())
-            throw UsageError("no command given");
+        if (a.empty()) throw UsageError("no command given");
         return 0;
     }
     const std::string& command = a[0];
     auto need = [&](std::size_t n) {
-        if (a.size() != n)
-            throw UsageError("wrong arguments for '" + command + "'");
+        if (a.size() != n) throw UsageError("wrong arguments for '" + command + "'");
     };
     if (command == "create") {
         need(2);
@@ -115,8 +108,7 @@ int run(const std::vector<std::string>& a, std::ostream& out)
         out << "created " << a[1] << '\n';
     } else if (command == "seed") {
         need(4);
-        if (a[2] != "--role")
-            throw UsageError("seed needs --role branch|hq");
+        if (a[2] != "--role") throw UsageError("seed needs --role branch|hq");
         const db::DemoRole role = parseRole(a[3]);
         auto database = openExisting(a[1]);
         db::seedDemo(*database, role);
@@ -132,9 +124,9 @@ int run(const std::vector<std::string>& a, std::ostream& out)
             else
                 throw UsageError("unknown option '" + a[i] + "'");
         }
-        if (branch.empty() || hq.empty())
-            throw UsageError("demo needs --branch and --hq");
-        for (const auto& [path, role] : {std::pair{hq, db::DemoRole::Headquarters}, std::pair{branch, db::DemoRole::Branch}}) {
+        if (branch.empty() || hq.empty()) throw UsageError("demo needs --branch and --hq");
+        for (const auto& [path, role] :
+             {std::pair{hq, db::DemoRole::Headquarters}, std::pair{branch, db::DemoRole::Branch}}) {
             if (fs::exists(path)) {
                 out << "kept " << path << '\n';
                 continue;
@@ -149,13 +141,14 @@ int run(const std::vector<std::string>& a, std::ostream& out)
             throw UsageError("the count must be a whole number above 0, not '" + a[2] + "'");
         auto database = openExisting(a[1]);
         const auto started = std::chrono::steady_clock::now();
-        db::generateCards(*database, static_cast<std::size_t>(*count), [&out](std::size_t done, std::size_t total) {
-            out << "\r" << done << " / " << total << std::flush;
-        });
+        db::generateCards(*database, static_cast<std::size_t>(*count),
+                          [&out](std::size_t done, std::size_t total) {
+                              out << "\r" << done << " / " << total << std::flush;
+                          });
         const double seconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-        out << "\ngenerated " << static_cast<long long>(*count) << " cards in " << platform::formatFixed(seconds, 1)
-            << " s\n";
+        out << "\ngenerated " << static_cast<long long>(*count) << " cards in "
+            << platform::formatFixed(seconds, 1) << " s\n";
     } else if (command == "run") {
         need(3);
         const std::string batch = readFile(a[2]);

@@ -11,25 +11,26 @@ namespace {
 
 // The columns an approval copies from the pending record to the card.
 const char* const kApprovedColumns[] = {
-    "FCardFlowno", "FVipName", "mobile",   "FCardType", "FCardStatus", "FVipStartDate", "FVipEndDate", "FBranchno",
-    "FOperDate",   "FModifyDate", "FUserName", "FVipTax", "limit_use", "salesman", "FVipSex", "birthday", "marriage",
-    "FVipTel",     "company",  "FVipEmail", "FSocialId", "FVipAdd",   "FVipZip",  "FSalaryLevel", "degree", "favor",
-    "memo",        "nation"};
+    "FCardFlowno", "FVipName",  "mobile",       "FCardType", "FCardStatus", "FVipStartDate", "FVipEndDate",
+    "FBranchno",   "FOperDate", "FModifyDate",  "FUserName", "FVipTax",     "limit_use",     "salesman",
+    "FVipSex",     "birthday",  "marriage",     "FVipTel",   "company",     "FVipEmail",     "FSocialId",
+    "FVipAdd",     "FVipZip",   "FSalaryLevel", "degree",    "favor",       "memo",          "nation"};
 
 } // namespace
 
 db::Database& ApprovalMaintain::db()
 {
-    if (!m_db)
-        m_db = db::Database::open(m_path);
+    if (!m_db) m_db = db::Database::open(m_path);
     return *m_db;
 }
 
 platform::RecordList ApprovalMaintain::getList(std::string& condition)
 {
     const std::string sql =
-        "select * from (select c.*, t.type_name as type_name, case c.FCardStatus when '0' then '正常' when '1' then '失效'"
-        " when '2' then '挂失' when '3' then '作废' when '4' then '黑名单' when '9' then '未使用' else '' end as status_name"
+        "select * from (select c.*, t.type_name as type_name, case c.FCardStatus when '0' then '正常' when "
+        "'1' then '失效'"
+        " when '2' then '挂失' when '3' then '作废' when '4' then '黑名单' when '9' then '未使用' else '' "
+        "end as status_name"
         " from T_Pos_VipRecordCheck c left join T_Pos_VipType t on t.FTypeId=c.FCardType) v where 1=1 " +
         condition + " order by FCheckId";
     platform::RecordList list = db().query(sql).toRecordList();
@@ -56,16 +57,15 @@ void ApprovalMaintain::updateMCApproveInfo(platform::RecordList& package)
         const std::string card = item.text("FCardId");
         const auto pending = db().query("select * from T_Pos_VipRecordCheck where FCardId=" + quoted(card) +
                                         " order by FCheckId desc");
-        if (pending.atEnd())
-            throw std::runtime_error("会员卡【" + card + "】没有待审核的档案");
+        if (pending.atEnd()) throw std::runtime_error("会员卡【" + card + "】没有待审核的档案");
         std::string assignments;
         for (const char* column : kApprovedColumns)
-            assignments += std::string(assignments.empty() ? "" : ",") + column + "=" + literal(pending.field(column));
+            assignments +=
+                std::string(assignments.empty() ? "" : ",") + column + "=" + literal(pending.field(column));
         batch += "update T_Pos_VipRecord set " + assignments + " where FCardId=" + quoted(card) + "\r\n";
         batch += "delete from T_Pos_VipRecordCheck where FCardId=" + quoted(card) + "\r\n";
     }
-    if (!batch.empty())
-        db().execute(batch);
+    if (!batch.empty()) db().execute(batch);
 }
 
 } // namespace ormex::host

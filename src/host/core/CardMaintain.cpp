@@ -10,10 +10,11 @@ namespace ormex::host {
 namespace {
 
 // The holder's details and the card's standing, which a replacement card takes over.
-const char* const kTakenOver[] = {"FVipName", "mobile",   "FVipSex", "birthday",     "marriage", "FVipTel",
-                                  "company",  "FVipEmail", "FSocialId", "FVipAdd",   "FVipZip",  "FSalaryLevel",
-                                  "degree",   "favor",    "memo",    "nation",       "FAccNum",  "FDecNum",
-                                  "FResidualAmt", "FVipStartDate", "FVipEndDate", "password", "FVipTax", "salesman"};
+const char* const kTakenOver[] = {"FVipName",    "mobile",       "FVipSex",   "birthday",     "marriage",
+                                  "FVipTel",     "company",      "FVipEmail", "FSocialId",    "FVipAdd",
+                                  "FVipZip",     "FSalaryLevel", "degree",    "favor",        "memo",
+                                  "nation",      "FAccNum",      "FDecNum",   "FResidualAmt", "FVipStartDate",
+                                  "FVipEndDate", "password",     "FVipTax",   "salesman"};
 
 } // namespace
 
@@ -22,11 +23,13 @@ std::string tableInfoSql(int tableNo, const std::string& condition)
     std::string base;
     switch (tableNo) {
     case platform::table::GiftCatalogue:
-        base = "select g.FItemId as FItemID, i.FNumber, i.FBarCode, i.FName, i.FUnit, g.FItemNum,"
-               " case when g.FCardType='All' then '' else t.type_name end as type_name, g.FVipNum, g.FBeginDate,"
-               " g.FEndDate, s.FName as FStockName, g.FBranchID, g.FBranchNo, g.FCardType, i.FIsAuxi"
-               " from T_Pos_VipGift g join t_Item i on i.FItemID=g.FItemId"
-               " left join T_Pos_VipType t on t.FTypeId=g.FCardType left join t_stock s on s.FItemID=g.FBranchID";
+        base =
+            "select g.FItemId as FItemID, i.FNumber, i.FBarCode, i.FName, i.FUnit, g.FItemNum,"
+            " case when g.FCardType='All' then '' else t.type_name end as type_name, g.FVipNum, g.FBeginDate,"
+            " g.FEndDate, s.FName as FStockName, g.FBranchID, g.FBranchNo, g.FCardType, i.FIsAuxi"
+            " from T_Pos_VipGift g join t_Item i on i.FItemID=g.FItemId"
+            " left join T_Pos_VipType t on t.FTypeId=g.FCardType left join t_stock s on "
+            "s.FItemID=g.FBranchID";
         break;
     case platform::table::Goods:
         base = "select FItemID, FNumber, FBarCode, FName, FUnit, FIsAuxi, Fdetail, FDeleted from t_Item";
@@ -48,21 +51,25 @@ std::string tableInfoSql(int tableNo, const std::string& condition)
         throw std::invalid_argument("no table " + std::to_string(tableNo));
     }
     std::string sql = "select * from (" + base + ") v";
-    if (!platform::trim(condition).empty())
-        sql += " where " + condition;
+    if (!platform::trim(condition).empty()) sql += " where " + condition;
     return sql;
 }
 
 db::Database& CardMaintain::db()
 {
-    if (!m_db)
-        m_db = db::Database::open(m_path);
+    if (!m_db) m_db = db::Database::open(m_path);
     return *m_db;
 }
 
-platform::Recordset CardMaintain::execQuery(const std::string& sql) { return db().query(sql); }
+platform::Recordset CardMaintain::execQuery(const std::string& sql)
+{
+    return db().query(sql);
+}
 
-void CardMaintain::executeSql(const std::string&, const std::string& sql) { db().execute(sql); }
+void CardMaintain::executeSql(const std::string&, const std::string& sql)
+{
+    db().execute(sql);
+}
 
 platform::Recordset CardMaintain::getTableInfo(int tableNo, const std::string& condition, bool)
 {
@@ -72,16 +79,16 @@ platform::Recordset CardMaintain::getTableInfo(int tableNo, const std::string& c
 bool CardMaintain::checkPassword(const platform::Value& item, const std::string& password)
 {
     // The password arrives with its quotes already doubled.
-    const auto rs = db().query("select count(*) as n from T_Pos_VipRecord where FCardId=" + quoted(item.toString()) +
-                               " and isnull(password,'')='" + password + "'");
+    const auto rs =
+        db().query("select count(*) as n from T_Pos_VipRecord where FCardId=" + quoted(item.toString()) +
+                   " and isnull(password,'')='" + password + "'");
     return rs.field("n").toInt() > 0;
 }
 
 bool CardMaintain::checkCardExist(const std::string& cardNo, const std::string& condition)
 {
     std::string sql = "select count(*) as n from T_Pos_VipRecord where FCardId=" + quoted(cardNo);
-    if (!platform::trim(condition).empty())
-        sql += " and (" + condition + ")";
+    if (!platform::trim(condition).empty()) sql += " and (" + condition + ")";
     return db().query(sql).field("n").toInt() > 0;
 }
 
@@ -94,8 +101,10 @@ bool CardMaintain::checkCardTypeEqual(const std::string& cardNo, platform::Value
 
 std::string CardMaintain::getCardTypeName(const std::string& cardNo)
 {
-    const auto rs = db().query("select t.type_name from T_Pos_VipRecord r join T_Pos_VipType t on t.FTypeId=r.FCardType"
-                               " where r.FCardId=" + quoted(cardNo));
+    const auto rs =
+        db().query("select t.type_name from T_Pos_VipRecord r join T_Pos_VipType t on t.FTypeId=r.FCardType"
+                   " where r.FCardId=" +
+                   quoted(cardNo));
     return rs.atEnd() ? std::string() : rs.field("type_name").toString();
 }
 
@@ -103,19 +112,24 @@ long CardMaintain::changeMemberCard(platform::Value& oldKey, platform::Value&, s
                                     platform::Value& newType)
 {
     const std::string oldNo = oldKey.toString();
-    const auto old = db().query("select * from T_Pos_VipRecord where FCardId=" + quoted(oldNo) + " and FDeleted=0");
-    if (old.atEnd())
-        return 0;
+    const auto old =
+        db().query("select * from T_Pos_VipRecord where FCardId=" + quoted(oldNo) + " and FDeleted=0");
+    if (old.atEnd()) return 0;
     const std::string type = newType.toString();
     if (newCardNo == oldNo) {
-        if (db().query("select count(*) as n from T_Pos_VipType where FTypeId=" + quoted(type)).field("n").toInt() == 0)
+        if (db().query("select count(*) as n from T_Pos_VipType where FTypeId=" + quoted(type))
+                .field("n")
+                .toInt() == 0)
             return 0;
-        db().execute("update T_Pos_VipRecord set FCardType=" + quoted(type) + " where FCardId=" + quoted(oldNo));
+        db().execute("update T_Pos_VipRecord set FCardType=" + quoted(type) +
+                     " where FCardId=" + quoted(oldNo));
         return 1;
     }
     // The new card must be an unused card of this database.
     if (db().query("select count(*) as n from T_Pos_VipRecord where FCardId=" + quoted(newCardNo) +
-                   " and FCardStatus='9' and FDeleted=0").field("n").toInt() == 0)
+                   " and FCardStatus='9' and FDeleted=0")
+            .field("n")
+            .toInt() == 0)
         return 0;
     std::string assignments;
     for (const char* column : kTakenOver)
@@ -124,8 +138,8 @@ long CardMaintain::changeMemberCard(platform::Value& oldKey, platform::Value&, s
         "update T_Pos_VipRecord set " + assignments + "FCardType=" + quoted(type) + ",FCardStatus='0'" +
         " where FCardId=" + quoted(newCardNo) + "\r\n" +
         "update T_Pos_VipRecord set FCardStatus='3',FAccNum=0,FDecNum=0,FResidualAmt='0' where FCardId=" +
-        quoted(oldNo) + "\r\n" + "update T_Pos_VipConsume set FCardId=" + quoted(newCardNo) + " where FCardId=" +
-        quoted(oldNo);
+        quoted(oldNo) + "\r\n" + "update T_Pos_VipConsume set FCardId=" + quoted(newCardNo) +
+        " where FCardId=" + quoted(oldNo);
     db().execute(batch);
     return 1;
 }
@@ -133,21 +147,19 @@ long CardMaintain::changeMemberCard(platform::Value& oldKey, platform::Value&, s
 bool CardMaintain::updateMCInfo(platform::FieldMap& record, int, int&)
 {
     const std::string cardNo = record.text("FCardId");
-    if (cardNo.empty())
-        return false;
-    if (db().query("select count(*) as n from T_Pos_VipRecord where FCardId=" + quoted(cardNo)).field("n").toInt() == 0)
+    if (cardNo.empty()) return false;
+    if (db().query("select count(*) as n from T_Pos_VipRecord where FCardId=" + quoted(cardNo))
+            .field("n")
+            .toInt() == 0)
         return false;
     std::string assignments;
     for (const auto& [column, value] : record) {
-        if (platform::iequals(column, "FCardId"))
-            continue;
-        if (!assignments.empty())
-            assignments += ",";
+        if (platform::iequals(column, "FCardId")) continue;
+        if (!assignments.empty()) assignments += ",";
         const bool textColumn = platform::iequals(column, "FCardStatus");
         assignments += column + "=" + (textColumn ? quoted(value.toString()) : literal(value));
     }
-    if (assignments.empty())
-        return true;
+    if (assignments.empty()) return true;
     db().execute("update T_Pos_VipRecord set " + assignments + " where FCardId=" + quoted(cardNo));
     return true;
 }

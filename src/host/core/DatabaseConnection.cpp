@@ -11,8 +11,7 @@ std::string DatabaseConnection::resolve(const std::string& connectionText) const
     std::string server, catalog;
     for (const auto& part : platform::split(connectionText, ';')) {
         const std::size_t eq = part.find('=');
-        if (eq == std::string::npos)
-            continue;
+        if (eq == std::string::npos) continue;
         const std::string key = platform::trim(part.substr(0, eq));
         const std::string value = platform::trim(part.substr(eq + 1));
         if (platform::iequals(key, "Data Source"))
@@ -34,13 +33,18 @@ void DatabaseConnection::open(const std::string& connectionText)
 
 db::Database& DatabaseConnection::db()
 {
-    if (!m_db)
-        throw std::runtime_error("the connection is not open");
+    if (!m_db) throw std::runtime_error("the connection is not open");
     return *m_db;
 }
 
-void DatabaseConnection::execute(const std::string& batch) { db().execute(batch); }
+void DatabaseConnection::execute(const std::string& batch)
+{
+    db().execute(batch);
+}
 
-platform::Recordset DatabaseConnection::openRecordset(const std::string& sql) { return db().query(sql); }
+platform::Recordset DatabaseConnection::openRecordset(const std::string& sql)
+{
+    return db().query(sql);
+}
 
 } // namespace ormex::host

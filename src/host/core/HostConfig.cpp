@@ -10,24 +10,22 @@ namespace ormex::host {
 
 std::string HostConfig::databasePath() const
 {
-    if (!databaseFile.empty() && databaseFile.front() == '/')
-        return databaseFile;
+    if (!databaseFile.empty() && databaseFile.front() == '/') return databaseFile;
     return dataFolder + "/" + databaseFile;
 }
 
 std::string HostConfig::propsString() const
 {
-    return "Database=" + databasePath() + ";UserID=" + std::to_string(userId) + ";Branch=" + branchNum.value_or("");
+    return "Database=" + databasePath() + ";UserID=" + std::to_string(userId) +
+           ";Branch=" + branchNum.value_or("");
 }
 
 namespace {
 
 bool flag(const std::string& name, const std::string& value)
 {
-    if (value == "1" || platform::iequals(value, "true") || platform::iequals(value, "yes"))
-        return true;
-    if (value == "0" || platform::iequals(value, "false") || platform::iequals(value, "no"))
-        return false;
+    if (value == "1" || platform::iequals(value, "true") || platform::iequals(value, "yes")) return true;
+    if (value == "0" || platform::iequals(value, "false") || platform::iequals(value, "no")) return false;
     throw std::invalid_argument(name + " must be 0 or 1, not '" + value + "'");
 }
 
@@ -60,13 +58,11 @@ void HostConfig::set(const std::string& name, const std::string& value)
 void HostConfig::readFile(const std::string& path)
 {
     std::ifstream in(path);
-    if (!in)
-        throw std::runtime_error("cannot read " + path);
+    if (!in) throw std::runtime_error("cannot read " + path);
     std::string line;
     for (int number = 1; std::getline(in, line); ++number) {
         const std::string text = platform::trim(line.substr(0, line.find('#')));
-        if (text.empty())
-            continue;
+        if (text.empty()) continue;
         const std::size_t eq = text.find('=');
         if (eq == std::string::npos)
             throw std::runtime_error(path + ":" + std::to_string(number) + ": expected name=value");

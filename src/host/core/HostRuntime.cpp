@@ -35,12 +35,18 @@ HostRuntime::HostRuntime(HostConfig config)
     const long pid = m_processId;
     const std::string props = m_config.propsString();
     auto& factory = services.factory();
-    factory.registerClass("OrmexMCardManage.MCMaintain", [path] { return std::make_shared<CardMaintain>(path); });
-    factory.registerClass("OrmexMCardManage.CheckMaintain", [path] { return std::make_shared<ApprovalMaintain>(path); });
-    factory.registerClass("OrmexMCardManage.ConfigMaintain", [path] { return std::make_shared<SettingsMaintain>(path); });
-    factory.registerClass("OrmexMMCBaseData.VIPMaintain", [path] { return std::make_shared<MemberLists>(path); });
-    factory.registerClass("OrmexEBSBase.LogServer", [path, user] { return std::make_shared<LocalLogServer>(path, user); });
-    factory.registerClass("ADODB.Connection", [folder] { return std::make_shared<DatabaseConnection>(folder); });
+    factory.registerClass("OrmexMCardManage.MCMaintain",
+                          [path] { return std::make_shared<CardMaintain>(path); });
+    factory.registerClass("OrmexMCardManage.CheckMaintain",
+                          [path] { return std::make_shared<ApprovalMaintain>(path); });
+    factory.registerClass("OrmexMCardManage.ConfigMaintain",
+                          [path] { return std::make_shared<SettingsMaintain>(path); });
+    factory.registerClass("OrmexMMCBaseData.VIPMaintain",
+                          [path] { return std::make_shared<MemberLists>(path); });
+    factory.registerClass("OrmexEBSBase.LogServer",
+                          [path, user] { return std::make_shared<LocalLogServer>(path, user); });
+    factory.registerClass("ADODB.Connection",
+                          [folder] { return std::make_shared<DatabaseConnection>(folder); });
     factory.registerClass("OrmexPropsMgr.ShareProps", [=] {
         return std::make_shared<PropertyManager>(
             props, [=] { return std::make_shared<TaskLock>(path, session, pid, user); });

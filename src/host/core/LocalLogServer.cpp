@@ -11,10 +11,12 @@ void LocalLogServer::writeLog(const std::string& propsString, const std::string&
                               const std::string& address)
 {
     auto db = db::Database::open(m_path);
-    db->execute("insert into t_OperLog (FDate, FUserID, FFunctionID, FType, FDescription, FMachineName, FIPAddress, "
-                "FSession) values (" + quoted(platform::now().toString()) + "," + std::to_string(m_userId) + "," +
-                quoted(functionId) + "," + std::to_string(type) + "," + quoted(description) + "," + quoted(machineName) +
-                "," + quoted(address) + "," + quoted(propsString) + ")");
+    db->execute(
+        "insert into t_OperLog (FDate, FUserID, FFunctionID, FType, FDescription, FMachineName, FIPAddress, "
+        "FSession) values (" +
+        quoted(platform::now().toString()) + "," + std::to_string(m_userId) + "," + quoted(functionId) + "," +
+        std::to_string(type) + "," + quoted(description) + "," + quoted(machineName) + "," + quoted(address) +
+        "," + quoted(propsString) + ")");
 }
 
 } // namespace ormex::host

@@ -15,7 +15,8 @@ public:
     {
     }
     void writeLog(const std::string& propsString, const std::string& functionId, int type,
-                  const std::string& description, const std::string& machineName, const std::string& address) override;
+                  const std::string& description, const std::string& machineName,
+                  const std::string& address) override;
 
 private:
     std::string m_path;

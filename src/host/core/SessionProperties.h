@@ -43,7 +43,8 @@ public:
     {
     }
     platform::Value getProperty(const std::string& name, long processId) override;
-    std::shared_ptr<platform::BusinessObject> getObjectProperty(const std::string& name, long processId) override;
+    std::shared_ptr<platform::BusinessObject> getObjectProperty(const std::string& name,
+                                                                long processId) override;
 
 private:
     std::string m_props;

@@ -4,16 +4,16 @@
 
 namespace ormex::host {
 
-std::string quoted(const std::string& text) { return "'" + platform::quoteDoubled(text) + "'"; }
+std::string quoted(const std::string& text)
+{
+    return "'" + platform::quoteDoubled(text) + "'";
+}
 
 std::string literal(const platform::Value& value)
 {
-    if (value.isNull())
-        return "NULL";
-    if (value.isNumber())
-        return value.toString();
-    if (value.type() == platform::Value::Type::Bool)
-        return value.toBool() ? "1" : "0";
+    if (value.isNull()) return "NULL";
+    if (value.isNumber()) return value.toString();
+    if (value.type() == platform::Value::Type::Bool) return value.toBool() ? "1" : "0";
     return quoted(value.toString());
 }
 

@@ -28,8 +28,7 @@ std::string processStartTime(const std::string& pid)
     std::ifstream stat("/proc/" + pid + "/stat");
     std::string field;
     for (int i = 1; stat >> field; ++i)
-        if (i == 22)
-            return field;
+        if (i == 22) return field;
     return {};
 }
 
@@ -55,8 +54,9 @@ TaskLock::TaskLock(std::string databasePath, std::string session, long processId
 void TaskLock::reclaimDeadSessions(const std::string& condition)
 {
     auto db = db::Database::open(m_path);
-    auto rs = db->query("select FTaskHandle, FSession, FProcessId, FMachine, FHeartbeat from t_NetTask where " + condition +
-                        " and FSession<>" + quoted(m_session));
+    auto rs =
+        db->query("select FTaskHandle, FSession, FProcessId, FMachine, FHeartbeat from t_NetTask where " +
+                  condition + " and FSession<>" + quoted(m_session));
     const platform::DateTime now = platform::now();
     const platform::Date staleBefore = now.date.addDays(-1);
     std::string batch;
@@ -68,8 +68,7 @@ void TaskLock::reclaimDeadSessions(const std::string& condition)
             // The process id may have been reused: the session names the start of its process.
             const std::string pid = std::to_string(rs.field("FProcessId").toInt());
             const std::string start = processStartTime(pid);
-            if (!start.empty() && session != m_host + "/" + pid + "/" + start)
-                dead = true;
+            if (!start.empty() && session != m_host + "/" + pid + "/" + start) dead = true;
         }
         if (!dead) {
             const auto beat = platform::parseDateTime(rs.field("FHeartbeat").toString());
@@ -83,40 +82,43 @@ void TaskLock::reclaimDeadSessions(const std::string& condition)
         if (dead)
             batch += "delete from t_NetTask where FTaskHandle=" + rs.field("FTaskHandle").toString() + "\r\n";
     }
-    if (!batch.empty())
-        db->execute(batch);
+    if (!batch.empty()) db->execute(batch);
 }
 
-long TaskLock::taskexec(long taskNo, const std::string& code, const std::string& machine, int, int& out1, int& out2,
-                        const platform::Value& item)
+long TaskLock::taskexec(long taskNo, const std::string& code, const std::string& machine, int, int& out1,
+                        int& out2, const platform::Value& item)
 {
     out1 = out2 = 0;
     const std::string itemText = item.toString();
-    const std::string conflict = "FTaskNo=" + std::to_string(taskNo) +
-                                 (itemText.empty() ? " and FCode=" + quoted(code) : " and FItem=" + quoted(itemText));
+    const std::string conflict =
+        "FTaskNo=" + std::to_string(taskNo) +
+        (itemText.empty() ? " and FCode=" + quoted(code) : " and FItem=" + quoted(itemText));
     reclaimDeadSessions(conflict);
     const std::string now = quoted(platform::now().toString());
     auto db = db::Database::open(m_path);
     // The test and the registration run in one transaction, so two sessions cannot both pass.
     db->execute("update t_NetTask set FHeartbeat=" + now + " where FSession=" + quoted(m_session) + "\r\n" +
-                "If Not Exists(select 1 from t_NetTask where " + conflict + " and FSession<>" + quoted(m_session) + ")\r\n" +
-                " insert into t_NetTask (FTaskNo, FCode, FItem, FMachine, FUserID, FSession, FProcessId, FStartTime, FHeartbeat)"
-                " select " + std::to_string(taskNo) + "," + quoted(code) + "," + quoted(itemText) + "," + quoted(machine) +
-                "," + std::to_string(m_userId) + "," + quoted(m_session) + "," + std::to_string(m_processId) + "," + now +
-                "," + now);
+                "If Not Exists(select 1 from t_NetTask where " + conflict + " and FSession<>" +
+                quoted(m_session) + ")\r\n" +
+                " insert into t_NetTask (FTaskNo, FCode, FItem, FMachine, FUserID, FSession, FProcessId, "
+                "FStartTime, FHeartbeat)"
+                " select " +
+                std::to_string(taskNo) + "," + quoted(code) + "," + quoted(itemText) + "," + quoted(machine) +
+                "," + std::to_string(m_userId) + "," + quoted(m_session) + "," + std::to_string(m_processId) +
+                "," + now + "," + now);
     const auto mine = db->query("select max(FTaskHandle) as h from t_NetTask where " + conflict +
                                 " and FSession=" + quoted(m_session));
     const auto other = db->query("select count(*) as n from t_NetTask where " + conflict + " and FSession<>" +
                                  quoted(m_session));
-    if (other.field("n").toInt() > 0)
-        return 0;
+    if (other.field("n").toInt() > 0) return 0;
     return static_cast<long>(mine.field("h").toInt());
 }
 
 bool TaskLock::commitTask(long handle)
 {
     auto db = db::Database::open(m_path);
-    db->execute("delete from t_NetTask where FTaskHandle=" + std::to_string(handle) + " and FSession=" + quoted(m_session));
+    db->execute("delete from t_NetTask where FTaskHandle=" + std::to_string(handle) +
+                " and FSession=" + quoted(m_session));
     return true;
 }
 

@@ -26,8 +26,8 @@ public:
     // `session` is "<host>/<process id>/<process start>", as currentSession() makes it.
     TaskLock(std::string databasePath, std::string session, long processId, int userId);
 
-    long taskexec(long taskNo, const std::string& code, const std::string& machine, int mode, int& out1, int& out2,
-                  const platform::Value& item) override;
+    long taskexec(long taskNo, const std::string& code, const std::string& machine, int mode, int& out1,
+                  int& out2, const platform::Value& item) override;
     bool commitTask(long handle) override;
 
     // The identity of this process's session: host, process id and the process's start.

@@ -38,10 +38,8 @@ HostCommandLine HostCommandLine::parse(const std::vector<std::string>& args)
             line.help = true;
             continue;
         }
-        if (arg.rfind("--", 0) != 0)
-            throw std::runtime_error("unexpected argument '" + arg + "'");
-        if (i + 1 >= args.size())
-            throw std::runtime_error(arg + " needs a value");
+        if (arg.rfind("--", 0) != 0) throw std::runtime_error("unexpected argument '" + arg + "'");
+        if (i + 1 >= args.size()) throw std::runtime_error(arg + " needs a value");
         const std::string name = arg.substr(2), value = args[++i];
         if (name == "config")
             configFile = value;
@@ -56,12 +54,10 @@ HostCommandLine HostCommandLine::parse(const std::vector<std::string>& args)
     }
     // The data folder decides where the default config file is.
     for (const auto& [name, value] : settings)
-        if (name == "data")
-            line.config.dataFolder = value;
+        if (name == "data") line.config.dataFolder = value;
     if (configFile.empty() && std::filesystem::exists(line.config.dataFolder + "/host.conf"))
         configFile = line.config.dataFolder + "/host.conf";
-    if (!configFile.empty())
-        line.config.readFile(configFile);
+    if (!configFile.empty()) line.config.readFile(configFile);
     for (const auto& [name, value] : settings) {
         try {
             line.config.set(name, value);

@@ -14,7 +14,7 @@ struct HostCommandLine
     HostConfig config;
     std::optional<int> function; // open one function directly, then exit
     int tab = 0;
-    std::string screenshot;      // render to this PNG file and exit
+    std::string screenshot; // render to this PNG file and exit
     bool help = false;
 
     // Settings come from the defaults, then the config file (--config, or <data>/host.conf when it

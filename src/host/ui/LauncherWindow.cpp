@@ -40,19 +40,21 @@ LauncherWindow::LauncherWindow(const HostConfig& config, ModuleLoader& loader, Q
     title->setFont(big);
     layout->addWidget(title);
     const bool linked = config.isBranch.value_or(false) && config.svCardShareType.value_or(false);
-    auto* session = new QLabel(QStringLiteral("操作员：%1（%2）    分店：%3    %4")
-                                   .arg(QString::fromStdString(config.userName))
-                                   .arg(config.userId)
-                                   .arg(QString::fromStdString(config.branchNum.value_or("")))
-                                   .arg(linked ? QStringLiteral("储值卡与总部共享") : QStringLiteral("独立管理")),
-                               this);
+    auto* session =
+        new QLabel(QStringLiteral("操作员：%1（%2）    分店：%3    %4")
+                       .arg(QString::fromStdString(config.userName))
+                       .arg(config.userId)
+                       .arg(QString::fromStdString(config.branchNum.value_or("")))
+                       .arg(linked ? QStringLiteral("储值卡与总部共享") : QStringLiteral("独立管理")),
+                   this);
     session->setObjectName("sessionLabel");
     layout->addWidget(session);
 
     auto* grid = new QGridLayout;
     for (int i = 0; i < 5; ++i) {
         const Function& f = kFunctions[i];
-        auto* button = new QPushButton(QStringLiteral("%1\n%2").arg(QString::fromUtf8(f.name), QString::fromUtf8(f.hint)), this);
+        auto* button = new QPushButton(
+            QStringLiteral("%1\n%2").arg(QString::fromUtf8(f.name), QString::fromUtf8(f.hint)), this);
         button->setObjectName(QStringLiteral("function_%1").arg(f.id));
         button->setMinimumSize(260, 72);
         m_buttons[i] = button;
@@ -92,7 +94,8 @@ void LauncherWindow::refreshHeadquartersStatus()
         return;
     }
     m_hqStatus->setText(connected ? QStringLiteral("● 总部已连接") : QStringLiteral("○ 总部未连接"));
-    m_hqStatus->setStyleSheet(connected ? QStringLiteral("color: #1a7f37;") : QStringLiteral("color: #b42318;"));
+    m_hqStatus->setStyleSheet(connected ? QStringLiteral("color: #1a7f37;")
+                                        : QStringLiteral("color: #b42318;"));
 }
 
 void LauncherWindow::openFunction(int functionId)

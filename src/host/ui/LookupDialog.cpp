@@ -34,7 +34,8 @@ LookupDialog::LookupDialog(const QString& title, std::vector<Column> columns, Re
         captions << column.second;
     m_table->setHorizontalHeaderLabels(captions);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_table->setSelectionMode(multiSelect ? QAbstractItemView::ExtendedSelection : QAbstractItemView::SingleSelection);
+    m_table->setSelectionMode(multiSelect ? QAbstractItemView::ExtendedSelection
+                                          : QAbstractItemView::SingleSelection);
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->verticalHeader()->setDefaultSectionSize(22);
@@ -62,10 +63,11 @@ void LookupDialog::search()
     m_table->setRowCount(static_cast<int>(m_rows.size()));
     for (int r = 0; r < m_table->rowCount(); ++r)
         for (int c = 0; c < m_table->columnCount(); ++c)
-            m_table->setItem(r, c, new QTableWidgetItem(QString::fromStdString(
-                                       m_rows[static_cast<std::size_t>(r)].text(m_columns[static_cast<std::size_t>(c)].first.toStdString()))));
-    if (!m_rows.empty())
-        m_table->selectRow(0);
+            m_table->setItem(
+                r, c,
+                new QTableWidgetItem(QString::fromStdString(m_rows[static_cast<std::size_t>(r)].text(
+                    m_columns[static_cast<std::size_t>(c)].first.toStdString()))));
+    if (!m_rows.empty()) m_table->selectRow(0);
 }
 
 platform::RecordList LookupDialog::chosen() const

@@ -3,10 +3,10 @@
 #include <QApplication>
 
 #include "LookupDialog.h"
+#include "db/Database.h"
 #include "host/core/CardMaintain.h"
 #include "host/core/MemberLists.h"
 #include "host/core/SqlText.h"
-#include "db/Database.h"
 #include "platform/BusinessObjects.h"
 #include "platform/Text.h"
 
@@ -26,19 +26,28 @@ ClassView viewOf(int classId)
     switch (classId) {
     case 50:
         return {QStringLiteral("会员卡"),
-                {{"FCardId", "会员卡号"}, {"FCardFlowno", "卡面编号"}, {"FVipName", "姓名"}, {"mobile", "手机"},
-                 {"type_name", "卡类别"}, {"status_name", "卡状态"}, {"cur_num", "剩余积分"}},
+                {{"FCardId", "会员卡号"},
+                 {"FCardFlowno", "卡面编号"},
+                 {"FVipName", "姓名"},
+                 {"mobile", "手机"},
+                 {"type_name", "卡类别"},
+                 {"status_name", "卡状态"},
+                 {"cur_num", "剩余积分"}},
                 {"FCardId", "FCardFlowno", "FVipName", "mobile"}};
     case 51:
-        return {QStringLiteral("会员卡类别"), {{"FTypeId", "类别编号"}, {"type_name", "类别名称"}}, {"FTypeId", "type_name"}};
+        return {QStringLiteral("会员卡类别"),
+                {{"FTypeId", "类别编号"}, {"type_name", "类别名称"}},
+                {"FTypeId", "type_name"}};
     case 5:
-        return {QStringLiteral("仓库"), {{"FNumber", "仓库编码"}, {"FName", "仓库名称"}}, {"FNumber", "FName"}};
+        return {
+            QStringLiteral("仓库"), {{"FNumber", "仓库编码"}, {"FName", "仓库名称"}}, {"FNumber", "FName"}};
     case 23:
         return {QStringLiteral("辅助属性"),
                 {{"FNumber", "商品编码"}, {"FAuxPropNum", "属性编号"}, {"FAuxPropName", "辅助属性"}},
                 {"FNumber", "FAuxPropNum", "FAuxPropName"}};
     case 34:
-        return {QStringLiteral("付款方式"), {{"FNumber", "编号"}, {"FName", "付款方式"}}, {"FNumber", "FName"}};
+        return {
+            QStringLiteral("付款方式"), {{"FNumber", "编号"}, {"FName", "付款方式"}}, {"FNumber", "FName"}};
     default:
         return {QStringLiteral("商品"),
                 {{"FNumber", "商品编码"}, {"FBarCode", "主条码"}, {"FName", "品名"}, {"FUnit", "单位"}},
@@ -73,10 +82,8 @@ std::string LookupWindows::lookupSql(int classId, const std::string& filter, con
             match += std::string(match.empty() ? "" : " or ") + field + " like " + quoted("%" + search + "%");
         condition = condition.empty() ? "(" + match + ")" : "(" + condition + ") and (" + match + ")";
     }
-    if (classId == 50)
-        return memberListSql(50, condition);
-    if (classId == 34)
-        condition = condition.empty() ? "FDeleted=0" : "(" + condition + ") and FDeleted=0";
+    if (classId == 50) return memberListSql(50, condition);
+    if (classId == 34) condition = condition.empty() ? "FDeleted=0" : "(" + condition + ") and FDeleted=0";
     return tableInfoSql(tableOf(classId), condition);
 }
 
@@ -85,11 +92,12 @@ platform::LookupResult LookupWindows::open(int classId, const std::string& filte
 {
     const ClassView view = viewOf(classId);
     const std::string path = m_path;
-    LookupDialog dialog(view.title, view.columns,
-                        [this, classId, filter, path](const std::string& text) {
-                            return db::Database::open(path)->query(lookupSql(classId, filter, text));
-                        },
-                        multiSelect, QString::fromStdString(search), QApplication::activeModalWidget());
+    LookupDialog dialog(
+        view.title, view.columns,
+        [this, classId, filter, path](const std::string& text) {
+            return db::Database::open(path)->query(lookupSql(classId, filter, text));
+        },
+        multiSelect, QString::fromStdString(search), QApplication::activeModalWidget());
     platform::LookupResult result;
     if (dialog.exec() == QDialog::Accepted) {
         result.returnObject = dialog.chosen();
@@ -109,8 +117,8 @@ platform::LookupResult LookupWindows::subMesLookup(int classId, const std::strin
     return open(classId, text1, {}, false);
 }
 
-platform::LookupResult LookupWindows::showFormReturn(int classId, bool multiSelect, int mode, const std::string& filter,
-                                                     const std::string& searchText)
+platform::LookupResult LookupWindows::showFormReturn(int classId, bool multiSelect, int mode,
+                                                     const std::string& filter, const std::string& searchText)
 {
     return open(classId, filter, mode == 3 ? platform::trim(searchText) : std::string(), multiSelect);
 }

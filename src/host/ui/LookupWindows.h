@@ -16,7 +16,8 @@ public:
 
     platform::LookupResult itemLookup(int classId, const std::string& text1, const std::string& text2,
                                       const platform::FieldMap& options) override;
-    platform::LookupResult subMesLookup(int classId, const std::string& text1, const std::string& text2) override;
+    platform::LookupResult subMesLookup(int classId, const std::string& text1,
+                                        const std::string& text2) override;
     platform::LookupResult showFormReturn(int classId, bool multiSelect, int mode, const std::string& filter,
                                           const std::string& searchText) override;
 
@@ -24,7 +25,8 @@ public:
     std::string lookupSql(int classId, const std::string& filter, const std::string& search) const;
 
 private:
-    platform::LookupResult open(int classId, const std::string& filter, const std::string& search, bool multiSelect);
+    platform::LookupResult open(int classId, const std::string& filter, const std::string& search,
+                                bool multiSelect);
     std::string m_path;
 };
 

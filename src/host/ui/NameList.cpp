@@ -4,9 +4,9 @@
 #include <QLineEdit>
 #include <QListWidget>
 
+#include "db/Database.h"
 #include "host/core/MemberLists.h"
 #include "host/core/SqlText.h"
-#include "db/Database.h"
 #include "platform/Text.h"
 
 namespace ormex::host {
@@ -33,14 +33,12 @@ void NameList::attach(QWidget* field, int rows)
     detach();
     m_field = qobject_cast<QLineEdit*>(field);
     m_rows = rows > 0 ? rows : 18;
-    if (m_field)
-        m_field->installEventFilter(this);
+    if (m_field) m_field->installEventFilter(this);
 }
 
 void NameList::detach()
 {
-    if (m_field)
-        m_field->removeEventFilter(this);
+    if (m_field) m_field->removeEventFilter(this);
     m_field.clear();
     m_popup->hide();
 }
@@ -48,20 +46,20 @@ void NameList::detach()
 void NameList::showNameListWindow()
 {
     m_ok = false;
-    if (!m_field)
-        return;
+    if (!m_field) return;
     const std::string text = platform::trim(m_field->text().toStdString());
     if (text.empty()) {
         m_popup->hide();
         return;
     }
     const std::string starts = quoted(text + "%");
-    std::string condition = "(FCardId like " + starts + " or FCardFlowno like " + starts + " or mobile like " + starts +
-                            " or FVipName like " + starts + ")";
-    if (!platform::trim(m_filter).empty())
-        condition = "(" + m_filter + ") and " + condition;
+    std::string condition = "(FCardId like " + starts + " or FCardFlowno like " + starts +
+                            " or mobile like " + starts + " or FVipName like " + starts + ")";
+    if (!platform::trim(m_filter).empty()) condition = "(" + m_filter + ") and " + condition;
     try {
-        m_records = db::Database::open(m_path)->query(memberListSql(50, condition) + " order by FCardId").toRecordList();
+        m_records = db::Database::open(m_path)
+                        ->query(memberListSql(50, condition) + " order by FCardId")
+                        .toRecordList();
     } catch (const std::exception&) {
         m_records.clear();
     }
@@ -69,8 +67,8 @@ void NameList::showNameListWindow()
         m_records.resize(static_cast<std::size_t>(m_rows));
     m_popup->clear();
     for (const auto& record : m_records)
-        m_popup->addItem(QString::fromStdString(record.text("FCardId") + "  " + record.text("FVipName") + "  " +
-                                                record.text("mobile")));
+        m_popup->addItem(QString::fromStdString(record.text("FCardId") + "  " + record.text("FVipName") +
+                                                "  " + record.text("mobile")));
     if (m_records.empty()) {
         m_popup->hide();
         return;
@@ -83,13 +81,11 @@ void NameList::showNameListWindow()
 
 void NameList::choose(int row)
 {
-    if (row < 0 || static_cast<std::size_t>(row) >= m_records.size())
-        return;
+    if (row < 0 || static_cast<std::size_t>(row) >= m_records.size()) return;
     m_chosen = m_records[static_cast<std::size_t>(row)];
     m_ok = true;
     m_popup->hide();
-    if (m_field)
-        m_field->setText(QString::fromStdString(m_chosen.text("FCardId")));
+    if (m_field) m_field->setText(QString::fromStdString(m_chosen.text("FCardId")));
 }
 
 bool NameList::eventFilter(QObject* watched, QEvent* event)
@@ -112,8 +108,7 @@ bool NameList::eventFilter(QObject* watched, QEvent* event)
                 return true;
             case Qt::Key_Return:
             case Qt::Key_Enter:
-                if (row >= 0)
-                    choose(row);
+                if (row >= 0) choose(row);
                 m_popup->hide();
                 return false; // the field still sees Enter and runs its search
             default:

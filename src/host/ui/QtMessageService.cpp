@@ -25,13 +25,18 @@ QMessageBox::Icon toQt(platform::MessageIcon icon)
     return QMessageBox::NoIcon;
 }
 
-QWidget* owner() { return QApplication::activeModalWidget() ? QApplication::activeModalWidget() : QApplication::activeWindow(); }
+QWidget* owner()
+{
+    return QApplication::activeModalWidget() ? QApplication::activeModalWidget()
+                                             : QApplication::activeWindow();
+}
 
 } // namespace
 
 void QtMessageService::message(const std::string& text, const std::string& title, platform::MessageIcon icon)
 {
-    QMessageBox box(toQt(icon), QString::fromStdString(title), QString::fromStdString(text), QMessageBox::Ok, owner());
+    QMessageBox box(toQt(icon), QString::fromStdString(title), QString::fromStdString(text), QMessageBox::Ok,
+                    owner());
     box.setObjectName("messageBox");
     box.exec();
 }
@@ -46,13 +51,13 @@ bool QtMessageService::question(const std::string& text, const std::string& titl
 }
 
 std::optional<std::string> QtMessageService::input(const std::string& prompt, const std::string& title,
-                                                    const std::string& defaultText)
+                                                   const std::string& defaultText)
 {
     bool ok = false;
-    const QString text = QInputDialog::getText(owner(), QString::fromStdString(title), QString::fromStdString(prompt),
-                                               QLineEdit::Normal, QString::fromStdString(defaultText), &ok);
-    if (!ok)
-        return std::nullopt;
+    const QString text =
+        QInputDialog::getText(owner(), QString::fromStdString(title), QString::fromStdString(prompt),
+                              QLineEdit::Normal, QString::fromStdString(defaultText), &ok);
+    if (!ok) return std::nullopt;
     return text.toStdString();
 }
 
@@ -61,6 +66,9 @@ void QtMessageService::error(const std::string& description)
     message(description, "错误", platform::MessageIcon::Critical);
 }
 
-void QtMessageService::warning(const std::string& text) { message(text, "警告", platform::MessageIcon::Warning); }
+void QtMessageService::warning(const std::string& text)
+{
+    message(text, "警告", platform::MessageIcon::Warning);
+}
 
 } // namespace ormex::host

@@ -19,7 +19,8 @@ namespace {
 void screenshotSoon(const std::string& file)
 {
     QTimer::singleShot(800, [file] {
-        QWidget* top = QApplication::activeModalWidget() ? QApplication::activeModalWidget() : QApplication::activeWindow();
+        QWidget* top = QApplication::activeModalWidget() ? QApplication::activeModalWidget()
+                                                         : QApplication::activeWindow();
         if (top) {
             top->grab().save(QString::fromStdString(file));
             top->close();
@@ -50,16 +51,16 @@ int main(int argc, char** argv)
     try {
         runtime = std::make_unique<host::HostRuntime>(line.config);
     } catch (const std::exception& error) {
-        std::cerr << "ormex-host: " << error.what() << '\n'
-                  << "Create the demo databases with: ormex-db demo --branch data/branch.db --hq data/HQ.db\n";
+        std::cerr
+            << "ormex-host: " << error.what() << '\n'
+            << "Create the demo databases with: ormex-db demo --branch data/branch.db --hq data/HQ.db\n";
         return 1;
     }
     host::installUiServices(line.config);
     host::ModuleLoader loader(host::ModuleLoader::defaultLibraryPath());
 
     if (line.function) {
-        if (!line.screenshot.empty())
-            screenshotSoon(line.screenshot);
+        if (!line.screenshot.empty()) screenshotSoon(line.screenshot);
         try {
             loader.showForm(*line.function, platform::Value(line.tab));
         } catch (const std::exception& error) {
@@ -70,7 +71,6 @@ int main(int argc, char** argv)
     }
     host::LauncherWindow launcher(line.config, loader);
     launcher.show();
-    if (!line.screenshot.empty())
-        screenshotSoon(line.screenshot);
+    if (!line.screenshot.empty()) screenshotSoon(line.screenshot);
     return app.exec();
 }

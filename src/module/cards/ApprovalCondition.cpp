@@ -34,18 +34,14 @@ const std::vector<std::string>& approvalStatusEntries()
 std::string buildApprovalCondition(const ApprovalConditionInput& input)
 {
     std::string condition;
-    if (!trim(input.cardId).empty())
-        condition += " and FCardId ='" + input.cardId + "'";
-    if (!trim(input.name).empty())
-        condition += " and FVipName ='" + input.name + "'";
+    if (!trim(input.cardId).empty()) condition += " and FCardId ='" + input.cardId + "'";
+    if (!trim(input.name).empty()) condition += " and FVipName ='" + input.name + "'";
     if (const std::string op = entryCode(input.operatorEntry); !op.empty())
         condition += " and FModifyDate " + op + "'" + input.date + "'";
     if (const std::string status = entryCode(input.statusEntry); !status.empty())
         condition += " and FCardStatus ='" + status + "'";
-    if (!trim(input.branchNo).empty())
-        condition += " and FBranchno ='" + input.branchNo + "'";
-    if (!trim(input.mobile).empty())
-        condition += " and mobile ='" + input.mobile + "'";
+    if (!trim(input.branchNo).empty()) condition += " and FBranchno ='" + input.branchNo + "'";
+    if (!trim(input.mobile).empty()) condition += " and mobile ='" + input.mobile + "'";
     return condition;
 }
 

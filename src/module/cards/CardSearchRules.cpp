@@ -29,8 +29,7 @@ std::vector<std::string> cardInformationTexts(const platform::FieldMap& card)
     texts[4] = platform::formatNumber(card.value("FAccNum").toDouble() - card.value("FDecNum").toDouble());
     texts[5] = card.text("FVipName");
     texts[6] = frame::GetStatusName(static_cast<int>(card.value("FCardStatus").toInt()));
-    if (auto end = platform::parseDate(card.text("FVipEndDate")))
-        texts[7] = end->toString();
+    if (auto end = platform::parseDate(card.text("FVipEndDate"))) texts[7] = end->toString();
     texts[8] = card.text("FOperDate");
     texts[9] = platform::decodeBalance(card.text("FResidualAmt")) + "元";
     texts[10] = card.text("FCardTypeName");
@@ -39,7 +38,8 @@ std::vector<std::string> cardInformationTexts(const platform::FieldMap& card)
 
 bool isCardNumberKey(char32_t ch)
 {
-    return (ch >= U'0' && ch <= U'9') || (ch >= U'a' && ch <= U'z') || (ch >= U'A' && ch <= U'Z') || ch == U'\b';
+    return (ch >= U'0' && ch <= U'9') || (ch >= U'a' && ch <= U'z') || (ch >= U'A' && ch <= U'Z') ||
+           ch == U'\b';
 }
 
 std::string filterCardNumberText(std::string_view text)

@@ -44,8 +44,7 @@ std::array<bool, 7> statusButtons(int status, bool savingCard)
     default:
         break;
     }
-    if (!savingCard)
-        on[6] = false;
+    if (!savingCard) on[6] = false;
     return on;
 }
 

@@ -13,12 +13,19 @@
 namespace ormex::module::cards {
 
 // Button indexes of the operations (there is no button 4).
-enum class CardOperation { ReportLoss = 0, Restore = 1, Extend = 2, ChangeCard = 3, Void = 5, SetPassword = 6 };
+enum class CardOperation {
+    ReportLoss = 0,
+    Restore = 1,
+    Extend = 2,
+    ChangeCard = 3,
+    Void = 5,
+    SetPassword = 6
+};
 
 struct OperationInfo
 {
-    const char* rightsCode;  // registered with the task lock
-    int operationCode;       // handed to the card update
+    const char* rightsCode; // registered with the task lock
+    int operationCode;      // handed to the card update
 };
 OperationInfo operationInfo(CardOperation operation);
 
@@ -32,7 +39,7 @@ struct ExtendDaysAnswer
 {
     bool cancelled = false;
     std::optional<long> days;
-    std::string message;        // shown in an information box
+    std::string message;             // shown in an information box
     bool messageFromService = false; // the range refusal goes through the message service
 };
 ExtendDaysAnswer checkExtendDays(std::string_view answer);

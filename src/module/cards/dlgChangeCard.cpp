@@ -15,7 +15,10 @@
 namespace ormex::module::cards {
 
 namespace {
-platform::MessageService& messages() { return platform::HostServices::instance().messages(); }
+platform::MessageService& messages()
+{
+    return platform::HostServices::instance().messages();
+}
 
 std::shared_ptr<platform::MCMaintain> cardMaintain()
 {
@@ -90,14 +93,12 @@ void dlgChangeCard::onOk()
 {
     const std::string number = platform::trim(m_number->textStd());
     if (!m_number->text().isEmpty()) {
-        if (!frame::CheckCardNumber(m_number->textStd(), m_number, true))
-            return;
+        if (!frame::CheckCardNumber(m_number->textStd(), m_number, true)) return;
         if (number == m_mcNum) {
             refuse("不允许对自己进行换卡操作！");
             return;
         }
-        if (m_type->text().isEmpty())
-            m_type->setText(QString::fromStdString(cardTypeName(number)));
+        if (m_type->text().isEmpty()) m_type->setText(QString::fromStdString(cardTypeName(number)));
         try {
             auto maintain = cardMaintain();
             if (!maintain->checkCardExist(number)) {
@@ -122,10 +123,8 @@ void dlgChangeCard::onOk()
     if (!messages().question("确定将会员卡【" + m_mcNum + "】 更换成【" + number + "】?", "信息提示",
                              platform::MessageIcon::Information))
         return;
-    if (!number.empty())
-        m_mcNum = number;
-    if (!m_type->text().isEmpty())
-        m_mcTypeName = m_type->textStd();
+    if (!number.empty()) m_mcNum = number;
+    if (!m_type->text().isEmpty()) m_mcTypeName = m_type->textStd();
     m_ok = true;
     accept();
 }

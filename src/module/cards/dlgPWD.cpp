@@ -18,7 +18,8 @@ dlgPWD::dlgPWD(QWidget* parent) : QDialog(parent)
     setObjectName("dlgPWD");
     setWindowTitle(QStringLiteral("修改密码"));
     auto* grid = new QGridLayout(this);
-    const QString labels[3] = {QStringLiteral("原 密 码"), QStringLiteral("新 密 码"), QStringLiteral("密码确认")};
+    const QString labels[3] = {QStringLiteral("原 密 码"), QStringLiteral("新 密 码"),
+                               QStringLiteral("密码确认")};
     for (int i = 0; i < 3; ++i) {
         m_txtPWD[i] = new QLineEdit(this);
         m_txtPWD[i]->setObjectName(QStringLiteral("txtPWD_%1").arg(i));

@@ -23,9 +23,11 @@ namespace ormex::module::cards {
 
 namespace {
 
-const char* const kCaptions = "A,行号,分店机构,编辑日期,卡类型,会员卡号,卡面卡号,姓名,卡状态,限用次数,会费,入会日期,有效期从,有效期至,业务员,流水号";
-const char* const kFields = "chk,index,FBranchno,FModifyDate,type_name,FCardId,FCardFlowno,FVipName,status_name,limit_use,"
-                            "FVipTax,FOperDate,FVipStartDate,FVipEndDate,salesman,FFlowId";
+const char* const kCaptions = "A,行号,分店机构,编辑日期,卡类型,会员卡号,卡面卡号,姓名,卡状态,限用次数,会费,"
+                              "入会日期,有效期从,有效期至,业务员,流水号";
+const char* const kFields =
+    "chk,index,FBranchno,FModifyDate,type_name,FCardId,FCardFlowno,FVipName,status_name,limit_use,"
+    "FVipTax,FOperDate,FVipStartDate,FVipEndDate,salesman,FFlowId";
 const char* const kWidths = "3,5,10,10,10,10,10,10,10,10,10,10,10,10,10,10";
 const char* const kTypes = "10,13,1,0,1,1,1,1,1,1,13,0,0,0,1,13";
 const char* const kHidden = "0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,1";
@@ -37,10 +39,21 @@ struct DetailField
     const char* field;
 };
 const DetailField kDetails[15] = {
-    {"性别：", "FVipSex"},      {"出生日期：", "birthday"},   {"婚姻状况：", "marriage"}, {"手机：", "mobile"},
-    {"固定电话：", "FVipTel"},  {"工作单位：", "company"},    {"E_Mail：", "FVipEmail"},  {"证件号：", "FSocialId"},
-    {"联系地址：", "FVipAdd"},  {"邮政编码：", "FVipZip"},    {"收入水平：", "FSalaryLevel"}, {"文化程度：", "degree"},
-    {"爱好：", "favor"},        {"备注：", "memo"},           {"民族：", "nation"},
+    {"性别：", "FVipSex"},
+    {"出生日期：", "birthday"},
+    {"婚姻状况：", "marriage"},
+    {"手机：", "mobile"},
+    {"固定电话：", "FVipTel"},
+    {"工作单位：", "company"},
+    {"E_Mail：", "FVipEmail"},
+    {"证件号：", "FSocialId"},
+    {"联系地址：", "FVipAdd"},
+    {"邮政编码：", "FVipZip"},
+    {"收入水平：", "FSalaryLevel"},
+    {"文化程度：", "degree"},
+    {"爱好：", "favor"},
+    {"备注：", "memo"},
+    {"民族：", "nation"},
 };
 
 constexpr int kCheckColumnWidthChars = 3;
@@ -54,8 +67,7 @@ std::shared_ptr<platform::CheckMaintain> checkMaintain()
 const platform::FieldMap* findCard(const platform::RecordList& list, const std::string& cardId)
 {
     for (const auto& item : list)
-        if (item.text("FCardId") == cardId)
-            return &item;
+        if (item.text("FCardId") == cardId) return &item;
     return nullptr;
 }
 
@@ -144,8 +156,7 @@ void frmMCCheck::buildUi()
     connect(m_grid, &QTableWidget::cellClicked, this, [this](int row, int) { onRowClicked(row); });
     // The check-box column keeps its width.
     connect(m_grid->horizontalHeader(), &QHeaderView::sectionResized, this, [this](int section, int, int) {
-        if (section == 0)
-            frame::SetColumnWidthChars(*m_grid, 0, kCheckColumnWidthChars);
+        if (section == 0) frame::SetColumnWidthChars(*m_grid, 0, kCheckColumnWidthChars);
     });
     resize(1000, 640);
 }
@@ -155,8 +166,7 @@ void frmMCCheck::loadForm()
     m_approvalList.reset();
     m_currentList.reset();
     for (auto* field : m_iptCon)
-        if (field)
-            field->clear();
+        if (field) field->clear();
     for (auto* field : m_iptMember)
         field->clear();
     m_operators->clear();
@@ -179,7 +189,8 @@ std::string frmMCCheck::buildCondition() const
     input.name = m_iptCon[1]->textStd();
     input.operatorEntry = m_operators->currentText().toStdString();
     input.date = m_iptCon[3]->textStd();
-    input.statusEntry = m_statuses->currentIndex() < 0 ? std::string() : m_statuses->currentText().toStdString();
+    input.statusEntry =
+        m_statuses->currentIndex() < 0 ? std::string() : m_statuses->currentText().toStdString();
     input.branchNo = m_iptCon[5]->textStd();
     input.mobile = m_iptCon[6]->textStd();
     return buildApprovalCondition(input);
@@ -208,12 +219,10 @@ void frmMCCheck::onRowClicked(int row)
 {
     const int cardColumn = m_grid->columnOf(QStringLiteral("FCardId"));
     const std::string cardId = m_grid->cellText(row, cardColumn).toStdString();
-    if (!m_currentList || !m_approvalList)
-        return;
+    if (!m_currentList || !m_approvalList) return;
     const platform::FieldMap* current = findCard(*m_currentList, cardId);
     const platform::FieldMap* pending = findCard(*m_approvalList, cardId);
-    if (!current)
-        return;
+    if (!current) return;
     for (int i = 0; i < 15; ++i) {
         const std::string value = pending ? pending->text(kDetails[i].field) : std::string();
         auto* field = m_iptMember[static_cast<std::size_t>(i)];
@@ -231,12 +240,10 @@ void frmMCCheck::onSelectAll()
 
 void frmMCCheck::onApprove()
 {
-    if (m_grid->rowCount() == 0)
-        return;
+    if (m_grid->rowCount() == 0) return;
     std::vector<int> ticked;
     for (int row = 0; row < m_grid->rowCount(); ++row)
-        if (m_grid->isChecked(row, 0))
-            ticked.push_back(row);
+        if (m_grid->isChecked(row, 0)) ticked.push_back(row);
     if (ticked.empty()) {
         platform::HostServices::instance().messages().message("您没有选择任何信息");
         return;

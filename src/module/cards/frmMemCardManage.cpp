@@ -23,11 +23,15 @@ namespace ormex::module::cards {
 
 namespace {
 
-const char* const kItemCaptions[11] = {"卡    号", "发卡金额：", "卡面编号", "操 作 员", "剩余积分", "姓    名",
-                                       "卡 状 态", "有效期至", "发卡时间", "卡 余 额", "卡 类 别"};
+const char* const kItemCaptions[11] = {"卡    号", "发卡金额：", "卡面编号", "操 作 员",
+                                       "剩余积分", "姓    名",   "卡 状 态", "有效期至",
+                                       "发卡时间", "卡 余 额",   "卡 类 别"};
 const char* const kStatusCaptions[7] = {"挂失", "恢复", "延期", "换卡", nullptr, "作废", "设置密码"};
 
-platform::MessageService& messages() { return platform::HostServices::instance().messages(); }
+platform::MessageService& messages()
+{
+    return platform::HostServices::instance().messages();
+}
 
 } // namespace
 
@@ -60,7 +64,8 @@ void frmMemCardManage::buildUi()
     const int order[11] = {0, 2, 5, 10, 6, 7, 9, 4, 3, 8, 1};
     for (int k = 0; k < 11; ++k) {
         const int i = order[k];
-        auto* field = new widgets::InputField(QStringLiteral("itItem_%1").arg(i), QString::fromUtf8(kItemCaptions[i]), this);
+        auto* field = new widgets::InputField(QStringLiteral("itItem_%1").arg(i),
+                                              QString::fromUtf8(kItemCaptions[i]), this);
         field->setReadOnlyDisplay(true);
         m_itItem[static_cast<std::size_t>(i)] = field;
         info->addWidget(field, k / 2, k % 2);
@@ -69,8 +74,7 @@ void frmMemCardManage::buildUi()
 
     auto* buttons = new QHBoxLayout;
     for (int i = 0; i < 7; ++i) {
-        if (!kStatusCaptions[i])
-            continue;
+        if (!kStatusCaptions[i]) continue;
         auto* button = new QPushButton(QString::fromUtf8(kStatusCaptions[i]), this);
         button->setObjectName(QStringLiteral("cmdStatus_%1").arg(i));
         button->setAutoDefault(false);
@@ -108,8 +112,7 @@ void frmMemCardManage::loadForm()
     for (auto* field : m_itItem)
         field->clear();
     for (auto* button : m_cmdStatus)
-        if (button)
-            button->setEnabled(false);
+        if (button) button->setEnabled(false);
     m_cmdPrint->setEnabled(false);
     m_itNumber->setFocus();
 }
@@ -119,8 +122,7 @@ void frmMemCardManage::clearCardInformation()
     for (auto* field : m_itItem)
         field->clear();
     for (auto* button : m_cmdStatus)
-        if (button)
-            button->setEnabled(false);
+        if (button) button->setEnabled(false);
 }
 
 void frmMemCardManage::onSearchClicked()
@@ -134,20 +136,17 @@ void frmMemCardManage::onSearchClicked()
     }
     m_searchKey = text;
     cardSearch();
-    if (!m_itNumber->text().isEmpty())
-        refreshCardTypeFlag();
+    if (!m_itNumber->text().isEmpty()) refreshCardTypeFlag();
 }
 
 void frmMemCardManage::cardSearch()
 {
     m_card.reset();
-    if (m_searchKey.empty())
-        return;
+    if (m_searchKey.empty()) return;
     bool shown = false;
     try {
         auto list = frame::GetVipRecordList(50, cardSearchCondition(m_searchKey));
-        if (list && list->empty())
-            list = frame::GetVipRecordList(50, faceNumberSearchCondition(m_searchKey));
+        if (list && list->empty()) list = frame::GetVipRecordList(50, faceNumberSearchCondition(m_searchKey));
         if (list) {
             const std::string field = m_itNumber->textStd();
             std::string refusal;
@@ -193,22 +192,19 @@ void frmMemCardManage::showCardInformation()
 {
     const auto texts = cardInformationTexts(*m_card);
     for (std::size_t i = 0; i < texts.size(); ++i)
-        if (i != 1)
-            m_itItem[i]->setText(QString::fromStdString(texts[i]));
+        if (i != 1) m_itItem[i]->setText(QString::fromStdString(texts[i]));
 }
 
 void frmMemCardManage::applyStatusButtons(int status, bool savingCard)
 {
     const auto enabled = statusButtons(status, savingCard);
     for (std::size_t i = 0; i < enabled.size(); ++i)
-        if (m_cmdStatus[i])
-            m_cmdStatus[i]->setEnabled(enabled[i]);
+        if (m_cmdStatus[i]) m_cmdStatus[i]->setEnabled(enabled[i]);
 }
 
 void frmMemCardManage::refreshCardTypeFlag()
 {
-    if (!frame::IsHQLinkedBranch())
-        return;
+    if (!frame::IsHQLinkedBranch()) return;
     try {
         const std::string key = platform::trim(m_itNumber->textStd());
         const platform::Value flag = frame::GetCardTypeColumn(key, "FSavingFlag");
@@ -227,8 +223,7 @@ void frmMemCardManage::onLookup()
         messages().error(error.what());
         return;
     }
-    if (!result.returnOk || result.returnObject.empty())
-        return;
+    if (!result.returnOk || result.returnObject.empty()) return;
     m_itNumber->setText(QString::fromStdString(result.returnObject.front().text("FCardId")));
     onSearchClicked();
 }
@@ -303,14 +298,12 @@ void frmMemCardManage::onPrint()
 {
     QPrinter printer(QPrinter::HighResolution);
     QPrintDialog dialog(&printer, this);
-    if (dialog.exec() == QDialog::Accepted)
-        printSheet(printer);
+    if (dialog.exec() == QDialog::Accepted) printSheet(printer);
 }
 
 void frmMemCardManage::releaseTask()
 {
-    if (m_task > 0)
-        frame::CommitTask(m_task);
+    if (m_task > 0) frame::CommitTask(m_task);
 }
 
 void frmMemCardManage::closeEvent(QCloseEvent* event)

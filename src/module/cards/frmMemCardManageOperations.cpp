@@ -19,7 +19,10 @@ namespace ormex::module::cards {
 
 namespace {
 
-platform::MessageService& messages() { return platform::HostServices::instance().messages(); }
+platform::MessageService& messages()
+{
+    return platform::HostServices::instance().messages();
+}
 
 constexpr long kCardTask = 2002;
 constexpr int kCardStatusOnline = 4;
@@ -31,11 +34,9 @@ void frmMemCardManage::onStatusClicked(int index)
     const auto operation = static_cast<CardOperation>(index);
     const OperationInfo info = operationInfo(operation);
     try {
-        if (m_task > 0)
-            frame::CommitTask(m_task);
+        if (m_task > 0) frame::CommitTask(m_task);
         m_task = frame::ExecFunc(kCardTask, platform::Value(m_searchKey), info.rightsCode);
-        if (m_task <= 0)
-            return;
+        if (m_task <= 0) return;
         m_operationCode = info.operationCode;
 
         if (cardShown() && hq::CheckHQOnline(kCardStatusOnline)) {
@@ -83,7 +84,10 @@ bool frmMemCardManage::saveChange(platform::FieldMap& change)
     return saved;
 }
 
-void frmMemCardManage::forward(const std::string& statement) { hq::LogOnHQ(statement, kCardStatusOnline); }
+void frmMemCardManage::forward(const std::string& statement)
+{
+    hq::LogOnHQ(statement, kCardStatusOnline);
+}
 
 void frmMemCardManage::reportLoss(int status)
 {
@@ -91,14 +95,14 @@ void frmMemCardManage::reportLoss(int status)
         messages().message("操作失败，会员卡只能在正常或失效状态下挂失！");
         return;
     }
-    if (!messages().question("挂失后会员卡将暂停使用，是否继续？", "信息提示", platform::MessageIcon::Question))
+    if (!messages().question("挂失后会员卡将暂停使用，是否继续？", "信息提示",
+                             platform::MessageIcon::Question))
         return;
     platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 2}};
-    if (!saveChange(change))
-        return;
+    if (!saveChange(change)) return;
     forward(statusUpdateStatement('2', m_searchKey));
-    messages().message("会员卡(" + platform::trimRight(m_itNumber->textStd()) + ")" + frame::GetStatusName(2) +
-                       "操作成功！");
+    messages().message("会员卡(" + platform::trimRight(m_itNumber->textStd()) + ")" +
+                       frame::GetStatusName(2) + "操作成功！");
 }
 
 void frmMemCardManage::restore(int status)
@@ -107,11 +111,11 @@ void frmMemCardManage::restore(int status)
         messages().message("操作失败，会员卡在该状态下不能恢复！");
         return;
     }
-    if (!messages().question("确定恢复会员卡【" + m_searchKey + "】?", "信息提示", platform::MessageIcon::Information))
+    if (!messages().question("确定恢复会员卡【" + m_searchKey + "】?", "信息提示",
+                             platform::MessageIcon::Information))
         return;
     platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 0}};
-    if (!saveChange(change))
-        return;
+    if (!saveChange(change)) return;
     forward(statusUpdateStatement('0', m_searchKey));
     messages().message("会员卡(" + m_searchKey + ")恢复操作成功！");
 }
@@ -122,8 +126,7 @@ void frmMemCardManage::extend()
     for (;;) {
         const auto answer = messages().input("请输入延期天数", "会员卡延期");
         const ExtendDaysAnswer checked = checkExtendDays(answer.value_or(""));
-        if (checked.cancelled)
-            return;
+        if (checked.cancelled) return;
         if (checked.days) {
             days = *checked.days;
             break;
@@ -133,36 +136,30 @@ void frmMemCardManage::extend()
     const platform::Date today = platform::today();
     const platform::Date newEnd = extendedEndDate(m_card->text("FVipEndDate"), days, today);
     platform::FieldMap change{{"FCardId", m_searchKey}, {"FVipEndDate", newEnd.toString()}};
-    if (newEnd >= today)
-        change.set("FCardStatus", 0);
-    if (!saveChange(change))
-        return;
+    if (newEnd >= today) change.set("FCardStatus", 0);
+    if (!saveChange(change)) return;
     forward(endDateUpdateStatement(newEnd, m_searchKey));
     messages().message("会员卡(" + m_searchKey + ")延期操作成功！");
 }
 
 void frmMemCardManage::changeCard(int status)
 {
-    if (status != 0 && status != 2)
-        return;
+    if (status != 0 && status != 2) return;
     dlgChangeCard dialog(this);
     dialog.setMCNum(m_searchKey);
     dialog.setMCTypeID(m_cardType);
     dialog.exec();
-    if (!dialog.OK())
-        return;
+    if (!dialog.OK()) return;
     std::string newNumber = dialog.MCNum();
     platform::Value newType = dialog.MCTypeID();
     const std::string newTypeName = dialog.MCTypeName();
-    if (newType.toString() == m_cardType.toString() && newNumber == m_searchKey)
-        return;
+    if (newType.toString() == m_cardType.toString() && newNumber == m_searchKey) return;
     auto maintain = platform::HostServices::instance().factory().createAs<platform::MCMaintain>(
         "OrmexMCardManage.MCMaintain");
     platform::Value oldKey(m_searchKey), oldKey2(m_searchKey);
     const long changed = maintain->changeMemberCard(oldKey, oldKey2, newNumber, newType);
     m_card.reset();
-    if (changed <= 0)
-        return;
+    if (changed <= 0) return;
     if (newNumber != m_searchKey)
         messages().message("会员卡：" + m_searchKey + " 已更换成：" + newNumber);
     else
@@ -179,8 +176,7 @@ void frmMemCardManage::voidCard(int status)
                              platform::MessageIcon::Information))
         return;
     platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 3}};
-    if (!saveChange(change))
-        return;
+    if (!saveChange(change)) return;
     forward(statusUpdateStatement('3', m_searchKey));
     messages().message("会员卡(" + m_searchKey + ")作废操作成功！");
 }
@@ -193,14 +189,12 @@ void frmMemCardManage::setPassword()
     const std::string password = platform::trim(dialog->Pwd());
     const bool cancelled = dialog->Cancel();
     dialog.reset(); // the dialog is unloaded whatever follows
-    if (cancelled)
-        return;
+    if (cancelled) return;
     platform::FieldMap change{{"FCardId", m_searchKey}, {"password", password}};
     if (!messages().question("确定修改会员卡【" + m_searchKey + "】的密码？", "信息提示",
                              platform::MessageIcon::Information))
         return;
-    if (!saveChange(change))
-        return;
+    if (!saveChange(change)) return;
     forward(passwordUpdateStatement(password, m_searchKey));
     messages().message("会员卡(" + m_searchKey + ")修改密码成功！");
 }

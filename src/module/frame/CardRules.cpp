@@ -38,14 +38,17 @@ std::string ReadCardTypeName(const std::string& typeId)
 
 platform::Value GetCardTypeColumn(const std::string& key, const std::string& columns)
 {
-    return GetFieldValue("Select " + columns + " From T_Pos_VipType Where FTypeId=(Select FCardType From "
-                         "T_Pos_VipRecord Where FCardId='" + key + "' or mobile='" + key + "')",
+    return GetFieldValue("Select " + columns +
+                             " From T_Pos_VipType Where FTypeId=(Select FCardType From "
+                             "T_Pos_VipRecord Where FCardId='" +
+                             key + "' or mobile='" + key + "')",
                          columns);
 }
 
 std::string GetProfileValue(const std::string& category, const std::string& key)
 {
-    return GetFieldValue("Select Fvalue From t_systemprofile Where FCategory='" + category + "' and FKey='" + key + "'",
+    return GetFieldValue("Select Fvalue From t_systemprofile Where FCategory='" + category + "' and FKey='" +
+                             key + "'",
                          "FValue")
         .toString();
 }
@@ -59,19 +62,17 @@ bool CheckCardNumber(const std::string& number, QWidget* focus, bool showMessage
 {
     const std::string trimmed = platform::trim(number);
     const std::size_t length = platform::utf8Length(trimmed);
-    if (length >= 1 && length <= 20)
-        return true;
-    if (showMessages)
-        Messages().message(length == 0 ? "卡号不能为空！" : "卡号必须小于20位！");
-    if (focus)
-        focus->setFocus();
+    if (length >= 1 && length <= 20) return true;
+    if (showMessages) Messages().message(length == 0 ? "卡号不能为空！" : "卡号必须小于20位！");
+    if (focus) focus->setFocus();
     return false;
 }
 
 std::string CurrentTimeText()
 {
     const platform::DateTime now = platform::now();
-    return " " + std::to_string(now.hour) + ":" + std::to_string(now.minute) + ":" + std::to_string(now.second);
+    return " " + std::to_string(now.hour) + ":" + std::to_string(now.minute) + ":" +
+           std::to_string(now.second);
 }
 
 platform::FieldMap PointsToValue(const std::string& typeId, double points)
@@ -79,13 +80,13 @@ platform::FieldMap PointsToValue(const std::string& typeId, double points)
     double remaining = points;
     double stored = 0;
     if (points != 0 && !typeId.empty()) {
-        auto rs = ExecQuery("select FAccNum as Amt,saving_amt as Amount,FZhRate as Rate from T_Pos_VipPointToAmt "
-                            "where FAccNum<= " + platform::formatNumber(points) + " and  FTypeId='" + typeId + "'" +
-                            " order by FAccNum desc ");
+        auto rs = ExecQuery(
+            "select FAccNum as Amt,saving_amt as Amount,FZhRate as Rate from T_Pos_VipPointToAmt "
+            "where FAccNum<= " +
+            platform::formatNumber(points) + " and  FTypeId='" + typeId + "'" + " order by FAccNum desc ");
         for (; !rs.atEnd(); rs.moveNext()) {
             const double step = rs.field("Amt").toDouble();
-            if (step <= 0 || remaining < step)
-                break;
+            if (step <= 0 || remaining < step) break;
             const double units = std::floor(remaining / step);
             const double rate = rs.field("Rate").toDouble();
             stored += rate != 0 ? units * step * rate * 0.01 : units * rs.field("Amount").toDouble();
@@ -96,7 +97,10 @@ platform::FieldMap PointsToValue(const std::string& typeId, double points)
     return platform::FieldMap{{"UsedPoint", platform::roundTo(points - remaining, 2)}, {"StoredAmt", stored}};
 }
 
-platform::FieldMap RecordToFieldMap(const platform::Recordset& rs) { return rs.currentRecord(); }
+platform::FieldMap RecordToFieldMap(const platform::Recordset& rs)
+{
+    return rs.currentRecord();
+}
 
 platform::LookupResult ShowLookup(int classId, const std::string& searchText, const std::string& text1,
                                   const std::string& text2)
@@ -110,8 +114,10 @@ platform::LookupResult ShowLookup(int classId, const std::string& searchText, co
     case 5:
     case 8:
     case 10: {
-        const platform::FieldMap options{{"BeShortNumber", false}, {"GetDataType", 1}, {"Search", searchText}};
-        return factory.createAs<platform::GLView>("OrmexEBCGLView.GLView")->itemLookup(classId, text1, text2, options);
+        const platform::FieldMap options{
+            {"BeShortNumber", false}, {"GetDataType", 1}, {"Search", searchText}};
+        return factory.createAs<platform::GLView>("OrmexEBCGLView.GLView")
+            ->itemLookup(classId, text1, text2, options);
     }
     case 50:
     case 51:
@@ -121,9 +127,11 @@ platform::LookupResult ShowLookup(int classId, const std::string& searchText, co
     case 34:
     case 611:
     case 616:
-        return factory.createAs<platform::GLView>("OrmexEBCGLView.GLView")->subMesLookup(classId, text1, text2);
+        return factory.createAs<platform::GLView>("OrmexEBCGLView.GLView")
+            ->subMesLookup(classId, text1, text2);
     case 31:
-        return factory.createAs<platform::GLView>("OrmexEBCGLView.GLView")->itemLookup(4, "Fdetail=0 ", text2, {});
+        return factory.createAs<platform::GLView>("OrmexEBCGLView.GLView")
+            ->itemLookup(4, "Fdetail=0 ", text2, {});
     default:
         return {};
     }
@@ -132,8 +140,7 @@ platform::LookupResult ShowLookup(int classId, const std::string& searchText, co
 platform::LookupResult ShowCardLookup(int classId, const std::string& condition, bool multiSelect,
                                       const std::string& second)
 {
-    if (classId != 50 && classId != 51)
-        return {};
+    if (classId != 50 && classId != 51) return {};
     return platform::HostServices::instance()
         .factory()
         .createAs<platform::MCBaseDataApp>("OrmexMCBaseData.Application")

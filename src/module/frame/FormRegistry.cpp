@@ -34,11 +34,9 @@ void FormRegistry::remove(int funcId)
 ModuleForm* FormRegistry::form(int funcId)
 {
     auto existing = m_instances.find(funcId);
-    if (existing != m_instances.end())
-        return existing->second.get();
+    if (existing != m_instances.end()) return existing->second.get();
     auto factory = m_factories.find(funcId);
-    if (factory == m_factories.end())
-        return nullptr;
+    if (factory == m_factories.end()) return nullptr;
     auto created = factory->second();
     ModuleForm* form = created.get();
     m_instances[funcId] = std::move(created);

@@ -10,7 +10,10 @@ namespace ormex::module::frame {
 
 namespace {
 
-platform::HostServices& host() { return platform::HostServices::instance(); }
+platform::HostServices& host()
+{
+    return platform::HostServices::instance();
+}
 
 std::shared_ptr<platform::VIPMaintain> memberLists(int listNo)
 {
@@ -21,15 +24,13 @@ std::shared_ptr<platform::VIPMaintain> memberLists(int listNo)
 
 long register_(long taskNo, const platform::Value* item, const std::string& code)
 {
-    if (taskNo < 1)
-        return -1;
+    if (taskNo < 1) return -1;
     try {
         auto login = GetLoginObject();
         int out1 = 0, out2 = 0;
-        const long result =
-            login->taskexec(taskNo, code, GetTaskMachineName(), 3, out1, out2, item ? *item : platform::Value());
-        if (result < 1)
-            throw std::runtime_error(kTaskConflictMessage);
+        const long result = login->taskexec(taskNo, code, GetTaskMachineName(), 3, out1, out2,
+                                            item ? *item : platform::Value());
+        if (result < 1) throw std::runtime_error(kTaskConflictMessage);
         return result;
     } catch (const std::exception& error) {
         Messages().error(error.what());
@@ -39,27 +40,31 @@ long register_(long taskNo, const platform::Value* item, const std::string& code
 
 } // namespace
 
-platform::MessageService& Messages() { return host().messages(); }
+platform::MessageService& Messages()
+{
+    return host().messages();
+}
 
 std::shared_ptr<platform::MCMaintain> CardObject()
 {
     return host().factory().createAs<platform::MCMaintain>("OrmexMCardManage.MCMaintain");
 }
 
-platform::Recordset ExecQuery(const std::string& sql) { return CardObject()->execQuery(sql); }
+platform::Recordset ExecQuery(const std::string& sql)
+{
+    return CardObject()->execQuery(sql);
+}
 
 platform::Value GetFieldValue(const std::string& sql, const std::string& field)
 {
     const platform::Recordset rs = ExecQuery(sql);
-    if (rs.atEnd())
-        return platform::Value("");
+    if (rs.atEnd()) return platform::Value("");
     return rs.field(field);
 }
 
 bool CheckPassword(const platform::Value& item, const std::string& password)
 {
-    if (item.isBlank() || (item.isNumeric() && item.toDouble() == 0))
-        return false;
+    if (item.isBlank() || (item.isNumeric() && item.toDouble() == 0)) return false;
     try {
         return CardObject()->checkPassword(item, platform::quoteDoubled(password));
     } catch (const std::exception& error) {
@@ -68,7 +73,8 @@ bool CheckPassword(const platform::Value& item, const std::string& password)
     }
 }
 
-std::optional<platform::RecordList> GetVipRecordList(int listNo, const std::string& condition, const std::string& second)
+std::optional<platform::RecordList> GetVipRecordList(int listNo, const std::string& condition,
+                                                     const std::string& second)
 {
     try {
         return memberLists(listNo)->getList(condition, second);
@@ -100,15 +106,16 @@ long ExecFunc(long taskNo, const platform::Value& item, const std::string& code)
     return register_(taskNo, &item, code);
 }
 
-long ExecFunc(long taskNo, const std::string& code) { return register_(taskNo, nullptr, code); }
+long ExecFunc(long taskNo, const std::string& code)
+{
+    return register_(taskNo, nullptr, code);
+}
 
 bool CommitTask(long& handle)
 {
-    if (handle == 0)
-        return true;
+    if (handle == 0) return true;
     try {
-        if (GetLoginObject()->commitTask(handle))
-            handle = 0;
+        if (GetLoginObject()->commitTask(handle)) handle = 0;
         return handle == 0;
     } catch (const std::exception&) {
         return false;

@@ -9,7 +9,10 @@ namespace ormex::module::frame {
 
 namespace {
 
-bool isCheckBox(CellType type) { return type == CellType::CheckBox || type == CellType::CheckBox9; }
+bool isCheckBox(CellType type)
+{
+    return type == CellType::CheckBox || type == CellType::CheckBox9;
+}
 
 } // namespace
 
@@ -37,8 +40,7 @@ void Grid::setColumns(std::vector<GridColumn> newColumns)
 int Grid::columnOf(const QString& field) const
 {
     for (int c = 0; c < columns(); ++c)
-        if (m_columns[static_cast<std::size_t>(c)].field.compare(field, Qt::CaseInsensitive) == 0)
-            return c;
+        if (m_columns[static_cast<std::size_t>(c)].field.compare(field, Qt::CaseInsensitive) == 0) return c;
     return -1;
 }
 
@@ -54,8 +56,7 @@ void Grid::setRows(int rows)
 QTableWidgetItem* Grid::cell(int row, int column)
 {
     QTableWidgetItem* it = item(row, column);
-    if (it)
-        return it;
+    if (it) return it;
     it = new QTableWidgetItem;
     const GridColumn& col = m_columns.at(static_cast<std::size_t>(column));
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
@@ -75,8 +76,7 @@ QTableWidgetItem* Grid::cell(int row, int column)
 
 QString Grid::cellText(int row, int column) const
 {
-    if (column < 0 || column >= columns() || row < 0 || row >= rowCount())
-        return {};
+    if (column < 0 || column >= columns() || row < 0 || row >= rowCount()) return {};
     const QTableWidgetItem* it = item(row, column);
     if (isCheckBox(m_columns[static_cast<std::size_t>(column)].type))
         return it && it->checkState() == Qt::Checked ? QStringLiteral("1") : QStringLiteral("0");
@@ -85,8 +85,7 @@ QString Grid::cellText(int row, int column) const
 
 void Grid::setCellText(int row, int column, const QString& text)
 {
-    if (column < 0 || column >= columns() || row < 0 || row >= rowCount())
-        return;
+    if (column < 0 || column >= columns() || row < 0 || row >= rowCount()) return;
     const GridColumn& col = m_columns[static_cast<std::size_t>(column)];
     QTableWidgetItem* it = cell(row, column);
     if (isCheckBox(col.type)) {
@@ -95,7 +94,8 @@ void Grid::setCellText(int row, int column, const QString& text)
     }
     if ((col.type == CellType::Number || col.type == CellType::Integer) && !text.trimmed().isEmpty()) {
         const double value = platform::numberOr0(text.toStdString());
-        it->setText(QString::fromStdString(platform::formatFixed(value, col.type == CellType::Integer ? 0 : col.decimals)));
+        it->setText(QString::fromStdString(
+            platform::formatFixed(value, col.type == CellType::Integer ? 0 : col.decimals)));
         return;
     }
     it->setText(text);
@@ -109,11 +109,13 @@ QColor Grid::cellColor(int row, int column) const
 
 void Grid::setCellColor(int row, int column, const QColor& colour)
 {
-    if (row < rowCount() && column >= 0 && column < columns())
-        cell(row, column)->setForeground(colour);
+    if (row < rowCount() && column >= 0 && column < columns()) cell(row, column)->setForeground(colour);
 }
 
-bool Grid::isChecked(int row, int column) const { return cellText(row, column) == QStringLiteral("1"); }
+bool Grid::isChecked(int row, int column) const
+{
+    return cellText(row, column) == QStringLiteral("1");
+}
 
 void Grid::setChecked(int row, int column, bool checked)
 {

@@ -19,7 +19,7 @@ struct GridColumn
     CellType type = CellType::Text;
     bool locked = false;
     bool hidden = false;
-    bool save = false;   // the "S" mark: the column goes into save packages
+    bool save = false; // the "S" mark: the column goes into save packages
     int decimals = 0;
     double minimum = 0;
     double maximum = 99999999;

@@ -10,19 +10,22 @@ namespace ormex::module::frame {
 
 namespace {
 
-bool isCheckBox(CellType type) { return type == CellType::CheckBox || type == CellType::CheckBox9; }
+bool isCheckBox(CellType type)
+{
+    return type == CellType::CheckBox || type == CellType::CheckBox9;
+}
 
 } // namespace
 
 void SetColumnWidthChars(Grid& grid, int column, int characters)
 {
     const int width = QFontMetrics(grid.font()).averageCharWidth() * characters + 12;
-    if (grid.columnWidth(column) != width)
-        grid.setColumnWidth(column, width);
+    if (grid.columnWidth(column) != width) grid.setColumnWidth(column, width);
 }
 
-void SetupGridColumns(Grid& grid, const std::string& captions, const std::string& fields, const std::string& widths,
-                      const std::string& types, const std::string& hidden, const std::string& locked)
+void SetupGridColumns(Grid& grid, const std::string& captions, const std::string& fields,
+                      const std::string& widths, const std::string& types, const std::string& hidden,
+                      const std::string& locked)
 {
     const auto captionList = platform::split(captions, ',');
     const auto fieldList = platform::split(fields, ',');
@@ -32,7 +35,9 @@ void SetupGridColumns(Grid& grid, const std::string& captions, const std::string
     const auto lockedList = platform::split(locked, ',');
     std::vector<GridColumn> columns;
     for (std::size_t i = 0; i < captionList.size(); ++i) {
-        auto at = [i](const std::vector<std::string>& list) { return i < list.size() ? list[i] : std::string(); };
+        auto at = [i](const std::vector<std::string>& list) {
+            return i < list.size() ? list[i] : std::string();
+        };
         GridColumn c;
         c.caption = QString::fromStdString(captionList[i]);
         c.field = QString::fromStdString(at(fieldList));
@@ -40,7 +45,8 @@ void SetupGridColumns(Grid& grid, const std::string& captions, const std::string
         c.hidden = platform::numberOr0(at(hiddenList)) == 1;
         c.locked = platform::Value(at(lockedList)).toBool();
         if (c.type == CellType::Number) {
-            const bool ratio = platform::containsText(captionList[i], "比例") || platform::containsText(captionList[i], "率");
+            const bool ratio = platform::containsText(captionList[i], "比例") ||
+                               platform::containsText(captionList[i], "率");
             c.decimals = ratio ? 2 : 0;
             c.maximum = ratio ? 100.0 : 99999999.0;
         }
@@ -64,8 +70,7 @@ void FillGrid(Grid& grid, const platform::RecordList& records, const platform::R
                 grid.setCellText(r, c, QString::number(r + 1));
                 continue;
             }
-            if (isCheckBox(column.type) || !record.contains(field))
-                continue;
+            if (isCheckBox(column.type) || !record.contains(field)) continue;
             const std::string text = record.text(field);
             if (compare && static_cast<std::size_t>(r) < compare->size()) {
                 const platform::FieldMap& current = (*compare)[static_cast<std::size_t>(r)];
@@ -75,8 +80,7 @@ void FillGrid(Grid& grid, const platform::RecordList& records, const platform::R
             QString shown = QString::fromStdString(text);
             if (column.type == CellType::Number && !platform::trim(text).empty()) {
                 double value = platform::numberOr0(text);
-                if (column.caption.contains(QLatin1Char('%')))
-                    value *= 100;
+                if (column.caption.contains(QLatin1Char('%'))) value *= 100;
                 shown = QString::fromStdString(platform::formatNumber(value));
             } else if (column.type == CellType::Date) {
                 const auto date = platform::parseDate(text);
@@ -92,8 +96,7 @@ platform::RecordList TickedRows(const Grid& grid)
     platform::RecordList rows;
     const bool checkColumn = grid.columns() > 0 && isCheckBox(grid.column(0).type);
     for (int r = 0; r < grid.rowCount(); ++r) {
-        if (checkColumn && !grid.isChecked(r, 0))
-            continue;
+        if (checkColumn && !grid.isChecked(r, 0)) continue;
         platform::FieldMap map;
         for (int c = checkColumn ? 1 : 0; c < grid.columns(); ++c)
             map.set(grid.column(c).field.toStdString(), grid.cellText(r, c).toStdString());
@@ -109,8 +112,7 @@ platform::RecordList BuildSavePackage(const Grid& grid, int tableKind, int heade
         platform::FieldMap row;
         for (int c = 0; c < grid.columns(); ++c) {
             const GridColumn& column = grid.column(c);
-            if (!column.save)
-                continue;
+            if (!column.save) continue;
             const std::string text = grid.cellText(r, c).toStdString();
             if (column.type == CellType::Number)
                 row.set(column.field.toStdString(), platform::numberOr0(text));

@@ -12,8 +12,9 @@ namespace ormex::module::frame {
 // characters), cell types, hidden flags (1 hides) and lock flags. Number columns whose caption
 // holds "比例" or "率" show 2 decimals between 0.00 and 100.00, the others none between 0 and
 // 99999999; check-box columns are centred.
-void SetupGridColumns(Grid& grid, const std::string& captions, const std::string& fields, const std::string& widths,
-                      const std::string& types, const std::string& hidden, const std::string& locked);
+void SetupGridColumns(Grid& grid, const std::string& captions, const std::string& fields,
+                      const std::string& widths, const std::string& types, const std::string& hidden,
+                      const std::string& locked);
 
 void SetColumnWidthChars(Grid& grid, int column, int characters);
 

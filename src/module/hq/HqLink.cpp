@@ -20,26 +20,29 @@ std::string& keptText()
 std::string BuildHQConnectionText()
 {
     const std::string value =
-        frame::GetFieldValue("select IsNull(FValue,'') as FValue from t_systemprofile where FCategory='VIP' and "
-                             "FKey='PosSavingServerDb'",
-                             "FValue")
+        frame::GetFieldValue(
+            "select IsNull(FValue,'') as FValue from t_systemprofile where FCategory='VIP' and "
+            "FKey='PosSavingServerDb'",
+            "FValue")
             .toString();
     keptText().clear();
     const auto fields = platform::split(value, '/');
     if (fields.size() >= 4)
-        keptText() = "Provider=SQLOLEDB.1;User ID=" + fields[2] + ";Password=" + fields[3] + ";Data Source=" +
-                     fields[0] + ";Initial Catalog=" + fields[1];
+        keptText() = "Provider=SQLOLEDB.1;User ID=" + fields[2] + ";Password=" + fields[3] +
+                     ";Data Source=" + fields[0] + ";Initial Catalog=" + fields[1];
     return keptText();
 }
 
 const std::string& HQConnectionText()
 {
-    if (keptText().empty())
-        BuildHQConnectionText();
+    if (keptText().empty()) BuildHQConnectionText();
     return keptText();
 }
 
-void ResetHQConnectionText() { keptText().clear(); }
+void ResetHQConnectionText()
+{
+    keptText().clear();
+}
 
 std::shared_ptr<platform::Connection> OpenHQ()
 {
@@ -58,8 +61,7 @@ bool ConnHQ()
 {
     try {
         auto connection = OpenHQ();
-        if (!connection)
-            return false;
+        if (!connection) return false;
         connection->close();
         return true;
     } catch (...) {
@@ -91,13 +93,10 @@ std::string HQOfflineMessage(int code)
 
 bool CheckHQOnline(int code)
 {
-    if (!frame::IsHQLinkedBranch())
-        return true;
-    if (ConnHQ())
-        return true;
+    if (!frame::IsHQLinkedBranch()) return true;
+    if (ConnHQ()) return true;
     const std::string message = HQOfflineMessage(code);
-    if (!message.empty())
-        frame::Messages().message(message, "提示", platform::MessageIcon::Information);
+    if (!message.empty()) frame::Messages().message(message, "提示", platform::MessageIcon::Information);
     return false;
 }
 
@@ -141,8 +140,7 @@ bool HQHasRows(const std::string& sql)
 
 bool HQHasRowsIfLinked(const std::string& sql)
 {
-    if (!frame::IsHQLinkedBranch())
-        return true;
+    if (!frame::IsHQLinkedBranch()) return true;
     return HQHasRows(sql);
 }
 
@@ -170,8 +168,7 @@ platform::Recordset HQOpenRecordset(const std::string& sql, std::shared_ptr<plat
 {
     try {
         connection = OpenHQ();
-        if (connection)
-            return connection->openRecordset(sql);
+        if (connection) return connection->openRecordset(sql);
     } catch (const std::exception&) {
     }
     return {};

@@ -40,6 +40,7 @@ bool HQHasRowsIfLinked(const std::string& sql);
 // Rows with every value trimmed.
 platform::RecordList HQQueryToList(const std::string& sql);
 // The rows and the connection that produced them; nothing when headquarters cannot be reached.
-platform::Recordset HQOpenRecordset(const std::string& sql, std::shared_ptr<platform::Connection>& connection);
+platform::Recordset HQOpenRecordset(const std::string& sql,
+                                    std::shared_ptr<platform::Connection>& connection);
 
 } // namespace ormex::module::hq

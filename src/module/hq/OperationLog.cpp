@@ -39,13 +39,13 @@ const char* operationText(int code)
 std::string LogRowStatement(int code)
 {
     const char* text = operationText(code);
-    if (!text)
-        return {};
+    if (!text) return {};
     const platform::DateTime now = platform::now();
     char date[32];
     std::snprintf(date, sizeof date, "%s %02d:%02d:00", now.date.toString().c_str(), now.hour, now.minute);
     return "INSERT INTO t_Log (FDate,FUserID,FFunctionID,FStatement,FDescription,FMachineName,FIPAddress)"
-           " VALUES ('" + std::string(date) + "'," + std::to_string(frame::CurrentUserId()) + ",'MCM0001',5,'分店[" +
+           " VALUES ('" +
+           std::string(date) + "'," + std::to_string(frame::CurrentUserId()) + ",'MCM0001',5,'分店[" +
            frame::GetBranchNum() + text + platform::trim(frame::GetMachineName()) + "','" +
            platform::trim(frame::GetTcpAddress()) + "')";
 }
@@ -53,8 +53,7 @@ std::string LogRowStatement(int code)
 void LogOnHQ(const std::string& statements, int code)
 {
     try {
-        if (!frame::IsHQLinkedBranch())
-            return;
+        if (!frame::IsHQLinkedBranch()) return;
         ExecOnHQ(statements + "\r\n" + LogRowStatement(code));
     } catch (const std::exception&) {
     }
@@ -62,7 +61,8 @@ void LogOnHQ(const std::string& statements, int code)
 
 void WriteLocalLog(const std::string& areaPrefix, const std::string& operation)
 {
-    auto log = platform::HostServices::instance().factory().createAs<platform::LogServer>("OrmexEBSBase.LogServer");
+    auto log =
+        platform::HostServices::instance().factory().createAs<platform::LogServer>("OrmexEBSBase.LogServer");
     log->writeLog(frame::GetPropsString(), "MCM0001", 1, areaPrefix + operation, frame::GetMachineName(),
                   frame::GetTcpAddress());
 }

@@ -10,10 +10,9 @@ std::string buildSettingsSaveBatch(const platform::FieldMap& values)
     std::string batch;
     for (std::string_view key : kMemberSettingKeys) {
         std::string value = values.text(key);
-        if (key == "CardNumProfix" || key == "CardNumSuffix")
-            value = platform::quoteDoubled(value);
-        batch += "UPDATE t_systemprofile SET FValue = '" + value + "' WHERE (FCategory = 'VIP') AND (FKey = '" +
-                 std::string(key) + "')\r\n";
+        if (key == "CardNumProfix" || key == "CardNumSuffix") value = platform::quoteDoubled(value);
+        batch += "UPDATE t_systemprofile SET FValue = '" + value +
+                 "' WHERE (FCategory = 'VIP') AND (FKey = '" + std::string(key) + "')\r\n";
     }
     return batch;
 }

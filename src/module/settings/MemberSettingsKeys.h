@@ -11,10 +11,11 @@
 namespace ormex::module::settings {
 
 inline constexpr std::array<std::string_view, 21> kMemberSettingKeys = {
-    "MCType",          "SVCType",          "CardNumProfix",     "CardNumSuffix",  "GoodsPointWork",
-    "CoverCardNum",    "PrintCardNum",     "UptMemMsgDirect",   "PrintMemName",   "BranchShareMem",
-    "ManPointRuleIndep", "SetVipGiftAtZb", "SVCardShareType",   "LeaveAmount",    "DailyAmtLimit",
-    "MaxFillAmount",   "MothlyAmtLimit",   "AllowFillPlusAmt",  "PrintCardShowNum", "InputPSWOverLim",
+    "MCType",          "SVCType",          "CardNumProfix",     "CardNumSuffix",
+    "GoodsPointWork",  "CoverCardNum",     "PrintCardNum",      "UptMemMsgDirect",
+    "PrintMemName",    "BranchShareMem",   "ManPointRuleIndep", "SetVipGiftAtZb",
+    "SVCardShareType", "LeaveAmount",      "DailyAmtLimit",     "MaxFillAmount",
+    "MothlyAmtLimit",  "AllowFillPlusAmt", "PrintCardShowNum",  "InputPSWOverLim",
     "LimitAmount",
 };
 

@@ -27,8 +27,14 @@ namespace {
 
 using platform::HostServices;
 
-QString q(const std::string& s) { return QString::fromStdString(s); }
-std::string s(const QString& text) { return text.toStdString(); }
+QString q(const std::string& s)
+{
+    return QString::fromStdString(s);
+}
+std::string s(const QString& text)
+{
+    return text.toStdString();
+}
 
 QCheckBox* checkBox(QWidget* parent, const char* name, const char* caption)
 {
@@ -47,8 +53,7 @@ QLineEdit* lineEdit(QWidget* parent, const char* name)
 // An amount the operator typed, written with two decimals; other text is kept as it is.
 QString amountText(const std::string& typed)
 {
-    if (auto number = platform::parseNumber(typed))
-        return q(platform::formatFixed(*number, 2));
+    if (auto number = platform::parseNumber(typed)) return q(platform::formatFixed(*number, 2));
     return q(typed);
 }
 
@@ -170,11 +175,12 @@ void frmMemberConfig::buildUi()
         connect(option, &QRadioButton::clicked, this, &frmMemberConfig::markChanged);
     // Amounts take the two-decimal format when the operator has typed one; stored values are
     // shown and written back as they are.
-    for (QLineEdit* edit : {m_fltLeaveAmount, m_fltDailyAmtLimit, m_fltMaxFillAmount, m_fltMothlyAmtLimit, m_fltLimitAmount}) {
-        edit->setValidator(new QRegularExpressionValidator(QRegularExpression(QStringLiteral("-?[0-9]*\\.?[0-9]{0,2}")), edit));
+    for (QLineEdit* edit :
+         {m_fltLeaveAmount, m_fltDailyAmtLimit, m_fltMaxFillAmount, m_fltMothlyAmtLimit, m_fltLimitAmount}) {
+        edit->setValidator(new QRegularExpressionValidator(
+            QRegularExpression(QStringLiteral("-?[0-9]*\\.?[0-9]{0,2}")), edit));
         connect(edit, &QLineEdit::editingFinished, this, [edit] {
-            if (edit->isModified())
-                edit->setText(amountText(edit->text().toStdString()));
+            if (edit->isModified()) edit->setText(amountText(edit->text().toStdString()));
         });
     }
     // The password threshold only switches its amount field on and off.
@@ -203,8 +209,7 @@ void frmMemberConfig::loadForm()
         HostServices::instance().messages().error(error.what());
     }
     applyBranchRestrictions();
-    if (m_haveSettings)
-        showValues();
+    if (m_haveSettings) showValues();
     m_loading = false;
     m_changed = false;
     m_cmdSave->setEnabled(false);
@@ -243,15 +248,13 @@ void frmMemberConfig::applyBranchRestrictions()
     const bool shared = frame::IsStoredValueShared();
     m_linkedBranch = branch && shared;
     if (m_linkedBranch) {
-        for (QWidget* widget :
-             std::initializer_list<QWidget*>{m_cmbMCType, m_cmbSVCType, m_txtCardNumProfix, m_txtCardNumSuffix,
-                                             m_fltLeaveAmount, m_fltDailyAmtLimit, m_fltMaxFillAmount,
-                                             m_fltMothlyAmtLimit, m_chkAllowFillPlusAmt, m_chkInputPSWOverLim,
-                                             m_fltLimitAmount, m_chkPrintCardShowNum})
+        for (QWidget* widget : std::initializer_list<QWidget*>{
+                 m_cmbMCType, m_cmbSVCType, m_txtCardNumProfix, m_txtCardNumSuffix, m_fltLeaveAmount,
+                 m_fltDailyAmtLimit, m_fltMaxFillAmount, m_fltMothlyAmtLimit, m_chkAllowFillPlusAmt,
+                 m_chkInputPSWOverLim, m_fltLimitAmount, m_chkPrintCardShowNum})
             widget->setEnabled(false);
     }
-    if (branch || !shared)
-        m_chkSetVipGift->setEnabled(false);
+    if (branch || !shared) m_chkSetVipGift->setEnabled(false);
 }
 
 void frmMemberConfig::showValues()
@@ -263,18 +266,17 @@ void frmMemberConfig::showValues()
     m_txtCardNumProfix->setText(q(stored("CardNumProfix")));
     m_txtCardNumSuffix->setText(q(stored("CardNumSuffix")));
     const std::pair<QCheckBox*, const char*> boxes[] = {
-        {m_chkGoodsPointWork, "GoodsPointWork"},   {m_chkCoverCardNum, "CoverCardNum"},
-        {m_chkPrintCardNum, "PrintCardNum"},       {m_chkUptMemMsgDirect, "UptMemMsgDirect"},
-        {m_chkPrintMemName, "PrintMemName"},       {m_chkBranchShareMem, "BranchShareMem"},
+        {m_chkGoodsPointWork, "GoodsPointWork"},       {m_chkCoverCardNum, "CoverCardNum"},
+        {m_chkPrintCardNum, "PrintCardNum"},           {m_chkUptMemMsgDirect, "UptMemMsgDirect"},
+        {m_chkPrintMemName, "PrintMemName"},           {m_chkBranchShareMem, "BranchShareMem"},
         {m_chkManPointRuleIndep, "ManPointRuleIndep"}, {m_chkSetVipGift, "SetVipGiftAtZb"},
-        {m_chkAllowFillPlusAmt, "AllowFillPlusAmt"}, {m_chkPrintCardShowNum, "PrintCardShowNum"},
+        {m_chkAllowFillPlusAmt, "AllowFillPlusAmt"},   {m_chkPrintCardShowNum, "PrintCardShowNum"},
         {m_chkInputPSWOverLim, "InputPSWOverLim"},
     };
     for (const auto& [box, key] : boxes)
         box->setChecked(platform::numberOr0(stored(key)) == 1.0);
     const int scope = listIndex("SVCardShareType");
-    if (scope == 0 || scope == 1)
-        m_optSVCardShareType[scope]->setChecked(true);
+    if (scope == 0 || scope == 1) m_optSVCardShareType[scope]->setChecked(true);
     m_fltLeaveAmount->setText(q(stored("LeaveAmount")));
     m_fltDailyAmtLimit->setText(q(stored("DailyAmtLimit")));
     m_fltMaxFillAmount->setText(q(stored("MaxFillAmount")));
@@ -285,8 +287,7 @@ void frmMemberConfig::showValues()
 
 void frmMemberConfig::markChanged()
 {
-    if (m_loading)
-        return;
+    if (m_loading) return;
     m_changed = true;
     m_cmdSave->setEnabled(true);
 }
@@ -321,9 +322,9 @@ platform::FieldMap frmMemberConfig::currentValues() const
 
 bool frmMemberConfig::validate()
 {
-    const std::string message = checkSpendingLimits(s(m_fltDailyAmtLimit->text()), s(m_fltMothlyAmtLimit->text()));
-    if (message.empty())
-        return true;
+    const std::string message =
+        checkSpendingLimits(s(m_fltDailyAmtLimit->text()), s(m_fltMothlyAmtLimit->text()));
+    if (message.empty()) return true;
     HostServices::instance().messages().message(message);
     m_tabs->setCurrentIndex(1);
     m_fltMothlyAmtLimit->setFocus();
@@ -340,8 +341,7 @@ bool frmMemberConfig::save()
         auto config = HostServices::instance().factory().createAs<platform::ConfigMaintain>(
             "OrmexMCardManage.ConfigMaintain");
         saved = config->saveConfigInfo(batch);
-        if (saved)
-            m_cmdSave->setEnabled(false);
+        if (saved) m_cmdSave->setEnabled(false);
     } catch (const std::exception& error) {
         HostServices::instance().messages().error(error.what());
         saved = false;
@@ -352,14 +352,12 @@ bool frmMemberConfig::save()
 
 void frmMemberConfig::onSave()
 {
-    if (validate())
-        save();
+    if (validate()) save();
 }
 
 bool frmMemberConfig::confirmExit(bool fromButton)
 {
-    if (!m_changed)
-        return true;
+    if (!m_changed) return true;
     if (!HostServices::instance().messages().question("数据已经修改，是否保存？")) {
         m_changed = false;
         return true;
@@ -370,8 +368,7 @@ bool frmMemberConfig::confirmExit(bool fromButton)
 
 void frmMemberConfig::onExit()
 {
-    if (!confirmExit(true))
-        return;
+    if (!confirmExit(true)) return;
     m_closingByButton = true;
     close();
     m_closingByButton = false;
@@ -391,8 +388,7 @@ void frmMemberConfig::closeEvent(QCloseEvent* event)
 
 void frmMemberConfig::onTabChanged(int index)
 {
-    if (m_loading || m_linkedBranch)
-        return;
+    if (m_loading || m_linkedBranch) return;
     if (index == 0)
         m_cmbMCType->setFocus();
     else
@@ -417,7 +413,8 @@ bool frmMemberConfig::eventFilter(QObject* watched, QEvent* event)
             m_tabs->setCurrentIndex((m_tabs->currentIndex() + 1) % m_tabs->count());
             return true;
         }
-        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) && !qobject_cast<QPushButton*>(watched)) {
+        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
+            !qobject_cast<QPushButton*>(watched)) {
             focusNextChild();
             return true;
         }

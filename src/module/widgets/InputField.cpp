@@ -39,10 +39,22 @@ InputField::InputField(const QString& objectName, const QString& caption, QWidge
     m_edit->installEventFilter(this);
 }
 
-QString InputField::caption() const { return m_caption->text(); }
-void InputField::setCaption(const QString& caption) { m_caption->setText(caption); }
-QString InputField::text() const { return m_edit->text(); }
-void InputField::setText(const QString& text) { m_edit->setText(text); }
+QString InputField::caption() const
+{
+    return m_caption->text();
+}
+void InputField::setCaption(const QString& caption)
+{
+    m_caption->setText(caption);
+}
+QString InputField::text() const
+{
+    return m_edit->text();
+}
+void InputField::setText(const QString& text)
+{
+    m_edit->setText(text);
+}
 
 void InputField::clear()
 {
@@ -50,7 +62,10 @@ void InputField::clear()
     m_itemId.clear();
 }
 
-void InputField::setLookupButton(bool shown) { m_lookup->setVisible(shown); }
+void InputField::setLookupButton(bool shown)
+{
+    m_lookup->setVisible(shown);
+}
 
 void InputField::setReadOnlyDisplay(bool readOnly)
 {
@@ -63,8 +78,14 @@ void InputField::setReadOnlyDisplay(bool readOnly)
     m_edit->setPalette(palette);
 }
 
-void InputField::setPasswordMode(bool on) { m_edit->setEchoMode(on ? QLineEdit::Password : QLineEdit::Normal); }
-void InputField::setMaxLength(int length) { m_edit->setMaxLength(length); }
+void InputField::setPasswordMode(bool on)
+{
+    m_edit->setEchoMode(on ? QLineEdit::Password : QLineEdit::Normal);
+}
+void InputField::setMaxLength(int length)
+{
+    m_edit->setMaxLength(length);
+}
 namespace {
 
 // Refuses any text holding a character the filter refuses, whether typed or pasted.
@@ -78,8 +99,7 @@ public:
     State validate(QString& input, int&) const override
     {
         for (char32_t ch : input.toUcs4())
-            if (!m_filter(ch))
-                return Invalid;
+            if (!m_filter(ch)) return Invalid;
         return Acceptable;
     }
 

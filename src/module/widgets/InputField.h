@@ -41,7 +41,7 @@ public:
     QToolButton* lookupButton() const { return m_lookup; }
 
 Q_SIGNALS:
-    void lookupRequested();   // the lookup button or F7
+    void lookupRequested(); // the lookup button or F7
     void returnPressed();
     void textEdited(const QString& text);
     void focusEntered();

@@ -23,13 +23,17 @@ protected:
     void SetUp() override
     {
         t.exec("insert into T_Pos_VipType values ('01','普通卡',0,1), ('03','金卡',1,1);"
-               "insert into T_Pos_VipRecord (FCardId,FCardFlowno,FVipName,mobile,FCardType,FCardStatus,FAccNum,FDecNum,"
+               "insert into T_Pos_VipRecord "
+               "(FCardId,FCardFlowno,FVipName,mobile,FCardType,FCardStatus,FAccNum,FDecNum,"
                "FResidualAmt,FSavingFlag,password,FVipEmail,FDeleted) values"
-               " ('A1','F1','张伟','139','03','0',300,100,'" + platform::encodeBalance("88.5") + "',1,'123456','a@x.cn',0),"
+               " ('A1','F1','张伟','139','03','0',300,100,'" +
+               platform::encodeBalance("88.5") +
+               "',1,'123456','a@x.cn',0),"
                " ('A2','F2','李娜','139','01','2',50,0,'0',0,'','b@x.cn',0),"
                " ('N1','F9',NULL,NULL,'03','9',0,0,'0',1,'',NULL,0),"
                " ('N2','F8',NULL,NULL,'03','0',0,0,'0',1,'',NULL,0);"
-               "insert into T_Pos_VipConsume (FCardId,Fbranchid,FBranchno,FVipMinusTotalNum) values ('A1',2,'01',100)");
+               "insert into T_Pos_VipConsume (FCardId,Fbranchid,FBranchno,FVipMinusTotalNum) values "
+               "('A1',2,'01',100)");
     }
     test::TestDatabase t;
 };
@@ -61,7 +65,8 @@ TEST_F(BusinessObjects, CardChecks)
     EXPECT_TRUE(cards.checkPassword(Value("A1"), "123456"));
     EXPECT_FALSE(cards.checkPassword(Value("A1"), "12345"));
     EXPECT_TRUE(cards.checkPassword(Value("A2"), ""));
-    EXPECT_FALSE(cards.checkPassword(Value("A1"), "x'' or ''1''=''1")) << "a doubled quote stays inside the text";
+    EXPECT_FALSE(cards.checkPassword(Value("A1"), "x'' or ''1''=''1"))
+        << "a doubled quote stays inside the text";
     EXPECT_TRUE(cards.checkCardExist("N1", ""));
     EXPECT_TRUE(cards.checkCardExist("N1", "FCardStatus=9"));
     EXPECT_FALSE(cards.checkCardExist("N2", "FCardStatus=9"));
@@ -83,9 +88,11 @@ TEST_F(BusinessObjects, ChangeCardMovesHolderPointsAndBalanceAtOnce)
 
     std::string fresh = "N1";
     EXPECT_EQ(cards.changeMemberCard(old, old2, fresh, type), 1);
-    EXPECT_EQ(t.rows("select FCardId,FCardStatus,FVipName,FAccNum,FDecNum,dbo.f_decrypt(FResidualAmt),password from "
-                     "T_Pos_VipRecord where FCardId in ('A1','N1') order by FCardId"),
-              (std::vector<std::string>{"A1|3|张伟|0|0|0|123456", "N1|0|张伟|300|100|88.5|123456"}));
+    EXPECT_EQ(
+        t.rows(
+            "select FCardId,FCardStatus,FVipName,FAccNum,FDecNum,dbo.f_decrypt(FResidualAmt),password from "
+            "T_Pos_VipRecord where FCardId in ('A1','N1') order by FCardId"),
+        (std::vector<std::string>{"A1|3|张伟|0|0|0|123456", "N1|0|张伟|300|100|88.5|123456"}));
     EXPECT_EQ(t.scalar("select FCardId from T_Pos_VipConsume").toString(), "N1");
 }
 
@@ -103,8 +110,10 @@ TEST_F(BusinessObjects, UpdateWritesTheGivenColumnsOfTheNamedCard)
 
 TEST_F(BusinessObjects, ApprovalMakesPendingValuesTheCardsRecord)
 {
-    t.exec("insert into T_Pos_VipRecordCheck (FCardId,FVipName,mobile,FCardType,FCardStatus,FVipEmail,FModifyDate)"
-           " values ('A1','张伟','139','03','0','new@x.cn','2026-11-23'), ('A2','李娜娜','139','01','2','b@x.cn','2026-11-20')");
+    t.exec("insert into T_Pos_VipRecordCheck "
+           "(FCardId,FVipName,mobile,FCardType,FCardStatus,FVipEmail,FModifyDate)"
+           " values ('A1','张伟','139','03','0','new@x.cn','2026-11-23'), "
+           "('A2','李娜娜','139','01','2','b@x.cn','2026-11-20')");
     host::ApprovalMaintain approval(t.path());
     std::string condition = " and FModifyDate ='2026-11-23'";
     auto pending = approval.getList(condition);
@@ -122,32 +131,40 @@ TEST_F(BusinessObjects, ApprovalMakesPendingValuesTheCardsRecord)
 
     platform::RecordList unknown{{{"FCardId", "A2"}}, {{"FCardId", "ZZ"}}};
     EXPECT_THROW(approval.updateMCApproveInfo(unknown), std::runtime_error);
-    EXPECT_EQ(t.scalar("select FVipName from T_Pos_VipRecord where FCardId='A2'").toString(), "李娜") << "nothing approved";
+    EXPECT_EQ(t.scalar("select FVipName from T_Pos_VipRecord where FCardId='A2'").toString(), "李娜")
+        << "nothing approved";
 }
 
 TEST_F(BusinessObjects, SettingsAndTables)
 {
-    t.exec("insert into t_SystemProfile values ('VIP','MCType','1'), ('VIP','CardNumProfix','A''B'), ('ic','is_branch','1');"
+    t.exec("insert into t_SystemProfile values ('VIP','MCType','1'), ('VIP','CardNumProfix','A''B'), "
+           "('ic','is_branch','1');"
            "insert into t_PayMethod values (1,'01','现金',0), (5,'05','旧券',1)");
     host::SettingsMaintain settings(t.path());
     const auto vip = settings.getConfigInfo("VIP");
     EXPECT_EQ(vip.size(), 2u);
     EXPECT_EQ(vip.text("cardnumprofix"), "A'B");
-    std::string batch = "UPDATE t_systemprofile SET FValue = '0' WHERE (FCategory = 'VIP') AND (FKey = 'MCType')\r\n";
+    std::string batch =
+        "UPDATE t_systemprofile SET FValue = '0' WHERE (FCategory = 'VIP') AND (FKey = 'MCType')\r\n";
     EXPECT_TRUE(settings.saveConfigInfo(batch));
     EXPECT_EQ(settings.getConfigInfo("VIP").text("MCType"), "0");
 
     host::CardMaintain cards(t.path());
-    EXPECT_EQ(cards.getTableInfo(platform::table::PaymentMethods, "FDeleted=0 and FNumber='01'", false).field("FName").toString(),
+    EXPECT_EQ(cards.getTableInfo(platform::table::PaymentMethods, "FDeleted=0 and FNumber='01'", false)
+                  .field("FName")
+                  .toString(),
               "现金");
-    EXPECT_EQ(cards.getTableInfo(platform::table::CardTypes, " Ftypeid='03'", false).field("type_name").toString(), "金卡");
+    EXPECT_EQ(
+        cards.getTableInfo(platform::table::CardTypes, " Ftypeid='03'", false).field("type_name").toString(),
+        "金卡");
 }
 
 TEST(DatabaseConnection, LocalServerIsAFileOfTheDataFolderThatIsNeverCreated)
 {
     test::TestDatabase hq("HQ.db");
     host::DatabaseConnection connection(hq.folder());
-    EXPECT_EQ(connection.resolve("Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=(local);Initial Catalog=HQ"),
+    EXPECT_EQ(connection.resolve(
+                  "Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=(local);Initial Catalog=HQ"),
               hq.folder() + "/HQ.db");
     connection.open("Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=(LOCAL);Initial Catalog=HQ");
     EXPECT_TRUE(connection.isOpen());
@@ -156,8 +173,10 @@ TEST(DatabaseConnection, LocalServerIsAFileOfTheDataFolderThatIsNeverCreated)
     connection.close();
 
     host::DatabaseConnection missing(hq.folder());
-    EXPECT_ANY_THROW(missing.open("Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=(local);Initial Catalog=Gone"));
+    EXPECT_ANY_THROW(
+        missing.open("Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=(local);Initial Catalog=Gone"));
     EXPECT_FALSE(std::filesystem::exists(hq.folder() + "/Gone.db"));
-    EXPECT_ANY_THROW(missing.open("Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=10.1.1.1;Initial Catalog=HQ"));
+    EXPECT_ANY_THROW(
+        missing.open("Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=10.1.1.1;Initial Catalog=HQ"));
     EXPECT_FALSE(missing.isOpen());
 }

@@ -13,7 +13,8 @@ TEST(HostSession, PublishesPropertiesAndObjectsAndWithdrawsThem)
 {
     long pid = 0;
     {
-        test::TestHost host({.isBranch = true, .svCardShareType = false, .branchId = "12", .branchNum = "03"});
+        test::TestHost host(
+            {.isBranch = true, .svCardShareType = false, .branchId = "12", .branchNum = "03"});
         auto& services = platform::HostServices::instance();
         pid = services.systemInfo().processId();
         auto table = services.sharedProperties(pid);
@@ -21,15 +22,17 @@ TEST(HostSession, PublishesPropertiesAndObjectsAndWithdrawsThem)
         EXPECT_FALSE(table->item("SVCardShareType").toBool());
         EXPECT_EQ(table->item("BranchID").toString(), "12");
         for (const char* id : {"OrmexMCardManage.MCMaintain", "OrmexMCardManage.CheckMaintain",
-                               "OrmexMCardManage.ConfigMaintain", "OrmexMMCBaseData.VIPMaintain", "OrmexEBSBase.LogServer",
-                               "ADODB.Connection", "OrmexPropsMgr.ShareProps"})
+                               "OrmexMCardManage.ConfigMaintain", "OrmexMMCBaseData.VIPMaintain",
+                               "OrmexEBSBase.LogServer", "ADODB.Connection", "OrmexPropsMgr.ShareProps"})
             EXPECT_NO_THROW(services.factory().create(id)) << id;
         auto props = services.factory().createAs<platform::ShareProps>("OrmexPropsMgr.ShareProps");
         EXPECT_NE(props->getProperty("PropsString", pid).toString().find("branch.db"), std::string::npos);
-        EXPECT_TRUE(std::dynamic_pointer_cast<platform::LoginObject>(props->getObjectProperty("OrmexLogin", pid)));
+        EXPECT_TRUE(
+            std::dynamic_pointer_cast<platform::LoginObject>(props->getObjectProperty("OrmexLogin", pid)));
         auto log = services.factory().createAs<platform::LogServer>("OrmexEBSBase.LogServer");
         log->writeLog("props", "MCM0001", 1, "积分管理---积分奖励", "POS-01", "10.0.0.8");
-        EXPECT_EQ(host.branch().rows("select FUserID,FFunctionID,FType,FDescription,FMachineName,FIPAddress from t_OperLog"),
+        EXPECT_EQ(host.branch().rows(
+                      "select FUserID,FFunctionID,FType,FDescription,FMachineName,FIPAddress from t_OperLog"),
                   std::vector<std::string>{"7|MCM0001|1|积分管理---积分奖励|POS-01|10.0.0.8"});
     }
     EXPECT_ANY_THROW(platform::HostServices::instance().sharedProperties(pid));
@@ -39,7 +42,8 @@ TEST(HostSession, PublishesPropertiesAndObjectsAndWithdrawsThem)
 TEST(HostConfig, FileThenCommandLineSettings)
 {
     const std::string dir = test::makeTempFolder();
-    std::ofstream(dir + "/host.conf") << "# demo branch\nuser-id = 9\nuser-name=收银员\nbranch-num=05\nis-branch=0\n";
+    std::ofstream(dir + "/host.conf")
+        << "# demo branch\nuser-id = 9\nuser-name=收银员\nbranch-num=05\nis-branch=0\n";
     host::HostConfig config;
     config.readFile(dir + "/host.conf");
     EXPECT_EQ(config.userId, 9);

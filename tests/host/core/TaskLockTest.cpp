@@ -23,7 +23,10 @@ std::string thisHost()
     return session.substr(0, session.find('/'));
 }
 
-std::string sessionOf(long pid) { return thisHost() + "/" + std::to_string(pid) + "/"; }
+std::string sessionOf(long pid)
+{
+    return thisHost() + "/" + std::to_string(pid) + "/";
+}
 
 } // namespace
 
@@ -53,19 +56,23 @@ TEST(TaskLock, TasksOfDeadOrSilentSessionsAreReclaimed)
     ormex::test::TestDatabase t;
     // A process that ended without releasing its task.
     const pid_t child = fork();
-    if (child == 0)
-        _exit(0);
+    if (child == 0) _exit(0);
     waitpid(child, nullptr, 0);
-    t.exec("insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat) values "
-           "(2002,'hy0001','C1','POS','" + sessionOf(child) + "1'," + std::to_string(child) +
+    t.exec("insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat) "
+           "values "
+           "(2002,'hy0001','C1','POS','" +
+           sessionOf(child) + "1'," + std::to_string(child) +
            ",'2000-01-01 00:00:00','2099-01-01 00:00:00')");
     // A session of another machine not heard of for a day.
-    t.exec("insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat) values "
+    t.exec("insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat) "
+           "values "
            "(2002,'hy0001','C2','POS2','elsewhere/1/1',1,'2000-01-01 00:00:00','2000-01-01 00:00:00')");
     TaskLock lock(t.path(), TaskLock::currentSession(), getpid(), 1);
     EXPECT_GT(take(lock, 2002, "hy0002", "C1"), 0);
     EXPECT_GT(take(lock, 2002, "hy0002", "C2"), 0);
-    EXPECT_EQ(t.scalar("select count(*) from t_NetTask where FSession<>'" + TaskLock::currentSession() + "'").toInt(), 0);
+    EXPECT_EQ(t.scalar("select count(*) from t_NetTask where FSession<>'" + TaskLock::currentSession() + "'")
+                  .toInt(),
+              0);
 }
 
 TEST(TaskLock, TwoProcessesSeeEachOthersTasks)

@@ -3,8 +3,8 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QListWidget>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPushButton>
 #include <QTableWidget>
 
@@ -42,8 +42,12 @@ TEST(LookupWindow, SearchesWithinItsFilter)
     host::LookupWindows windows(host.config().databasePath());
     const std::string filter = "(FCardStatus<>'9' and FCardStatus<>'3' and FDeleted=0)";
     host::LookupDialog dialog(
-        "会员卡", {{"FCardId", "会员卡号"}, {"FVipName", "姓名"}, {"mobile", "手机"}, {"status_name", "卡状态"}},
-        [&](const std::string& text) { return db::Database::open(host.config().databasePath())->query(windows.lookupSql(50, filter, text)); },
+        "会员卡",
+        {{"FCardId", "会员卡号"}, {"FVipName", "姓名"}, {"mobile", "手机"}, {"status_name", "卡状态"}},
+        [&](const std::string& text) {
+            return db::Database::open(host.config().databasePath())
+                ->query(windows.lookupSql(50, filter, text));
+        },
         true, "", nullptr);
     const int all = dialog.table()->rowCount();
     EXPECT_EQ(all, host.branch().scalar("select count(*) from T_Pos_VipRecord where " + filter).toInt());
@@ -57,11 +61,12 @@ TEST(LookupWindow, SearchesWithinItsFilter)
     EXPECT_EQ(static_cast<int>(dialog.chosen().size()), dialog.table()->rowCount());
     shot(dialog, "lookup-cards.png");
 
-    host::LookupDialog single("付款方式", {{"FNumber", "编号"}, {"FName", "付款方式"}},
-                              [&](const std::string& text) {
-                                  return db::Database::open(host.config().databasePath())->query(windows.lookupSql(34, "", text));
-                              },
-                              false, "", nullptr);
+    host::LookupDialog single(
+        "付款方式", {{"FNumber", "编号"}, {"FName", "付款方式"}},
+        [&](const std::string& text) {
+            return db::Database::open(host.config().databasePath())->query(windows.lookupSql(34, "", text));
+        },
+        false, "", nullptr);
     EXPECT_EQ(single.table()->rowCount(), 4) << "deleted payment methods are not offered";
     single.table()->selectAll();
     EXPECT_EQ(single.chosen().size(), 1u);
@@ -72,7 +77,8 @@ TEST(HostCommandLine, DefaultsOptionsAndRefusals)
     const auto defaults = host::HostCommandLine::parse({"--data", "/nonexistent"});
     EXPECT_EQ(defaults.config.databasePath(), "/nonexistent/branch.db");
     EXPECT_FALSE(defaults.function.has_value());
-    const auto direct = host::HostCommandLine::parse({"--function", "5", "--tab", "2", "--sv-share", "0", "--branch-num", "03"});
+    const auto direct = host::HostCommandLine::parse(
+        {"--function", "5", "--tab", "2", "--sv-share", "0", "--branch-num", "03"});
     EXPECT_EQ(direct.function, 5);
     EXPECT_EQ(direct.tab, 2);
     EXPECT_EQ(direct.config.svCardShareType, false);

@@ -67,7 +67,8 @@ TEST(QtMessageService, QuestionAnswersWithTheButtonPressed)
 {
     QtMessageService qtService;
     ormex::platform::MessageService& service = qtService;
-    for (const auto& [press, expected] : {std::pair{QMessageBox::Yes, true}, std::pair{QMessageBox::No, false}}) {
+    for (const auto& [press, expected] :
+         {std::pair{QMessageBox::Yes, true}, std::pair{QMessageBox::No, false}}) {
         SeenBox seen;
         answerNextBox(seen, press);
         EXPECT_EQ(service.question("确定要挂失吗？"), expected);

@@ -28,14 +28,21 @@ TEST(ApprovalCondition, BuildsInFieldOrder)
     };
     const Case cases[] = {
         {{}, ""},
-        {{.operatorEntry = approvalOperatorEntries()[1], .date = "2026-11-23"}, " and FModifyDate ='2026-11-23'"},
+        {{.operatorEntry = approvalOperatorEntries()[1], .date = "2026-11-23"},
+         " and FModifyDate ='2026-11-23'"},
         {{.statusEntry = approvalStatusEntries()[4]}, " and FCardStatus ='4'"},
         {{.name = "O'Neil"}, " and FVipName ='O'Neil'"},
         {{.cardId = " 123", .name = "  ", .date = "2026-11-23", .branchNo = "01", .mobile = "139"},
          " and FCardId =' 123' and FBranchno ='01' and mobile ='139'"},
-        {{.cardId = "A", .name = "B", .operatorEntry = approvalOperatorEntries()[6], .date = "2026-01-02",
-          .statusEntry = approvalStatusEntries()[0], .branchNo = "C", .mobile = "D"},
-         " and FCardId ='A' and FVipName ='B' and FModifyDate <>'2026-01-02' and FCardStatus ='0' and FBranchno ='C'"
+        {{.cardId = "A",
+          .name = "B",
+          .operatorEntry = approvalOperatorEntries()[6],
+          .date = "2026-01-02",
+          .statusEntry = approvalStatusEntries()[0],
+          .branchNo = "C",
+          .mobile = "D"},
+         " and FCardId ='A' and FVipName ='B' and FModifyDate <>'2026-01-02' and FCardStatus ='0' and "
+         "FBranchno ='C'"
          " and mobile ='D'"},
     };
     for (const auto& c : cases)

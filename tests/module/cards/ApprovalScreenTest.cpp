@@ -40,8 +40,7 @@ public:
     void updateMCApproveInfo(platform::RecordList& package) override
     {
         m_log.packages.push_back(package);
-        if (m_log.failApproval)
-            throw std::runtime_error("审核失败");
+        if (m_log.failApproval) throw std::runtime_error("审核失败");
         host::ApprovalMaintain::updateMCApproveInfo(package);
     }
 
@@ -56,13 +55,15 @@ public:
     {
         host.branch().exec(
             "insert into T_Pos_VipType values ('03','金卡',1,1);"
-            "insert into T_Pos_VipRecord (FCardId,FCardFlowno,FVipName,mobile,FCardType,FCardStatus,FVipEmail,FVipTax,FBranchno,"
+            "insert into T_Pos_VipRecord "
+            "(FCardId,FCardFlowno,FVipName,mobile,FCardType,FCardStatus,FVipEmail,FVipTax,FBranchno,"
             "FModifyDate,FVipSex) values"
             " ('P1','F1','张伟','139001','03','0','zw@x.cn',100,'01','2026-11-01','男'),"
             " ('P2','F2','李娜','139002','03','0','ln@x.cn',100,'01','2026-11-01','女'),"
             " ('P3','F3','王芳','139003','03','0','wf@x.cn',100,'02','2026-11-01','女'),"
             " ('P4','F4','刘洋','139004','03','4','ly@x.cn',100,'02','2026-11-01','男');"
-            "insert into T_Pos_VipRecordCheck (FFlowId,FCardId,FCardFlowno,FVipName,mobile,FCardType,FCardStatus,FVipEmail,"
+            "insert into T_Pos_VipRecordCheck "
+            "(FFlowId,FCardId,FCardFlowno,FVipName,mobile,FCardType,FCardStatus,FVipEmail,"
             "FVipTax,FBranchno,FModifyDate,FVipSex) values"
             " (1,'P1','F1','张伟','139001','03','0','new@x.cn',100,'01','2026-11-23','男'),"
             " (2,'P2','F2','李娜娜','139002','03','0','ln@x.cn',120,'01','2026-11-23','女'),"
@@ -70,7 +71,8 @@ public:
             " (4,'P4','F4','刘洋','139004','03','4','ly@x.cn',100,'02','2026-11-22','男')");
         const std::string path = host.config().databasePath();
         platform::HostServices::instance().factory().registerClass(
-            "OrmexMCardManage.CheckMaintain", [this, path] { return std::make_shared<RecordingApproval>(path, log); });
+            "OrmexMCardManage.CheckMaintain",
+            [this, path] { return std::make_shared<RecordingApproval>(path, log); });
         screen.loadForm();
     }
     void query() { screen.findChild<QPushButton*>("cmdQuery")->click(); }
@@ -117,8 +119,9 @@ TEST(ApprovalScreen, ConditionsReachTheListAsBuilt)
     t.screen.statusList()->setCurrentIndex(-1);
     t.screen.conditionField(1)->setText("O'Neil");
     t.query();
-    EXPECT_EQ(t.log.conditions, (std::vector<std::string>{"", " and FModifyDate ='2026-11-23'", " and FCardStatus ='4'",
-                                                          " and FVipName ='O'Neil'"}));
+    EXPECT_EQ(t.log.conditions,
+              (std::vector<std::string>{"", " and FModifyDate ='2026-11-23'", " and FCardStatus ='4'",
+                                        " and FVipName ='O'Neil'"}));
     EXPECT_EQ(t.grid()->rowCount(), 0) << "a list that cannot be read empties the grid";
 }
 
@@ -167,7 +170,8 @@ TEST(ApprovalScreen, ApprovingTickedRows)
     EXPECT_EQ(t.log.packages[0].size(), 2u);
     EXPECT_EQ(t.log.packages[0][0].text("FFlowId"), "2") << "the hidden column travels";
     EXPECT_FALSE(t.log.packages[0][0].contains("chk"));
-    EXPECT_EQ(t.host.branch().scalar("select FVipName from T_Pos_VipRecord where FCardId='P2'").toString(), "李娜娜");
+    EXPECT_EQ(t.host.branch().scalar("select FVipName from T_Pos_VipRecord where FCardId='P2'").toString(),
+              "李娜娜");
     EXPECT_EQ(t.waiting(), (std::vector<std::string>{"P1", "P4"}));
 
     t.grid()->setChecked(1, 0, true); // the last row

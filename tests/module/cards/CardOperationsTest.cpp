@@ -12,9 +12,9 @@
 #include <algorithm>
 
 using namespace ormex;
-using test::CardScreen;
 using module::cards::dlgChangeCard;
 using module::cards::dlgPWD;
+using test::CardScreen;
 
 namespace {
 enum Button { Loss = 0, Restore = 1, Extend = 2, Change = 3, Void = 5, Password = 6 };
@@ -27,8 +27,8 @@ TEST(CardOperations, ReportLossRestoreAndVoid)
     t.host.messages().answer(true);
     t.screen.onStatusClicked(Loss);
     EXPECT_EQ(t.status("C100"), "2");
-    EXPECT_EQ(t.host.messages().texts(),
-              (std::vector<std::string>{"挂失后会员卡将暂停使用，是否继续？", "会员卡(13800000001)挂失操作成功！"}));
+    EXPECT_EQ(t.host.messages().texts(), (std::vector<std::string>{"挂失后会员卡将暂停使用，是否继续？",
+                                                                   "会员卡(13800000001)挂失操作成功！"}));
     EXPECT_EQ(t.host.messages().shown()[0].title, "信息提示");
     EXPECT_EQ(t.host.messages().shown()[0].icon, platform::MessageIcon::Question);
     EXPECT_EQ(t.item(6), "挂失") << "the screen shows the card again";
@@ -37,7 +37,8 @@ TEST(CardOperations, ReportLossRestoreAndVoid)
     t.host.messages().answer(true);
     t.screen.onStatusClicked(Restore);
     EXPECT_EQ(t.status("C100"), "0");
-    EXPECT_EQ(t.host.messages().texts(), (std::vector<std::string>{"确定恢复会员卡【C100】?", "会员卡(C100)恢复操作成功！"}));
+    EXPECT_EQ(t.host.messages().texts(),
+              (std::vector<std::string>{"确定恢复会员卡【C100】?", "会员卡(C100)恢复操作成功！"}));
 
     t.host.messages().clear();
     t.host.messages().answer(false);
@@ -47,7 +48,8 @@ TEST(CardOperations, ReportLossRestoreAndVoid)
     t.screen.onStatusClicked(Void);
     EXPECT_EQ(t.status("C100"), "3");
     EXPECT_EQ(t.host.messages().texts()[2], "会员卡(C100)作废操作成功！");
-    EXPECT_EQ(t.host.messages().last(), "会员卡【13800000001】已经作废！") << "the refresh no longer shows a voided card";
+    EXPECT_EQ(t.host.messages().last(), "会员卡【13800000001】已经作废！")
+        << "the refresh no longer shows a voided card";
     EXPECT_EQ(t.host.branch().scalar("select count(*) from t_NetTask").toInt(), 1) << "the task stays held";
     t.screen.close();
     EXPECT_EQ(t.host.branch().scalar("select count(*) from t_NetTask").toInt(), 0) << "closing releases it";
@@ -75,7 +77,8 @@ TEST(CardOperations, TheStateMachineRefusesAndSaysWhy)
         t.host.messages().clear();
         t.screen.onStatusClicked(c.button);
         EXPECT_EQ(t.status(c.card), before) << c.card;
-        const std::vector<std::string> expected = *c.message ? std::vector<std::string>{c.message} : std::vector<std::string>{};
+        const std::vector<std::string> expected =
+            *c.message ? std::vector<std::string>{c.message} : std::vector<std::string>{};
         EXPECT_EQ(t.host.messages().texts(), expected) << c.card << " " << c.button;
     }
     // An expired card may be reported lost by the operation, though its button is off.
@@ -103,22 +106,27 @@ TEST(CardOperations, ExtendAsksAgainUntilTheDaysAreRight)
     expected.push_back("会员卡(C102)延期操作成功！");
     EXPECT_EQ(t.host.messages().texts(), expected);
     EXPECT_EQ(t.host.messages().shown()[0].title, "会员卡延期");
-    EXPECT_EQ(t.host.branch().rows("select FVipEndDate,FCardStatus from T_Pos_VipRecord where FCardId='C102'"),
-              std::vector<std::string>{"2126-09-06|0"});
+    EXPECT_EQ(
+        t.host.branch().rows("select FVipEndDate,FCardStatus from T_Pos_VipRecord where FCardId='C102'"),
+        std::vector<std::string>{"2126-09-06|0"});
 
     // Seven days on an end date long past keep the card expired.
-    t.host.branch().exec("update T_Pos_VipRecord set FVipEndDate='2026-10-01', FCardStatus='1' where FCardId='C102'");
+    t.host.branch().exec(
+        "update T_Pos_VipRecord set FVipEndDate='2026-10-01', FCardStatus='1' where FCardId='C102'");
     t.search("C102");
     t.host.messages().type("007");
     t.screen.onStatusClicked(Extend);
-    EXPECT_EQ(t.host.branch().rows("select FVipEndDate,FCardStatus from T_Pos_VipRecord where FCardId='C102'"),
-              std::vector<std::string>{"2026-10-08|1"});
+    EXPECT_EQ(
+        t.host.branch().rows("select FVipEndDate,FCardStatus from T_Pos_VipRecord where FCardId='C102'"),
+        std::vector<std::string>{"2026-10-08|1"});
 
     // No end date: counted from today. Cancel ends the operation.
     t.search("C108");
     t.host.messages().type("30");
     t.screen.onStatusClicked(Extend);
-    EXPECT_EQ(t.host.branch().scalar("select FVipEndDate from T_Pos_VipRecord where FCardId='C108'").toString(), "2026-12-23");
+    EXPECT_EQ(
+        t.host.branch().scalar("select FVipEndDate from T_Pos_VipRecord where FCardId='C108'").toString(),
+        "2026-12-23");
     t.search("C108");
     t.host.messages().clear();
     t.screen.onStatusClicked(Extend); // the input box is cancelled
@@ -134,10 +142,8 @@ TEST(CardOperations, ChangeCardDialogChecksInOrder)
     dialog.setMCTypeID(platform::Value("03"));
     auto* number = dialog.numberField();
     const std::pair<std::string, const char*> cases[] = {
-        {"C100", "不允许对自己进行换卡操作！"},
-        {"ZZ9", "新卡号【ZZ9】不存在!"},
-        {"C108", "新卡号【C108】不是未使用的卡!"},
-        {"C106", "新卡号必须与原卡号为同一类别！"},
+        {"C100", "不允许对自己进行换卡操作！"},       {"ZZ9", "新卡号【ZZ9】不存在!"},
+        {"C108", "新卡号【C108】不是未使用的卡!"},    {"C106", "新卡号必须与原卡号为同一类别！"},
         {std::string(21, '8'), "卡号必须小于20位！"},
     };
     for (const auto& [typed, message] : cases) {
@@ -178,8 +184,9 @@ TEST(CardOperations, ChangeCardFromTheScreen)
     const auto texts = t.host.messages().texts();
     EXPECT_NE(std::find(texts.begin(), texts.end(), "会员卡：C100 已更换成：C105"), texts.end());
     EXPECT_EQ(texts.back(), "会员卡【C100】已经作废！") << "the refresh finds the old card voided";
-    EXPECT_EQ(t.host.branch().rows("select FCardId,FCardStatus,FVipName,FAccNum-FDecNum,dbo.f_decrypt(FResidualAmt) from "
-                                   "T_Pos_VipRecord where FCardId in ('C100','C105') order by FCardId"),
+    EXPECT_EQ(t.host.branch().rows(
+                  "select FCardId,FCardStatus,FVipName,FAccNum-FDecNum,dbo.f_decrypt(FResidualAmt) from "
+                  "T_Pos_VipRecord where FCardId in ('C100','C105') order by FCardId"),
               (std::vector<std::string>{"C100|3|张伟|0|0", "C105|0|张伟|200|88.5"}));
 }
 
@@ -227,7 +234,8 @@ TEST(CardOperations, SetPasswordFromTheScreen)
         d.onOk();
     });
     t.screen.onStatusClicked(Password);
-    EXPECT_EQ(t.host.branch().scalar("select password from T_Pos_VipRecord where FCardId='C100'").toString(), "654321");
+    EXPECT_EQ(t.host.branch().scalar("select password from T_Pos_VipRecord where FCardId='C100'").toString(),
+              "654321");
     EXPECT_EQ(t.host.messages().texts().back(), "会员卡(C100)修改密码成功！");
 
     // Cancelling the dialog changes nothing.
@@ -236,14 +244,16 @@ TEST(CardOperations, SetPasswordFromTheScreen)
     t.host.messages().clear();
     t.screen.onStatusClicked(Password);
     EXPECT_TRUE(t.host.messages().texts().empty());
-    EXPECT_EQ(t.host.branch().scalar("select password from T_Pos_VipRecord where FCardId='C100'").toString(), "654321");
+    EXPECT_EQ(t.host.branch().scalar("select password from T_Pos_VipRecord where FCardId='C100'").toString(),
+              "654321");
 }
 
 TEST(CardOperations, ASecondOperatorOnTheSameCardIsRefused)
 {
     CardScreen t;
-    t.host.branch().exec("insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat)"
-                         " values (2002,'hy0003','C100','POS-02','pos-02/1/1',1,'2026-11-23 10:00:00','2026-11-23 10:29:00')");
+    t.host.branch().exec(
+        "insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat)"
+        " values (2002,'hy0003','C100','POS-02','pos-02/1/1',1,'2026-11-23 10:00:00','2026-11-23 10:29:00')");
     t.search("C100");
     t.host.messages().answer(true);
     t.screen.onStatusClicked(Loss);
@@ -259,14 +269,17 @@ TEST(CardOperations, LinkedBranchReplaysAtHeadquarters)
     t.host.messages().answer(true);
     t.screen.onStatusClicked(Loss);
     EXPECT_EQ(t.status("C100"), "2");
-    EXPECT_EQ(t.host.hq().scalar("select FCardStatus from T_Pos_VipRecord where FCardId='C100'").toString(), "2");
+    EXPECT_EQ(t.host.hq().scalar("select FCardStatus from T_Pos_VipRecord where FCardId='C100'").toString(),
+              "2");
     EXPECT_EQ(t.host.hq().rows("select FFunctionID,FDescription,FMachineName from t_Log"),
               std::vector<std::string>{"MCM0001|分店[01]进行卡状态管理---修改密码|POS-01"});
 
     t.host.messages().type("30");
     t.screen.onStatusClicked(Extend);
-    EXPECT_EQ(t.host.hq().scalar("select FVipEndDate from T_Pos_VipRecord where FCardId='C100'").toString(), "2027-07-30");
-    EXPECT_EQ(t.host.hq().scalar("select FCardStatus from T_Pos_VipRecord where FCardId='C100'").toString(), "2")
+    EXPECT_EQ(t.host.hq().scalar("select FVipEndDate from T_Pos_VipRecord where FCardId='C100'").toString(),
+              "2027-07-30");
+    EXPECT_EQ(t.host.hq().scalar("select FCardStatus from T_Pos_VipRecord where FCardId='C100'").toString(),
+              "2")
         << "headquarters receives the end date only";
 }
 

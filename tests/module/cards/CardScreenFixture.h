@@ -41,19 +41,22 @@ inline void saveShot(QWidget& widget, const char* name)
 // of two types.
 inline void seedCards(TestDatabase& db)
 {
-    db.exec("insert into T_Pos_VipType values ('01','普通卡',0,1), ('03','金卡',1,1);"
-            "insert into T_Pos_VipRecord (FCardId,FCardFlowno,FVipName,mobile,FCardType,FCardStatus,FVipEndDate,FAccNum,"
-            "FDecNum,FResidualAmt,FSavingFlag,password,FUserName,FOperDate,FDeleted) values"
-            " ('C100','F100','张伟','13800000001','03','0','2027-06-30',300,100,'" + platform::encodeBalance("88.5") +
-            "',1,'123456','管理员','2025-01-01',0),"
-            " ('C101','F101','李娜','13800000002','01','0','2027-01-01',50,0,'0',0,'','管理员','2025-02-01',0),"
-            " ('C102','F102','王芳','13800000002','03','1','2026-10-01',10,0,'0',1,'','管理员','2024-01-01',0),"
-            " ('C103','F103','刘洋','13800000003','03','2','2026-12-31',0,0,'0',1,'','管理员','2024-01-01',0),"
-            " ('C104','F104','陈静','13800000004','03','3','2026-12-31',0,0,'0',1,'','管理员','2024-01-01',0),"
-            " ('C105','F105',NULL,NULL,'03','9','2028-01-01',0,0,'0',1,'',NULL,NULL,0),"
-            " ('C106','F106',NULL,NULL,'01','9','2028-01-01',0,0,'0',0,'',NULL,NULL,0),"
-            " ('C107','F107','赵强','13800000007','03','0','2027-01-01',0,0,'0',1,'','管理员','2024-01-01',1),"
-            " ('C108','F108','孙丽','13800000008','03','0','',0,0,'0',1,'','管理员','2024-01-01',0)");
+    db.exec(
+        "insert into T_Pos_VipType values ('01','普通卡',0,1), ('03','金卡',1,1);"
+        "insert into T_Pos_VipRecord "
+        "(FCardId,FCardFlowno,FVipName,mobile,FCardType,FCardStatus,FVipEndDate,FAccNum,"
+        "FDecNum,FResidualAmt,FSavingFlag,password,FUserName,FOperDate,FDeleted) values"
+        " ('C100','F100','张伟','13800000001','03','0','2027-06-30',300,100,'" +
+        platform::encodeBalance("88.5") +
+        "',1,'123456','管理员','2025-01-01',0),"
+        " ('C101','F101','李娜','13800000002','01','0','2027-01-01',50,0,'0',0,'','管理员','2025-02-01',0),"
+        " ('C102','F102','王芳','13800000002','03','1','2026-10-01',10,0,'0',1,'','管理员','2024-01-01',0),"
+        " ('C103','F103','刘洋','13800000003','03','2','2026-12-31',0,0,'0',1,'','管理员','2024-01-01',0),"
+        " ('C104','F104','陈静','13800000004','03','3','2026-12-31',0,0,'0',1,'','管理员','2024-01-01',0),"
+        " ('C105','F105',NULL,NULL,'03','9','2028-01-01',0,0,'0',1,'',NULL,NULL,0),"
+        " ('C106','F106',NULL,NULL,'01','9','2028-01-01',0,0,'0',0,'',NULL,NULL,0),"
+        " ('C107','F107','赵强','13800000007','03','0','2027-01-01',0,0,'0',1,'','管理员','2024-01-01',1),"
+        " ('C108','F108','孙丽','13800000008','03','0','',0,0,'0',1,'','管理员','2024-01-01',0)");
 }
 
 class CardScreen
@@ -75,7 +78,9 @@ public:
     std::string item(int i) const { return screen.itemField(i)->textStd(); }
     std::string status(const std::string& card)
     {
-        return host.branch().scalar("select FCardStatus from T_Pos_VipRecord where FCardId='" + card + "'").toString();
+        return host.branch()
+            .scalar("select FCardStatus from T_Pos_VipRecord where FCardId='" + card + "'")
+            .toString();
     }
     std::vector<bool> buttons() const
     {

@@ -38,7 +38,8 @@ TEST(CardSearch, ByNumberFaceNumberOrMobile)
     t.search("F107");
     EXPECT_EQ(t.item(0), "C107") << "the face number read finds deleted cards too";
     t.search("C101");
-    EXPECT_EQ(t.buttons(), (std::vector<bool>{true, false, true, true, true, false})) << "no password without stored value";
+    EXPECT_EQ(t.buttons(), (std::vector<bool>{true, false, true, true, true, false}))
+        << "no password without stored value";
     t.search("C103");
     EXPECT_EQ(t.buttons(), (std::vector<bool>{false, true, false, true, false, false}));
 }
@@ -74,8 +75,8 @@ TEST(CardSearch, TheFieldTakesDigitsAndLettersOnly)
     CardScreen t;
     QLineEdit* edit = t.screen.numberField()->edit();
     edit->setFocus();
-    for (const QString& chunk : {QStringLiteral("C1"), QStringLiteral("-"), QStringLiteral(" "), QStringLiteral("0"),
-                                 QStringLiteral("中"), QStringLiteral("0")})
+    for (const QString& chunk : {QStringLiteral("C1"), QStringLiteral("-"), QStringLiteral(" "),
+                                 QStringLiteral("0"), QStringLiteral("中"), QStringLiteral("0")})
         edit->insert(chunk);
     EXPECT_EQ(edit->text(), "C100");
     edit->insert(QStringLiteral("ab-c")); // pasted text the filter refuses
@@ -102,16 +103,17 @@ TEST(CardSheet, RowsAndPdf)
     if (const char* folder = std::getenv("ORMEX_SHOTS"))
         QFile::copy(pdf, QString::fromUtf8(folder) + "/card-sheet.pdf");
     const QString pdftotext = QStandardPaths::findExecutable(QStringLiteral("pdftotext"));
-    if (pdftotext.isEmpty())
-        GTEST_SKIP() << "pdftotext is not installed";
+    if (pdftotext.isEmpty()) GTEST_SKIP() << "pdftotext is not installed";
     QProcess process;
     process.start(pdftotext, {QStringLiteral("-layout"), pdf, QStringLiteral("-")});
     ASSERT_TRUE(process.waitForFinished(10000));
     const QString text = QString::fromUtf8(process.readAllStandardOutput());
     // Rows read left to right: caption, value, caption, value.
-    for (const char* row : {"姓\\s*名\\s+张伟", "卡\\s*状\\s*态\\s+正常", "有效期.\\s+2027-06-30\\s+发卡时间\\s+2025-01-01",
-                            "操\\s*作\\s*员\\s+管理员\\s+卡\\s*余\\s*额\\s+88.5元", "剩余积分\\s+200"})
-        EXPECT_TRUE(text.contains(QRegularExpression(QString::fromUtf8(row)))) << row << "\n" << text.toStdString();
+    for (const char* row :
+         {"姓\\s*名\\s+张伟", "卡\\s*状\\s*态\\s+正常", "有效期.\\s+2027-06-30\\s+发卡时间\\s+2025-01-01",
+          "操\\s*作\\s*员\\s+管理员\\s+卡\\s*余\\s*额\\s+88.5元", "剩余积分\\s+200"})
+        EXPECT_TRUE(text.contains(QRegularExpression(QString::fromUtf8(row)))) << row << "\n"
+                                                                               << text.toStdString();
 }
 
 namespace {
@@ -121,7 +123,8 @@ class ChoosingLookup : public platform::GLView, public platform::MCBaseDataApp
 {
 public:
     std::string asked;
-    platform::LookupResult itemLookup(int, const std::string&, const std::string&, const platform::FieldMap&) override
+    platform::LookupResult itemLookup(int, const std::string&, const std::string&,
+                                      const platform::FieldMap&) override
     {
         return {};
     }
@@ -140,8 +143,9 @@ TEST(CardSearch, F7ChoosesACardFromTheHostList)
 {
     CardScreen t;
     auto lookup = std::make_shared<ChoosingLookup>();
-    platform::HostServices::instance().factory().registerClass(
-        "OrmexMCBaseData.Application", [lookup] { return std::static_pointer_cast<platform::GLView>(lookup); });
+    platform::HostServices::instance().factory().registerClass("OrmexMCBaseData.Application", [lookup] {
+        return std::static_pointer_cast<platform::GLView>(lookup);
+    });
     t.screen.numberField()->setText("C10");
     QKeyEvent f7(QEvent::KeyPress, Qt::Key_F7, Qt::NoModifier);
     QApplication::sendEvent(t.screen.numberField()->edit(), &f7);

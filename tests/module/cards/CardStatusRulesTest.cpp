@@ -30,8 +30,8 @@ TEST(CardStatusRules, ExtendDays)
         const char* message;
     };
     const Case cases[] = {
-        {"0", {}, rangeText},     {"36500", {}, rangeText}, {"-5", {}, digitText},  {"12a", {}, digitText},
-        {"123456", {}, rangeText}, {"36499", 36499, ""},     {"007", 7, ""},         {" 30 ", 30, ""},
+        {"0", {}, rangeText},      {"36500", {}, rangeText}, {"-5", {}, digitText}, {"12a", {}, digitText},
+        {"123456", {}, rangeText}, {"36499", 36499, ""},     {"007", 7, ""},        {" 30 ", 30, ""},
     };
     for (const auto& c : cases) {
         const auto answer = checkExtendDays(c.answer);
@@ -59,10 +59,14 @@ TEST(CardSearchRules, ConditionsAndInformation)
     EXPECT_EQ(faceNumberSearchCondition("F01"), " FCardFlowno='F01' or mobile='F01'");
     EXPECT_EQ(filterCardNumberText("ab-12 3_中Z"), "ab123Z");
 
-    ormex::platform::FieldMap card{{"FCardId", "8001"},   {"FCardFlowno", "F8001"},
-                                   {"FVipName", "张伟"},  {"FCardStatus", "2"},
-                                   {"FVipEndDate", "2027-01-05 00:00:00"}, {"FAccNum", 120.5},
-                                   {"FDecNum", 20},       {"FResidualAmt", ormex::platform::encodeBalance("88.8")},
+    ormex::platform::FieldMap card{{"FCardId", "8001"},
+                                   {"FCardFlowno", "F8001"},
+                                   {"FVipName", "张伟"},
+                                   {"FCardStatus", "2"},
+                                   {"FVipEndDate", "2027-01-05 00:00:00"},
+                                   {"FAccNum", 120.5},
+                                   {"FDecNum", 20},
+                                   {"FResidualAmt", ormex::platform::encodeBalance("88.8")},
                                    {"FCardTypeName", "金卡"}};
     const auto texts = cardInformationTexts(card);
     EXPECT_EQ(texts[0], "8001");

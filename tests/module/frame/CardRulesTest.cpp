@@ -18,7 +18,8 @@ public:
     platform::LookupResult itemLookup(int classId, const std::string& text1, const std::string&,
                                       const platform::FieldMap& options) override
     {
-        calls.push_back("item " + std::to_string(classId) + " " + text1 + " search=" + options.text("Search"));
+        calls.push_back("item " + std::to_string(classId) + " " + text1 +
+                        " search=" + options.text("Search"));
         return {};
     }
     platform::LookupResult subMesLookup(int classId, const std::string& text1, const std::string&) override
@@ -40,16 +41,17 @@ public:
 TEST(CardRules, PointsToValueWalksTheTiersFromTheLargest)
 {
     test::TestHost host;
-    host.branch().exec("insert into T_Pos_VipPointToAmt (FTypeId,FAccNum,saving_amt,FZhRate) values"
-                       " ('R',100,0,5), ('F',100,8,0), ('T',1000,120,0), ('T',500,55,0), ('T',100,10,0), ('X',300,0,3.333)");
+    host.branch().exec(
+        "insert into T_Pos_VipPointToAmt (FTypeId,FAccNum,saving_amt,FZhRate) values"
+        " ('R',100,0,5), ('F',100,8,0), ('T',1000,120,0), ('T',500,55,0), ('T',100,10,0), ('X',300,0,3.333)");
     struct Case
     {
         const char* type;
         double points, used, stored;
     };
     for (const Case& c : {Case{"R", 250, 200, 10}, Case{"F", 250, 200, 16}, Case{"T", 1250, 1000, 120},
-                          Case{"T", 1600, 1600, 185}, Case{"T", 90, 0, 0}, Case{"R", 0, 0, 0}, Case{"", 500, 0, 0},
-                          Case{"X", 700, 600, 20}}) {
+                          Case{"T", 1600, 1600, 185}, Case{"T", 90, 0, 0}, Case{"R", 0, 0, 0},
+                          Case{"", 500, 0, 0}, Case{"X", 700, 600, 20}}) {
         const auto result = PointsToValue(c.type, c.points);
         EXPECT_DOUBLE_EQ(result.value("UsedPoint").toDouble(), c.used) << c.type << " " << c.points;
         EXPECT_DOUBLE_EQ(result.value("StoredAmt").toDouble(), c.stored) << c.type << " " << c.points;
@@ -93,7 +95,8 @@ TEST(CardRules, LookupsOpenTheHostWindowOfTheirClass)
     test::TestHost host;
     auto lookups = std::make_shared<RecordingLookups>();
     auto& factory = platform::HostServices::instance().factory();
-    factory.registerClass("OrmexEBCGLView.GLView", [lookups] { return std::static_pointer_cast<platform::GLView>(lookups); });
+    factory.registerClass("OrmexEBCGLView.GLView",
+                          [lookups] { return std::static_pointer_cast<platform::GLView>(lookups); });
     factory.registerClass("OrmexMCBaseData.Application",
                           [lookups] { return std::static_pointer_cast<platform::GLView>(lookups); });
     EXPECT_TRUE(ShowLookup(50, "", "(F)", "").returnOk);
@@ -104,7 +107,8 @@ TEST(CardRules, LookupsOpenTheHostWindowOfTheirClass)
     EXPECT_FALSE(ShowLookup(7, "x", "", "").returnOk);
     ShowCardLookup(50, " FSavingFlag=1 ", true, "");
     EXPECT_FALSE(ShowCardLookup(4, "", false, "").returnOk);
-    EXPECT_EQ(lookups->calls, (std::vector<std::string>{"cards 50 single mode 2 (F) ", "cards 50 single mode 3 (F) 88",
-                                                        "item 4 cond search=G1", "sub 34 c34", "item 4 Fdetail=0  search=",
-                                                        "cards 50 multi mode 3  FSavingFlag=1  "}));
+    EXPECT_EQ(lookups->calls,
+              (std::vector<std::string>{
+                  "cards 50 single mode 2 (F) ", "cards 50 single mode 3 (F) 88", "item 4 cond search=G1",
+                  "sub 34 c34", "item 4 Fdetail=0  search=", "cards 50 multi mode 3  FSavingFlag=1  "}));
 }

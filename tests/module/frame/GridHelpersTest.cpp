@@ -9,8 +9,9 @@ namespace {
 
 void approvalLayout(Grid& grid)
 {
-    SetupGridColumns(grid, "A,行号,会员卡号,姓名,会费,入会日期,折扣率,流水号", "chk,index,FCardId,FVipName,FVipTax,FOperDate,FRate,FFlowId",
-                     "3,5,10,10,10,10,10,10", "10,13,1,1,13,0,13,13", "0,0,0,0,0,0,0,1", "0,0,0,0,0,0,0,0");
+    SetupGridColumns(grid, "A,行号,会员卡号,姓名,会费,入会日期,折扣率,流水号",
+                     "chk,index,FCardId,FVipName,FVipTax,FOperDate,FRate,FFlowId", "3,5,10,10,10,10,10,10",
+                     "10,13,1,1,13,0,13,13", "0,0,0,0,0,0,0,1", "0,0,0,0,0,0,0,0");
 }
 
 } // namespace
@@ -34,8 +35,16 @@ TEST(GridHelpers, FillMarksEveryChangedValueRed)
     Grid grid;
     approvalLayout(grid);
     const platform::RecordList pending = {
-        {{"FCardId", "C1"}, {"FVipName", "张伟 "}, {"FVipTax", 100.0}, {"FOperDate", "2026-01-02 00:00:00"}, {"FFlowId", 11}},
-        {{"FCardId", "C2"}, {"FVipName", "李娜娜"}, {"FVipTax", 50}, {"FOperDate", "2026-03-04"}, {"FFlowId", 12}},
+        {{"FCardId", "C1"},
+         {"FVipName", "张伟 "},
+         {"FVipTax", 100.0},
+         {"FOperDate", "2026-01-02 00:00:00"},
+         {"FFlowId", 11}},
+        {{"FCardId", "C2"},
+         {"FVipName", "李娜娜"},
+         {"FVipTax", 50},
+         {"FOperDate", "2026-03-04"},
+         {"FFlowId", 12}},
     };
     const platform::RecordList current = {
         {{"FCardId", "C1"}, {"FVipName", "张伟"}, {"FVipTax", 100}, {"FOperDate", "2026-01-02 00:00:00"}},
@@ -51,14 +60,17 @@ TEST(GridHelpers, FillMarksEveryChangedValueRed)
     EXPECT_NE(grid.cellColor(0, grid.columnOf("FVipTax")), red);
     EXPECT_EQ(grid.cellColor(1, grid.columnOf("FVipName")), red);
     EXPECT_EQ(grid.cellColor(1, grid.columnOf("FVipTax")), red);
-    EXPECT_NE(grid.cellColor(1, grid.columnOf("FOperDate")), red) << "a field missing from the current record is not compared";
+    EXPECT_NE(grid.cellColor(1, grid.columnOf("FOperDate")), red)
+        << "a field missing from the current record is not compared";
 }
 
 TEST(GridHelpers, TickedRowsCarryEveryColumnButTheCheckBox)
 {
     Grid grid;
     approvalLayout(grid);
-    FillGrid(grid, {{{"FCardId", "C1"}, {"FFlowId", 11}}, {{"FCardId", "C2"}, {"FFlowId", 12}}, {{"FCardId", "C3"}}});
+    FillGrid(
+        grid,
+        {{{"FCardId", "C1"}, {"FFlowId", 11}}, {{"FCardId", "C2"}, {"FFlowId", 12}}, {{"FCardId", "C3"}}});
     grid.setChecked(1, 0, true);
     grid.setChecked(2, 0, true);
     const auto rows = TickedRows(grid);

@@ -57,8 +57,9 @@ TEST(TaskLockCalls, RegistrationAndConflict)
     EXPECT_EQ(host.branch().rows("select FTaskNo,FCode,FItem,FMachine from t_NetTask"),
               std::vector<std::string>{"2002|hy0001|C1|pos-01"});
     // Another operator, elsewhere, works on C2.
-    host.branch().exec("insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat)"
-                       " values (2002,'hy0005','C2','POS-02','pos-02/1/1',1,'2026-11-23 10:00:00','2026-11-23 10:29:00')");
+    host.branch().exec(
+        "insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat)"
+        " values (2002,'hy0005','C2','POS-02','pos-02/1/1',1,'2026-11-23 10:00:00','2026-11-23 10:29:00')");
     EXPECT_EQ(ExecFunc(2002, platform::Value("C2"), "hy0001"), 0);
     EXPECT_EQ(host.messages().last(), kTaskConflictMessage);
     EXPECT_EQ(host.messages().shown().back().kind, test::ScriptedMessageService::Kind::Error);
@@ -71,7 +72,8 @@ TEST(Gateway, ReadersAndPasswordCheck)
 {
     test::TestHost host;
     host.branch().exec("insert into T_Pos_VipRecord (FCardId, password) values ('C1','ab''c12')");
-    EXPECT_EQ(GetFieldValue("select FCardId from T_Pos_VipRecord where FCardId='none'", "FCardId").toString(), "");
+    EXPECT_EQ(GetFieldValue("select FCardId from T_Pos_VipRecord where FCardId='none'", "FCardId").toString(),
+              "");
     EXPECT_TRUE(CheckPassword(platform::Value("C1"), "ab'c12")) << "the quote reaches the host doubled";
     EXPECT_FALSE(CheckPassword(platform::Value("C1"), "abc12"));
     EXPECT_FALSE(CheckPassword(platform::Value(0), ""));

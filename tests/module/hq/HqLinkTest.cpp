@@ -20,7 +20,8 @@ TEST(HqLink, ConnectionTextFromTheSetting)
     test::TestHost host;
     FreshText fresh;
     host.setHeadquartersSetting("srv/db/usr/pwd/extra");
-    EXPECT_EQ(BuildHQConnectionText(), "Provider=SQLOLEDB.1;User ID=usr;Password=pwd;Data Source=srv;Initial Catalog=db");
+    EXPECT_EQ(BuildHQConnectionText(),
+              "Provider=SQLOLEDB.1;User ID=usr;Password=pwd;Data Source=srv;Initial Catalog=db");
     host.setHeadquartersSetting("srv/db/usr");
     EXPECT_EQ(BuildHQConnectionText(), "");
     EXPECT_FALSE(ConnHQ());
@@ -49,8 +50,8 @@ TEST(HqLink, OnlineCheckInAndOutsideALinkedBranch)
         EXPECT_FALSE(CheckHQOnline(4));
         EXPECT_FALSE(CheckHQOnline(7));
         EXPECT_FALSE(CheckHQOnline(2));
-        EXPECT_EQ(host.messages().texts(),
-                  (std::vector<std::string>{"卡状态操作要求与总部联网，请先联网！", "充值需与总部联网，请联网后再充值！"}));
+        EXPECT_EQ(host.messages().texts(), (std::vector<std::string>{"卡状态操作要求与总部联网，请先联网！",
+                                                                     "充值需与总部联网，请联网后再充值！"}));
         EXPECT_EQ(host.messages().shown()[0].icon, platform::MessageIcon::Information);
         EXPECT_FALSE(HQHasRowsIfLinked("select 1"));
         EXPECT_EQ(HQGetFieldValue("select 1 as a", "a").toString(), "");
@@ -61,10 +62,13 @@ TEST(HqLink, DirectOperationsOnHeadquarters)
 {
     test::TestHost host({.isBranch = true, .svCardShareType = true, .withHeadquarters = true});
     FreshText fresh;
-    host.hq().exec("insert into T_Pos_VipRecord (FCardId,FVipName,FAccNum,FDecNum) values ('C1',' 张伟 ',100,20)");
-    EXPECT_EQ(HQGetFieldValue("select FAccNum from T_Pos_VipRecord where FCardId='C1'", "FAccNum").toString(), "100");
+    host.hq().exec(
+        "insert into T_Pos_VipRecord (FCardId,FVipName,FAccNum,FDecNum) values ('C1',' 张伟 ',100,20)");
+    EXPECT_EQ(HQGetFieldValue("select FAccNum from T_Pos_VipRecord where FCardId='C1'", "FAccNum").toString(),
+              "100");
     EXPECT_TRUE(HQHasRows("select FCardId from T_Pos_VipRecord where FCardId='C1' And FAccNum-FDecNum>=80"));
-    EXPECT_FALSE(HQHasRowsIfLinked("select FCardId from T_Pos_VipRecord where FCardId='C1' And FAccNum-FDecNum>=81"));
+    EXPECT_FALSE(
+        HQHasRowsIfLinked("select FCardId from T_Pos_VipRecord where FCardId='C1' And FAccNum-FDecNum>=81"));
     EXPECT_EQ(HQQueryToList("select FVipName from T_Pos_VipRecord").at(0).text("FVipName"), "张伟");
     std::shared_ptr<platform::Connection> connection;
     EXPECT_EQ(HQOpenRecordset("select * from T_Pos_VipRecord", connection).recordCount(), 1u);
@@ -73,14 +77,18 @@ TEST(HqLink, DirectOperationsOnHeadquarters)
 
 TEST(OperationLog, LinkedBranchReplaysTheStatementsWithALogRow)
 {
-    test::TestHost host({.isBranch = true, .svCardShareType = true, .branchNum = "01", .withHeadquarters = true});
+    test::TestHost host(
+        {.isBranch = true, .svCardShareType = true, .branchNum = "01", .withHeadquarters = true});
     FreshText fresh;
     host.clock().set({{2026, 11, 23}, 14, 7, 59});
     host.hq().exec("insert into T_Pos_VipRecord (FCardId,FCardStatus) values ('C1','2')");
     LogOnHQ("UPDATE T_Pos_VipRecord SET FCardStatus='0' WHERE FCardId='C1'", 4);
     EXPECT_EQ(host.hq().scalar("select FCardStatus from T_Pos_VipRecord").toString(), "0");
-    EXPECT_EQ(host.hq().rows("select FDate,FUserID,FFunctionID,FStatement,FDescription,FMachineName,FIPAddress from t_Log"),
-              std::vector<std::string>{"2026-11-23 14:07:00|7|MCM0001|5|分店[01]进行卡状态管理---修改密码|POS-01|10.0.0.8"});
+    EXPECT_EQ(
+        host.hq().rows(
+            "select FDate,FUserID,FFunctionID,FStatement,FDescription,FMachineName,FIPAddress from t_Log"),
+        std::vector<std::string>{
+            "2026-11-23 14:07:00|7|MCM0001|5|分店[01]进行卡状态管理---修改密码|POS-01|10.0.0.8"});
 
     // Any other code sends the statements alone.
     EXPECT_EQ(LogRowStatement(7), "");
@@ -100,6 +108,7 @@ TEST(OperationLog, NothingReachesHeadquartersOutsideALinkedBranch)
     LogOnHQ("insert into t_Log (FUserID) values (1)", 4);
     EXPECT_EQ(host.hq().scalar("select count(*) from t_Log").toInt(), 0);
     WriteLocalLog("储值管理---", "会员卡充值");
-    EXPECT_EQ(host.branch().rows("select FFunctionID,FType,FDescription,FMachineName,FIPAddress from t_OperLog"),
-              std::vector<std::string>{"MCM0001|1|储值管理---会员卡充值|POS-01|10.0.0.8"});
+    EXPECT_EQ(
+        host.branch().rows("select FFunctionID,FType,FDescription,FMachineName,FIPAddress from t_OperLog"),
+        std::vector<std::string>{"MCM0001|1|储值管理---会员卡充值|POS-01|10.0.0.8"});
 }

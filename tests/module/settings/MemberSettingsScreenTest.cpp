@@ -4,8 +4,8 @@
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QKeyEvent>
 #include <QComboBox>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
@@ -49,7 +49,8 @@ public:
         std::string values;
         for (auto key : module::settings::kMemberSettingKeys) {
             std::string value = "0";
-            if (key == "MCType" || key == "InputPSWOverLim" || key == "SetVipGiftAtZb" || key == "SVCardShareType")
+            if (key == "MCType" || key == "InputPSWOverLim" || key == "SetVipGiftAtZb" ||
+                key == "SVCardShareType")
                 value = "1";
             else if (key == "CardNumProfix")
                 value = ";";
@@ -61,18 +62,22 @@ public:
                 value = "3000";
             else if (key == "LimitAmount")
                 value = "500";
-            values += std::string(values.empty() ? "" : ",") + "('VIP','" + std::string(key) + "','" + value + "')";
+            values +=
+                std::string(values.empty() ? "" : ",") + "('VIP','" + std::string(key) + "','" + value + "')";
         }
         host.branch().exec("insert into t_SystemProfile values " + values);
         const std::string path = host.config().databasePath();
         platform::HostServices::instance().factory().registerClass(
-            "OrmexMCardManage.ConfigMaintain", [this, path] { return std::make_shared<RecordingConfig>(path, batches); });
+            "OrmexMCardManage.ConfigMaintain",
+            [this, path] { return std::make_shared<RecordingConfig>(path, batches); });
         screen.loadForm();
     }
     template <class W> W* get(const char* name) { return screen.findChild<W*>(name); }
     std::string stored(const char* key)
     {
-        return host.branch().scalar(std::string("select FValue from t_SystemProfile where FKey='") + key + "'").toString();
+        return host.branch()
+            .scalar(std::string("select FValue from t_SystemProfile where FKey='") + key + "'")
+            .toString();
     }
 
     test::TestHost host;
@@ -133,7 +138,8 @@ TEST(MemberSettingsScreen, SavesEveryKeyWithReaderQuotesDoubled)
     t.get<QPushButton>("cmdSave")->click();
     ASSERT_EQ(t.batches.size(), 1u);
     const std::string& batch = t.batches[0];
-    EXPECT_NE(batch.find("UPDATE t_systemprofile SET FValue = 'A''B' WHERE (FCategory = 'VIP') AND (FKey = 'CardNumProfix')\r\n"),
+    EXPECT_NE(batch.find("UPDATE t_systemprofile SET FValue = 'A''B' WHERE (FCategory = 'VIP') AND (FKey = "
+                         "'CardNumProfix')\r\n"),
               std::string::npos);
     EXPECT_EQ(batch.substr(0, batch.find("\r\n")),
               "UPDATE t_systemprofile SET FValue = '1' WHERE (FCategory = 'VIP') AND (FKey = 'MCType')");
@@ -147,7 +153,8 @@ TEST(MemberSettingsScreen, SavesEveryKeyWithReaderQuotesDoubled)
 TEST(MemberSettingsScreen, LinkedBranchWritesItsLockedFieldsBackUnchanged)
 {
     SettingsScreen t({.isBranch = true, .svCardShareType = true});
-    for (const char* name : {"cmbMCType", "txtCardNumProfix", "fltMaxFillAmount", "chkAllowFillPlusAmt", "fltLimitAmount"})
+    for (const char* name :
+         {"cmbMCType", "txtCardNumProfix", "fltMaxFillAmount", "chkAllowFillPlusAmt", "fltLimitAmount"})
         EXPECT_FALSE(t.screen.findChild<QWidget*>(name)->isEnabled()) << name;
     EXPECT_TRUE(t.get<QCheckBox>("chkPrintMemName")->isEnabled());
     t.get<QCheckBox>("chkPrintMemName")->click();
@@ -222,7 +229,8 @@ TEST(MemberSettingsScreen, KeysMoveOnAndCloseAsksToo)
     t.get<QLineEdit>("fltDailyAmtLimit")->setText("9000");
     t.host.messages().answer(true);
     t.screen.close(); // closing the window asks too, and closes even when the save is refused
-    EXPECT_EQ(t.host.messages().texts(),
-              (std::vector<std::string>{"数据已经修改，是否保存？", "储值卡每月消费限额需大于每日消费限额！"}));
+    EXPECT_EQ(
+        t.host.messages().texts(),
+        (std::vector<std::string>{"数据已经修改，是否保存？", "储值卡每月消费限额需大于每日消费限额！"}));
     EXPECT_FALSE(t.screen.isVisible());
 }
