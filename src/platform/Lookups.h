@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "BusinessObjects.h"
@@ -37,7 +38,10 @@ public:
                                         const std::string& searchText) = 0;
 };
 
-// "OrmexGLNameListLib2.GLNameList"
+// "OrmexGLNameListLib2.GLNameList": classes 50 member cards, 51 card types, 34 payment methods,
+// 4 goods and 5 warehouses. It drops down the entries matching what the field holds; F8 in the
+// field opens it (with every entry of a small class when the field is empty). Choosing writes
+// the entry's key (card number, type id, number) into the field.
 class GLNameList : public BusinessObject
 {
 public:
@@ -51,6 +55,8 @@ public:
     virtual void showNameListWindow() = 0;
     virtual bool returnOk() const = 0;
     virtual FieldMap returnObject() const = 0;
+    // Called after the operator chose an entry (its key is in the field by then).
+    virtual void setChosenHandler(std::function<void()> handler) = 0;
 };
 
 } // namespace ormex::platform

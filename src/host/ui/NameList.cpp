@@ -4,7 +4,10 @@
 #include <QLineEdit>
 #include <QListWidget>
 
+#include <vector>
+
 #include "db/Database.h"
+#include "host/core/CardMaintain.h"
 #include "host/core/MemberLists.h"
 #include "host/core/SqlText.h"
 #include "platform/Text.h"
@@ -43,32 +46,84 @@ void NameList::detach()
     m_popup->hide();
 }
 
-void NameList::showNameListWindow()
+namespace {
+
+// What a class lists: its rows, the fields the typed text is matched against, the key written
+// into the field and the fields shown. Member cards are too many to list whole.
+struct NameListClass
+{
+    int id;
+    int table; // GetTableInfo number, or 0 for the member-card list
+    std::vector<const char*> searched;
+    const char* key;
+    std::vector<const char*> shown;
+    bool listWhole;
+};
+
+const NameListClass kClasses[] = {
+    {50,
+     0,
+     {"FCardId", "FCardFlowno", "mobile", "FVipName"},
+     "FCardId",
+     {"FCardId", "FVipName", "mobile"},
+     false},
+    {51, platform::table::CardTypes, {"FTypeId", "type_name"}, "FTypeId", {"FTypeId", "type_name"}, true},
+    {34, platform::table::PaymentMethods, {"FNumber", "FName"}, "FNumber", {"FNumber", "FName"}, true},
+    {4,
+     platform::table::Goods,
+     {"FNumber", "FName", "FBarCode"},
+     "FNumber",
+     {"FNumber", "FName", "FUnit"},
+     true},
+    {5, platform::table::Warehouses, {"FNumber", "FName"}, "FNumber", {"FNumber", "FName"}, true},
+};
+
+const NameListClass* findClass(int id)
+{
+    for (const auto& c : kClasses)
+        if (c.id == id) return &c;
+    return nullptr;
+}
+
+} // namespace
+
+void NameList::show(bool everything)
 {
     m_ok = false;
-    if (!m_field) return;
+    const NameListClass* list = findClass(m_classId);
+    if (!m_field || !list) return;
     const std::string text = platform::trim(m_field->text().toStdString());
-    if (text.empty()) {
+    if (text.empty() && !(everything && list->listWhole)) {
         m_popup->hide();
         return;
     }
-    const std::string starts = quoted(text + "%");
-    std::string condition = "(FCardId like " + starts + " or FCardFlowno like " + starts +
-                            " or mobile like " + starts + " or FVipName like " + starts + ")";
-    if (!platform::trim(m_filter).empty()) condition = "(" + m_filter + ") and " + condition;
+    std::string condition;
+    if (!text.empty()) {
+        const std::string starts = quoted(text + "%");
+        for (const char* field : list->searched)
+            condition += std::string(condition.empty() ? "(" : " or ") + field + " like " + starts;
+        condition += ")";
+    }
+    if (list->table == platform::table::PaymentMethods)
+        condition = condition.empty() ? "FDeleted=0" : "FDeleted=0 and " + condition;
+    if (!platform::trim(m_filter).empty())
+        condition = condition.empty() ? "(" + m_filter + ")" : "(" + m_filter + ") and " + condition;
     try {
-        m_records = db::Database::open(m_path)
-                        ->query(memberListSql(50, condition) + " order by FCardId")
-                        .toRecordList();
+        const std::string sql =
+            list->table ? tableInfoSql(list->table, condition) : memberListSql(50, condition);
+        m_records = db::Database::open(m_path)->query(sql + " order by " + list->key).toRecordList();
     } catch (const std::exception&) {
         m_records.clear();
     }
     if (m_records.size() > static_cast<std::size_t>(m_rows))
         m_records.resize(static_cast<std::size_t>(m_rows));
     m_popup->clear();
-    for (const auto& record : m_records)
-        m_popup->addItem(QString::fromStdString(record.text("FCardId") + "  " + record.text("FVipName") +
-                                                "  " + record.text("mobile")));
+    for (const auto& record : m_records) {
+        std::string line;
+        for (const char* field : list->shown)
+            line += (line.empty() ? "" : "  ") + record.text(field);
+        m_popup->addItem(QString::fromStdString(line));
+    }
     if (m_records.empty()) {
         m_popup->hide();
         return;
@@ -77,6 +132,7 @@ void NameList::showNameListWindow()
     m_popup->setGeometry(below.x(), below.y(), std::max(m_field->width(), 320),
                          std::min(static_cast<int>(m_records.size()), 8) * 22 + 6);
     m_popup->show();
+    if (everything) m_popup->setCurrentRow(0);
 }
 
 void NameList::choose(int row)
@@ -85,11 +141,18 @@ void NameList::choose(int row)
     m_chosen = m_records[static_cast<std::size_t>(row)];
     m_ok = true;
     m_popup->hide();
-    if (m_field) m_field->setText(QString::fromStdString(m_chosen.text("FCardId")));
+    const NameListClass* list = findClass(m_classId);
+    if (m_field && list) m_field->setText(QString::fromStdString(m_chosen.text(list->key)));
+    if (m_onChosen) m_onChosen();
 }
 
 bool NameList::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == m_field && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_F8) {
+        show(true);
+        return true;
+    }
     if (watched == m_field && m_popup->isVisible()) {
         if (event->type() == QEvent::FocusOut) {
             m_popup->hide();

@@ -36,21 +36,6 @@ std::vector<std::string> cardInformationTexts(const platform::FieldMap& card)
     return texts;
 }
 
-bool isCardNumberKey(char32_t ch)
-{
-    return (ch >= U'0' && ch <= U'9') || (ch >= U'a' && ch <= U'z') || (ch >= U'A' && ch <= U'Z') ||
-           ch == U'\b';
-}
-
-std::string filterCardNumberText(std::string_view text)
-{
-    std::string out;
-    for (char c : text)
-        if (static_cast<unsigned char>(c) < 0x80 && isCardNumberKey(static_cast<char32_t>(c)) && c != '\b')
-            out += c;
-    return out;
-}
-
 std::string cardSheetRow(const std::vector<SheetCell>& cells)
 {
     std::string row;

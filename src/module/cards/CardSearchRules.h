@@ -21,11 +21,6 @@ inline constexpr const char* kSearchLookupFilter = "(FCardStatus<>'9' and FCardS
 // The texts of itItem(0..10) for a card record (itItem(1), the issue amount, stays empty).
 std::vector<std::string> cardInformationTexts(const platform::FieldMap& card);
 
-// A typed character the search field accepts: a digit, an ASCII letter or Backspace.
-bool isCardNumberKey(char32_t ch);
-// The text with every character the key filter would refuse removed (for pasted text).
-std::string filterCardNumberText(std::string_view text);
-
 struct SheetCell
 {
     std::string caption;

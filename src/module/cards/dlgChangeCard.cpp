@@ -8,24 +8,12 @@
 
 #include "CardSearchRules.h"
 #include "module/frame/CardRules.h"
+#include "module/frame/Gateway.h"
+#include "module/frame/ScreenKeys.h"
 #include "module/widgets/InputField.h"
-#include "platform/HostServices.h"
 #include "platform/Text.h"
 
 namespace ormex::module::cards {
-
-namespace {
-platform::MessageService& messages()
-{
-    return platform::HostServices::instance().messages();
-}
-
-std::shared_ptr<platform::MCMaintain> cardMaintain()
-{
-    return platform::HostServices::instance().factory().createAs<platform::MCMaintain>(
-        "OrmexMCardManage.MCMaintain");
-}
-} // namespace
 
 dlgChangeCard::dlgChangeCard(QWidget* parent) : QDialog(parent)
 {
@@ -33,7 +21,7 @@ dlgChangeCard::dlgChangeCard(QWidget* parent) : QDialog(parent)
     setWindowTitle(QStringLiteral("换卡"));
     auto* layout = new QVBoxLayout(this);
     m_number = new widgets::InputField("InputTool_0", QStringLiteral("新 卡 号"), this);
-    m_number->setKeyFilter(&isCardNumberKey);
+    frame::UseCardNumberKeys(*m_number);
     m_type = new widgets::InputField("InputTool_1", QStringLiteral("新卡类别"), this);
     m_type->edit()->setReadOnly(true);
     layout->addWidget(m_number);
@@ -55,6 +43,7 @@ dlgChangeCard::dlgChangeCard(QWidget* parent) : QDialog(parent)
     layout->addLayout(buttons);
 
     connect(m_number->edit(), &QLineEdit::textChanged, this, &dlgChangeCard::onNumberEdited);
+    connect(m_number->edit(), &QLineEdit::editingFinished, this, &dlgChangeCard::onNumberLeft);
     connect(m_number, &widgets::InputField::returnPressed, this, &dlgChangeCard::onOk);
     connect(m_type, &widgets::InputField::returnPressed, this, &dlgChangeCard::onOk);
     connect(m_cmdOk, &QPushButton::clicked, this, &dlgChangeCard::onOk);
@@ -63,29 +52,31 @@ dlgChangeCard::dlgChangeCard(QWidget* parent) : QDialog(parent)
 
 std::string dlgChangeCard::cardTypeName(const std::string& number) const
 {
+    // The type shown is a help while typing; a lookup that fails leaves it empty and the OK
+    // action's checks report what is wrong with the card.
     try {
-        return cardMaintain()->getCardTypeName(number);
-    } catch (const std::exception& error) {
-        messages().error(error.what());
+        return frame::CardObject()->getCardTypeName(number);
+    } catch (const std::exception&) {
         return {};
     }
 }
 
 void dlgChangeCard::onNumberEdited()
 {
+    // The type of a number being typed is not known yet: it is looked up when the field is left.
+    m_type->clear();
+    m_cmdOk->setEnabled(!m_number->text().isEmpty());
+}
+
+void dlgChangeCard::onNumberLeft()
+{
     const std::string number = m_number->textStd();
-    if (number.empty()) {
-        m_type->clear();
-        m_cmdOk->setEnabled(false);
-        return;
-    }
-    m_cmdOk->setEnabled(true);
-    m_type->setText(QString::fromStdString(cardTypeName(number)));
+    if (!number.empty()) m_type->setText(QString::fromStdString(cardTypeName(number)));
 }
 
 void dlgChangeCard::refuse(const std::string& message)
 {
-    messages().message(message);
+    frame::Messages().message(message);
     m_number->setFocus();
 }
 
@@ -100,7 +91,7 @@ void dlgChangeCard::onOk()
         }
         if (m_type->text().isEmpty()) m_type->setText(QString::fromStdString(cardTypeName(number)));
         try {
-            auto maintain = cardMaintain();
+            auto maintain = frame::CardObject();
             if (!maintain->checkCardExist(number)) {
                 refuse("新卡号【" + number + "】不存在!");
                 return;
@@ -115,13 +106,13 @@ void dlgChangeCard::onOk()
                 return;
             }
         } catch (const std::exception& error) {
-            messages().error(error.what());
+            frame::Messages().error(error.what());
             m_number->setFocus();
             return;
         }
     }
-    if (!messages().question("确定将会员卡【" + m_mcNum + "】 更换成【" + number + "】?", "信息提示",
-                             platform::MessageIcon::Information))
+    if (!frame::Messages().question("确定将会员卡【" + m_mcNum + "】 更换成【" + number + "】?", "信息提示",
+                                    platform::MessageIcon::Information))
         return;
     if (!number.empty()) m_mcNum = number;
     if (!m_type->text().isEmpty()) m_mcTypeName = m_type->textStd();

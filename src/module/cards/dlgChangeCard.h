@@ -35,7 +35,10 @@ public:
     widgets::InputField* typeField() const { return m_type; }
     QPushButton* okButton() const { return m_cmdOk; }
 
+    // Each edit of the new number: OK is enabled while a number is typed.
     void onNumberEdited();
+    // The new number field is left: shows the new card's type.
+    void onNumberLeft();
     void onOk();
 
 private:

@@ -8,7 +8,6 @@
 #include <QPushButton>
 
 #include "module/frame/Gateway.h"
-#include "platform/HostServices.h"
 #include "platform/Text.h"
 
 namespace ormex::module::cards {
@@ -54,7 +53,7 @@ void dlgPWD::run()
 
 void dlgPWD::onOk()
 {
-    auto& messages = platform::HostServices::instance().messages();
+    auto& messages = frame::Messages();
     const std::string current = platform::trim(m_txtPWD[0]->text().toStdString());
     if (!frame::CheckPassword(m_itemId, current)) {
         m_txtPWD[0]->setFocus();

@@ -1,6 +1,5 @@
 #include "frmMemCardManage.h"
 
-#include <QCloseEvent>
 #include <QFont>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -14,9 +13,9 @@
 #include "CardSearchRules.h"
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
+#include "module/frame/ScreenKeys.h"
 #include "module/frame/Session.h"
 #include "module/widgets/InputField.h"
-#include "platform/HostServices.h"
 #include "platform/Text.h"
 
 namespace ormex::module::cards {
@@ -27,11 +26,6 @@ const char* const kItemCaptions[11] = {"卡    号", "发卡金额：", "卡面�
                                        "剩余积分", "姓    名",   "卡 状 态", "有效期至",
                                        "发卡时间", "卡 余 额",   "卡 类 别"};
 const char* const kStatusCaptions[7] = {"挂失", "恢复", "延期", "换卡", nullptr, "作废", "设置密码"};
-
-platform::MessageService& messages()
-{
-    return platform::HostServices::instance().messages();
-}
 
 } // namespace
 
@@ -52,7 +46,7 @@ void frmMemCardManage::buildUi()
     m_itNumber->setLookupButton(true);
     m_itNumber->setToolTip(QStringLiteral("可输入手机号码查询"));
     m_itNumber->edit()->setToolTip(QStringLiteral("可输入手机号码查询"));
-    m_itNumber->setKeyFilter(&isCardNumberKey);
+    frame::UseCardNumberKeys(*m_itNumber);
     m_cmdSearch = new QPushButton(QStringLiteral("查询(&O)"), this);
     m_cmdSearch->setObjectName("cmdSearch");
     searchRow->addWidget(m_itNumber, 1);
@@ -129,7 +123,7 @@ void frmMemCardManage::onSearchClicked()
 {
     const std::string text = platform::trimRight(m_itNumber->textStd());
     if (text.empty()) {
-        messages().message("请输入会员卡号!");
+        frame::Messages().message("请输入会员卡号!");
         clearCardInformation();
         m_itNumber->setFocus();
         return;
@@ -163,7 +157,7 @@ void frmMemCardManage::cardSearch()
                     refusal = "会员卡【" + field + "】已经作废！";
             }
             if (!refusal.empty()) {
-                messages().message(refusal);
+                frame::Messages().message(refusal);
                 clearCardInformation();
                 m_itNumber->clear();
                 m_itNumber->setFocus();
@@ -220,7 +214,7 @@ void frmMemCardManage::onLookup()
     try {
         result = frame::ShowLookup(50, text, kSearchLookupFilter, text);
     } catch (const std::exception& error) {
-        messages().error(error.what());
+        frame::Messages().error(error.what());
         return;
     }
     if (!result.returnOk || result.returnObject.empty()) return;
@@ -230,21 +224,7 @@ void frmMemCardManage::onLookup()
 
 void frmMemCardManage::attachNameList()
 {
-    try {
-        if (!m_nameList)
-            m_nameList = platform::HostServices::instance().factory().createAs<platform::GLNameList>(
-                "OrmexGLNameListLib2.GLNameList");
-        else
-            m_nameList->detach();
-        m_nameList->setLookUpClassId(50);
-        m_nameList->setFilter(kSearchLookupFilter);
-        m_nameList->setNoKeyDownKeyUp(false);
-        m_nameList->setHotTrace(false);
-        m_nameList->attach(m_itNumber->edit(), 18);
-        m_nameList->showNameListWindow();
-    } catch (const std::exception&) {
-        // The name list is a convenience: without it the operator types the whole number.
-    }
+    m_nameList.attachToField(m_itNumber->edit(), 50, kSearchLookupFilter, true);
 }
 
 std::string frmMemCardManage::sheetRowText(int row) const
@@ -301,21 +281,10 @@ void frmMemCardManage::onPrint()
     if (dialog.exec() == QDialog::Accepted) printSheet(printer);
 }
 
-void frmMemCardManage::releaseTask()
+void frmMemCardManage::unloadForm()
 {
-    if (m_task > 0) frame::CommitTask(m_task);
-}
-
-void frmMemCardManage::closeEvent(QCloseEvent* event)
-{
-    releaseTask();
-    if (m_nameList) {
-        try {
-            m_nameList->detach();
-        } catch (const std::exception&) {
-        }
-    }
-    frame::ModuleForm::closeEvent(event);
+    m_task.release();
+    m_nameList.detach();
 }
 
 } // namespace ormex::module::cards

@@ -8,6 +8,8 @@
 #include <string>
 
 #include "CardStatusRules.h"
+#include "module/frame/NameListLookup.h"
+#include "module/frame/TaskHandle.h"
 #include "platform/FieldMap.h"
 #include "platform/Lookups.h"
 
@@ -47,7 +49,7 @@ public:
 
     const std::string& searchKey() const { return m_searchKey; }
     bool cardShown() const { return m_card.has_value() && !m_card->empty(); }
-    long taskHandle() const { return m_task; }
+    long taskHandle() const { return m_task.value(); }
 
     // The text the card sheet shows in a row (1 to 6); "" for the rows the screen does not fill.
     std::string sheetRowText(int row) const;
@@ -59,7 +61,7 @@ public:
     QPushButton* statusButton(int index) const { return m_cmdStatus[static_cast<std::size_t>(index)]; }
 
 protected:
-    void closeEvent(QCloseEvent* event) override;
+    void unloadForm() override;
 
 private:
     void buildUi();
@@ -69,7 +71,6 @@ private:
     void refreshCardTypeFlag();
     void attachNameList();
     void onPrint();
-    void releaseTask();
 
     // The operations; each returns after its own messages.
     void reportLoss(int status);
@@ -91,11 +92,11 @@ private:
     std::optional<platform::FieldMap> m_card;
     std::string m_searchKey;
     platform::Value m_cardType;
-    long m_task = 0;
+    frame::TaskHandle m_task;
     int m_operationCode = 0;
     long m_editMode = 0;
     long m_itemId = 0;
-    std::shared_ptr<platform::GLNameList> m_nameList;
+    frame::NameListLookup m_nameList;
 };
 
 } // namespace ormex::module::cards

@@ -12,20 +12,13 @@
 #include "module/hq/OperationLog.h"
 #include "module/widgets/InputField.h"
 #include "platform/Clock.h"
-#include "platform/HostServices.h"
 #include "platform/Text.h"
 
 namespace ormex::module::cards {
 
 namespace {
 
-platform::MessageService& messages()
-{
-    return platform::HostServices::instance().messages();
-}
-
 constexpr long kCardTask = 2002;
-constexpr int kCardStatusOnline = 4;
 
 } // namespace
 
@@ -34,12 +27,10 @@ void frmMemCardManage::onStatusClicked(int index)
     const auto operation = static_cast<CardOperation>(index);
     const OperationInfo info = operationInfo(operation);
     try {
-        if (m_task > 0) frame::CommitTask(m_task);
-        m_task = frame::ExecFunc(kCardTask, platform::Value(m_searchKey), info.rightsCode);
-        if (m_task <= 0) return;
+        if (m_task.renew(kCardTask, platform::Value(m_searchKey), info.rightsCode) <= 0) return;
         m_operationCode = info.operationCode;
 
-        if (cardShown() && hq::CheckHQOnline(kCardStatusOnline)) {
+        if (cardShown() && hq::CheckHQOnline(hq::HQOperation::CardStatus)) {
             const int status = static_cast<int>(m_card->value("FCardStatus").toInt());
             switch (operation) {
             case CardOperation::ReportLoss:
@@ -65,8 +56,8 @@ void frmMemCardManage::onStatusClicked(int index)
         cardSearch();
         m_itNumber->setFocus();
     } catch (const std::exception& error) {
-        frame::CommitTask(m_task);
-        messages().error(error.what());
+        m_task.release();
+        frame::Messages().error(error.what());
     }
 }
 
@@ -74,8 +65,7 @@ bool frmMemCardManage::saveChange(platform::FieldMap& change)
 {
     bool saved = false;
     if (!m_itNumber->text().isEmpty()) {
-        auto maintain = platform::HostServices::instance().factory().createAs<platform::MCMaintain>(
-            "OrmexMCardManage.MCMaintain");
+        auto maintain = frame::CardObject();
         int operationCode = m_operationCode;
         saved = maintain->updateMCInfo(change, 4, operationCode);
     }
@@ -86,52 +76,52 @@ bool frmMemCardManage::saveChange(platform::FieldMap& change)
 
 void frmMemCardManage::forward(const std::string& statement)
 {
-    hq::LogOnHQ(statement, kCardStatusOnline);
+    hq::LogOnHQ(statement, hq::HQOperation::CardStatus);
 }
 
 void frmMemCardManage::reportLoss(int status)
 {
     if (status != 0 && status != 1) {
-        messages().message("操作失败，会员卡只能在正常或失效状态下挂失！");
+        frame::Messages().message("操作失败，会员卡只能在正常或失效状态下挂失！");
         return;
     }
-    if (!messages().question("挂失后会员卡将暂停使用，是否继续？", "信息提示",
-                             platform::MessageIcon::Question))
+    if (!frame::Messages().question("挂失后会员卡将暂停使用，是否继续？", "信息提示",
+                                    platform::MessageIcon::Question))
         return;
     platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 2}};
     if (!saveChange(change)) return;
     forward(statusUpdateStatement('2', m_searchKey));
-    messages().message("会员卡(" + platform::trimRight(m_itNumber->textStd()) + ")" +
-                       frame::GetStatusName(2) + "操作成功！");
+    frame::Messages().message("会员卡(" + platform::trimRight(m_itNumber->textStd()) + ")" +
+                              frame::GetStatusName(2) + "操作成功！");
 }
 
 void frmMemCardManage::restore(int status)
 {
     if (status != 1 && status != 2 && status != 3) {
-        messages().message("操作失败，会员卡在该状态下不能恢复！");
+        frame::Messages().message("操作失败，会员卡在该状态下不能恢复！");
         return;
     }
-    if (!messages().question("确定恢复会员卡【" + m_searchKey + "】?", "信息提示",
-                             platform::MessageIcon::Information))
+    if (!frame::Messages().question("确定恢复会员卡【" + m_searchKey + "】?", "信息提示",
+                                    platform::MessageIcon::Information))
         return;
     platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 0}};
     if (!saveChange(change)) return;
     forward(statusUpdateStatement('0', m_searchKey));
-    messages().message("会员卡(" + m_searchKey + ")恢复操作成功！");
+    frame::Messages().message("会员卡(" + m_searchKey + ")恢复操作成功！");
 }
 
 void frmMemCardManage::extend()
 {
     long days = 0;
     for (;;) {
-        const auto answer = messages().input("请输入延期天数", "会员卡延期");
+        const auto answer = frame::Messages().input("请输入延期天数", "会员卡延期");
         const ExtendDaysAnswer checked = checkExtendDays(answer.value_or(""));
         if (checked.cancelled) return;
         if (checked.days) {
             days = *checked.days;
             break;
         }
-        messages().message(checked.message);
+        frame::Messages().message(checked.message);
     }
     const platform::Date today = platform::today();
     const platform::Date newEnd = extendedEndDate(m_card->text("FVipEndDate"), days, today);
@@ -139,7 +129,7 @@ void frmMemCardManage::extend()
     if (newEnd >= today) change.set("FCardStatus", 0);
     if (!saveChange(change)) return;
     forward(endDateUpdateStatement(newEnd, m_searchKey));
-    messages().message("会员卡(" + m_searchKey + ")延期操作成功！");
+    frame::Messages().message("会员卡(" + m_searchKey + ")延期操作成功！");
 }
 
 void frmMemCardManage::changeCard(int status)
@@ -154,31 +144,30 @@ void frmMemCardManage::changeCard(int status)
     platform::Value newType = dialog.MCTypeID();
     const std::string newTypeName = dialog.MCTypeName();
     if (newType.toString() == m_cardType.toString() && newNumber == m_searchKey) return;
-    auto maintain = platform::HostServices::instance().factory().createAs<platform::MCMaintain>(
-        "OrmexMCardManage.MCMaintain");
+    auto maintain = frame::CardObject();
     platform::Value oldKey(m_searchKey), oldKey2(m_searchKey);
     const long changed = maintain->changeMemberCard(oldKey, oldKey2, newNumber, newType);
     m_card.reset();
     if (changed <= 0) return;
     if (newNumber != m_searchKey)
-        messages().message("会员卡：" + m_searchKey + " 已更换成：" + newNumber);
+        frame::Messages().message("会员卡：" + m_searchKey + " 已更换成：" + newNumber);
     else
-        messages().message("会员卡:" + m_searchKey + "卡类别已更换成：" + newTypeName);
+        frame::Messages().message("会员卡:" + m_searchKey + "卡类别已更换成：" + newTypeName);
 }
 
 void frmMemCardManage::voidCard(int status)
 {
     if (status != 0) {
-        messages().message("操作失败，会员卡只能在正常状态下作废！");
+        frame::Messages().message("操作失败，会员卡只能在正常状态下作废！");
         return;
     }
-    if (!messages().question("会员卡作废后，将不能再进行任何操作，确定要作废吗？", "信息提示",
-                             platform::MessageIcon::Information))
+    if (!frame::Messages().question("会员卡作废后，将不能再进行任何操作，确定要作废吗？", "信息提示",
+                                    platform::MessageIcon::Information))
         return;
     platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 3}};
     if (!saveChange(change)) return;
     forward(statusUpdateStatement('3', m_searchKey));
-    messages().message("会员卡(" + m_searchKey + ")作废操作成功！");
+    frame::Messages().message("会员卡(" + m_searchKey + ")作废操作成功！");
 }
 
 void frmMemCardManage::setPassword()
@@ -191,12 +180,12 @@ void frmMemCardManage::setPassword()
     dialog.reset(); // the dialog is unloaded whatever follows
     if (cancelled) return;
     platform::FieldMap change{{"FCardId", m_searchKey}, {"password", password}};
-    if (!messages().question("确定修改会员卡【" + m_searchKey + "】的密码？", "信息提示",
-                             platform::MessageIcon::Information))
+    if (!frame::Messages().question("确定修改会员卡【" + m_searchKey + "】的密码？", "信息提示",
+                                    platform::MessageIcon::Information))
         return;
     if (!saveChange(change)) return;
     forward(passwordUpdateStatement(password, m_searchKey));
-    messages().message("会员卡(" + m_searchKey + ")修改密码成功！");
+    frame::Messages().message("会员卡(" + m_searchKey + ")修改密码成功！");
 }
 
 } // namespace ormex::module::cards

@@ -50,6 +50,31 @@ std::shared_ptr<platform::MCMaintain> CardObject()
     return host().factory().createAs<platform::MCMaintain>("OrmexMCardManage.MCMaintain");
 }
 
+std::shared_ptr<platform::CheckMaintain> ApprovalObject()
+{
+    return host().factory().createAs<platform::CheckMaintain>("OrmexMCardManage.CheckMaintain");
+}
+
+std::shared_ptr<platform::ConfigMaintain> ConfigObject()
+{
+    return host().factory().createAs<platform::ConfigMaintain>("OrmexMCardManage.ConfigMaintain");
+}
+
+std::shared_ptr<platform::LogServer> LogServerObject()
+{
+    return host().factory().createAs<platform::LogServer>("OrmexEBSBase.LogServer");
+}
+
+std::shared_ptr<platform::GLNameList> NewNameList()
+{
+    return host().factory().createAs<platform::GLNameList>("OrmexGLNameListLib2.GLNameList");
+}
+
+std::shared_ptr<platform::Connection> NewConnection()
+{
+    return host().factory().createAs<platform::Connection>("ADODB.Connection");
+}
+
 platform::Recordset ExecQuery(const std::string& sql)
 {
     return CardObject()->execQuery(sql);
@@ -67,8 +92,9 @@ bool CheckPassword(const platform::Value& item, const std::string& password)
     if (item.isBlank() || (item.isNumeric() && item.toDouble() == 0)) return false;
     try {
         return CardObject()->checkPassword(item, platform::quoteDoubled(password));
-    } catch (const std::exception& error) {
-        Messages().error(error.what());
+    } catch (const std::exception&) {
+        // The caller tells the operator that the password was not accepted; a second box for the
+        // same failure would only confuse.
         return false;
     }
 }

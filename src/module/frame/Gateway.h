@@ -5,15 +5,26 @@
 #include <string>
 
 #include "platform/BusinessObjects.h"
+#include "platform/Connection.h"
+#include "platform/Lookups.h"
 #include "platform/MessageService.h"
 #include "platform/Recordset.h"
 
-// The component's way to its host's business objects: queries and batches on the local
-// database, the member lists, the password check and the network task lock.
+// The component's way to its host: the message service, the business objects, queries and
+// batches on the local database, the member lists, the password check and the network task
+// lock. Screens reach the host only through here and the session readers (Session.h); this is
+// the one place that asks the host's service registry for objects.
 namespace ormex::module::frame {
 
 platform::MessageService& Messages();
-std::shared_ptr<platform::MCMaintain> CardObject();
+
+// Business objects, created anew for each operation. Each throws when the host cannot make one.
+std::shared_ptr<platform::MCMaintain> CardObject();        // OrmexMCardManage.MCMaintain
+std::shared_ptr<platform::CheckMaintain> ApprovalObject(); // OrmexMCardManage.CheckMaintain
+std::shared_ptr<platform::ConfigMaintain> ConfigObject();  // OrmexMCardManage.ConfigMaintain
+std::shared_ptr<platform::LogServer> LogServerObject();    // OrmexEBSBase.LogServer
+std::shared_ptr<platform::GLNameList> NewNameList();       // OrmexGLNameListLib2.GLNameList
+std::shared_ptr<platform::Connection> NewConnection();     // ADODB.Connection
 
 // Runs a query on the local database. Errors reach the caller.
 platform::Recordset ExecQuery(const std::string& sql);
@@ -21,7 +32,7 @@ platform::Recordset ExecQuery(const std::string& sql);
 platform::Value GetFieldValue(const std::string& sql, const std::string& field);
 
 // False for item 0 without asking the host; otherwise the host checks the password (quotes
-// doubled).
+// doubled). A failing check answers false and shows nothing.
 bool CheckPassword(const platform::Value& item, const std::string& password);
 
 // The member lists (50 cards, 51 cards a card may change to). Any error gives no result.

@@ -4,7 +4,13 @@
 
 #include "platform/Value.h"
 
+class QCloseEvent;
+
 // A working screen of the component: loaded afresh on every showing, shown modally.
+//
+// However a screen goes away (its cancel button, Esc, the window's close button, the host
+// closing it), it first asks queryUnload(), which may keep it open, and then runs unloadForm(),
+// which releases what the screen holds (its task lock, loaded data).
 namespace ormex::module::frame {
 
 class ModuleForm : public QDialog
@@ -18,8 +24,23 @@ public:
     void setStabindex(const platform::Value& index) { m_stabindex = index; }
     const platform::Value& Stabindex() const { return m_stabindex; }
 
+    // Ends the modal showing through the close handling (as Esc and the cancel button do).
+    void done(int result) override;
+
+protected:
+    // Whether the screen may go away now (an exit question, a save); true by default.
+    virtual bool queryUnload() { return true; }
+    // Releases what the screen holds once it goes away.
+    virtual void unloadForm() {}
+
+    void closeEvent(QCloseEvent* event) override;
+
 private:
+    // Runs queryUnload and, when it agrees, unloadForm. False keeps the screen open.
+    bool runCloseHandling();
+
     platform::Value m_stabindex = platform::Value(0);
+    bool m_closing = false;
 };
 
 } // namespace ormex::module::frame

@@ -2,7 +2,6 @@
 
 #include "module/frame/Gateway.h"
 #include "module/frame/Session.h"
-#include "platform/HostServices.h"
 #include "platform/Text.h"
 
 namespace ormex::module::hq {
@@ -48,8 +47,7 @@ std::shared_ptr<platform::Connection> OpenHQ()
 {
     try {
         const std::string text = HQConnectionText();
-        auto connection =
-            platform::HostServices::instance().factory().createAs<platform::Connection>("ADODB.Connection");
+        auto connection = frame::NewConnection();
         connection->open(text);
         return connection->isOpen() ? connection : nullptr;
     } catch (const std::exception&) {
@@ -69,33 +67,32 @@ bool ConnHQ()
     }
 }
 
-std::string HQOfflineMessage(int code)
+std::string HQOfflineMessage(HQOperation operation)
 {
-    switch (code) {
-    case 0:
+    switch (operation) {
+    case HQOperation::PointsDeduction:
         return "检测到未联上总部数据库，请联网后再冲减积分！";
-    case 1:
+    case HQOperation::GiftExchange:
         return "礼品兑换需与总部联网，请联网后再兑换！";
-    case 2:
+    case HQOperation::Recharge:
         return "充值需与总部联网，请联网后再充值！";
-    case 3:
+    case HQOperation::PointsToStoredValue:
         return "积分转储值需与总部联网，请联网后再转！";
-    case 4:
+    case HQOperation::CardStatus:
         return "卡状态操作要求与总部联网，请先联网！";
-    case 5:
+    case HQOperation::PasswordChange:
         return "修改密码需要与总部联网，请先联网！";
-    case 6:
+    case HQOperation::CardChange:
         return "换卡必须先联网，请先联网！";
-    default:
-        return {};
     }
+    return {};
 }
 
-bool CheckHQOnline(int code)
+bool CheckHQOnline(HQOperation operation)
 {
     if (!frame::IsHQLinkedBranch()) return true;
     if (ConnHQ()) return true;
-    const std::string message = HQOfflineMessage(code);
+    const std::string message = HQOfflineMessage(operation);
     if (!message.empty()) frame::Messages().message(message, "提示", platform::MessageIcon::Information);
     return false;
 }

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "HqOperation.h"
 #include "platform/Connection.h"
 #include "platform/RecordList.h"
 #include "platform/Recordset.h"
@@ -27,10 +28,11 @@ std::shared_ptr<platform::Connection> OpenHQ();
 bool ConnHQ();
 
 // True when the operation may go on: always outside a linked branch; inside one only when
-// headquarters can be reached. Otherwise the refusal of the code (0 to 6) is shown.
-bool CheckHQOnline(int code);
-// The refusal text of an online-check code, "" outside 0 to 6.
-std::string HQOfflineMessage(int code);
+// headquarters can be reached. Otherwise the operation's refusal is shown (nothing for a value
+// outside the enumeration).
+bool CheckHQOnline(HQOperation operation);
+// The refusal text of an operation, "" for a value outside the enumeration.
+std::string HQOfflineMessage(HQOperation operation);
 
 void ExecOnHQ(const std::string& batch);
 platform::Value HQGetFieldValue(const std::string& sql, const std::string& field);

@@ -3,42 +3,41 @@
 #include <cstdio>
 
 #include "HqLink.h"
+#include "module/frame/Gateway.h"
 #include "module/frame/Session.h"
 #include "platform/Clock.h"
-#include "platform/HostServices.h"
 #include "platform/Text.h"
 
 namespace ormex::module::hq {
 
 namespace {
 
-const char* operationText(int code)
+const char* operationText(HQOperation operation)
 {
-    switch (code) {
-    case 0:
+    switch (operation) {
+    case HQOperation::PointsDeduction:
         return "]进行积分管理---积分冲减','";
-    case 1:
+    case HQOperation::GiftExchange:
         return "]进行积分管理---礼品兑换','";
-    case 2:
+    case HQOperation::Recharge:
         return "]进行储值管理---会员卡充值','";
-    case 3:
+    case HQOperation::PointsToStoredValue:
         return "]进行储值管理---积分转储值','";
-    case 4:
+    case HQOperation::CardStatus:
         return "]进行卡状态管理---修改密码','";
-    case 5:
+    case HQOperation::PasswordChange:
         return "]发卡---修改密码','";
-    case 6:
+    case HQOperation::CardChange:
         return "]换卡','";
-    default:
-        return nullptr;
     }
+    return nullptr;
 }
 
 } // namespace
 
-std::string LogRowStatement(int code)
+std::string LogRowStatement(HQOperation operation)
 {
-    const char* text = operationText(code);
+    const char* text = operationText(operation);
     if (!text) return {};
     const platform::DateTime now = platform::now();
     char date[32];
@@ -50,21 +49,19 @@ std::string LogRowStatement(int code)
            platform::trim(frame::GetTcpAddress()) + "')";
 }
 
-void LogOnHQ(const std::string& statements, int code)
+void LogOnHQ(const std::string& statements, HQOperation operation)
 {
     try {
         if (!frame::IsHQLinkedBranch()) return;
-        ExecOnHQ(statements + "\r\n" + LogRowStatement(code));
+        ExecOnHQ(statements + "\r\n" + LogRowStatement(operation));
     } catch (const std::exception&) {
     }
 }
 
 void WriteLocalLog(const std::string& areaPrefix, const std::string& operation)
 {
-    auto log =
-        platform::HostServices::instance().factory().createAs<platform::LogServer>("OrmexEBSBase.LogServer");
-    log->writeLog(frame::GetPropsString(), "MCM0001", 1, areaPrefix + operation, frame::GetMachineName(),
-                  frame::GetTcpAddress());
+    frame::LogServerObject()->writeLog(frame::GetPropsString(), "MCM0001", 1, areaPrefix + operation,
+                                       frame::GetMachineName(), frame::GetTcpAddress());
 }
 
 } // namespace ormex::module::hq

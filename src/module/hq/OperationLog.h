@@ -2,16 +2,18 @@
 
 #include <string>
 
+#include "HqOperation.h"
+
 // The operation log: the local entry through the host's log server, and, in a branch linked to
 // headquarters, the operation's statements replayed there with a t_Log row.
 namespace ormex::module::hq {
 
-// The t_Log row of an operation code (0 to 6; "" for any other code), for the current user,
+// The t_Log row of an operation ("" for a value outside the enumeration), for the current user,
 // branch and machine, dated now cut to the minute.
-std::string LogRowStatement(int code);
+std::string LogRowStatement(HQOperation operation);
 // Sends statements + CR LF + the log row to headquarters; nothing outside a linked branch, and
 // nothing is reported whatever happens there.
-void LogOnHQ(const std::string& statements, int code);
+void LogOnHQ(const std::string& statements, HQOperation operation);
 // WriteLog(PropsString, "MCM0001", 1, prefix + operation, machine name, address).
 void WriteLocalLog(const std::string& areaPrefix, const std::string& operation);
 

@@ -6,6 +6,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMetaMethod>
 #include <QToolButton>
 #include <QValidator>
 
@@ -60,6 +61,11 @@ void InputField::clear()
 {
     m_edit->clear();
     m_itemId.clear();
+}
+
+bool InputField::handlesEnter() const
+{
+    return isSignalConnected(QMetaMethod::fromSignal(&InputField::returnPressed));
 }
 
 void InputField::setLookupButton(bool shown)

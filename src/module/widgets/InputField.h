@@ -37,6 +37,10 @@ public:
     // Accepts text only when the filter accepts each of its characters (typed or pasted).
     void setKeyFilter(std::function<bool(char32_t)> filter);
 
+    // True when something runs on Enter in this field (returnPressed is connected), so Enter
+    // does not just move on to the next control.
+    bool handlesEnter() const;
+
     QLineEdit* edit() const { return m_edit; }
     QToolButton* lookupButton() const { return m_lookup; }
 

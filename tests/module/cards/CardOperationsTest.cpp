@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "CardScreenFixture.h"
+#include "host/core/CardMaintain.h"
 #include "module/cards/dlgChangeCard.h"
 #include "module/cards/dlgPWD.h"
 #include "module/frame/Gateway.h"
@@ -154,8 +155,9 @@ TEST(CardOperations, ChangeCardDialogChecksInOrder)
         EXPECT_FALSE(dialog.OK());
     }
     number->setText("C105");
-    EXPECT_EQ(dialog.typeField()->text(), "金卡");
     EXPECT_TRUE(dialog.okButton()->isEnabled());
+    Q_EMIT number->edit()->editingFinished();
+    EXPECT_EQ(dialog.typeField()->text(), "金卡") << "the type is looked up when the field is left";
     number->setText("");
     EXPECT_TRUE(dialog.typeField()->text().isEmpty());
     EXPECT_FALSE(dialog.okButton()->isEnabled());
@@ -219,6 +221,42 @@ TEST(CardOperations, PasswordDialogChecksInOrder)
     });
     escaped.run();
     EXPECT_TRUE(escaped.Cancel());
+}
+
+TEST(CardOperations, AFailingPasswordCheckShowsOneMessage)
+{
+    test::TestHost host;
+    // A card object that cannot check passwords (its database has gone away).
+    struct Failing : host::CardMaintain
+    {
+        using host::CardMaintain::CardMaintain;
+        bool checkPassword(const platform::Value&, const std::string&) override
+        {
+            throw std::runtime_error("database is locked");
+        }
+    };
+    const std::string path = host.config().databasePath();
+    platform::HostServices::instance().factory().registerClass(
+        "OrmexMCardManage.MCMaintain", [path] { return std::make_shared<Failing>(path); });
+    dlgPWD dialog;
+    dialog.setItemID(platform::Value("C100"));
+    dialog.field(0)->setText("123456");
+    dialog.onOk();
+    EXPECT_EQ(host.messages().texts(), std::vector<std::string>{"原密码错误！"});
+}
+
+TEST(CardOperations, EscReleasesTheTaskLock)
+{
+    CardScreen t;
+    t.screen.show();
+    t.search("C100");
+    t.host.messages().answer(true);
+    t.screen.onStatusClicked(Loss);
+    ASSERT_EQ(t.host.branch().scalar("select count(*) from t_NetTask").toInt(), 1);
+    QKeyEvent esc(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QApplication::sendEvent(&t.screen, &esc);
+    EXPECT_FALSE(t.screen.isVisible());
+    EXPECT_EQ(t.host.branch().scalar("select count(*) from t_NetTask").toInt(), 0);
 }
 
 TEST(CardOperations, SetPasswordFromTheScreen)

@@ -35,21 +35,21 @@ TEST(HqLink, OnlineCheckInAndOutsideALinkedBranch)
         test::TestHost host({.isBranch = true, .svCardShareType = false});
         FreshText fresh;
         for (int code = 0; code <= 7; ++code)
-            EXPECT_TRUE(CheckHQOnline(code));
+            EXPECT_TRUE(CheckHQOnline(static_cast<HQOperation>(code)));
         EXPECT_TRUE(HQHasRowsIfLinked("select 1"));
     }
     {
         test::TestHost host({.isBranch = true, .svCardShareType = true, .withHeadquarters = true});
         FreshText fresh;
-        EXPECT_TRUE(CheckHQOnline(4));
+        EXPECT_TRUE(CheckHQOnline(HQOperation::CardStatus));
         EXPECT_TRUE(host.messages().shown().empty());
     }
     {
         test::TestHost host({.isBranch = true, .svCardShareType = true}); // no HQ.db
         FreshText fresh;
-        EXPECT_FALSE(CheckHQOnline(4));
-        EXPECT_FALSE(CheckHQOnline(7));
-        EXPECT_FALSE(CheckHQOnline(2));
+        EXPECT_FALSE(CheckHQOnline(HQOperation::CardStatus));
+        EXPECT_FALSE(CheckHQOnline(static_cast<HQOperation>(7)));
+        EXPECT_FALSE(CheckHQOnline(HQOperation::Recharge));
         EXPECT_EQ(host.messages().texts(), (std::vector<std::string>{"卡状态操作要求与总部联网，请先联网！",
                                                                      "充值需与总部联网，请联网后再充值！"}));
         EXPECT_EQ(host.messages().shown()[0].icon, platform::MessageIcon::Information);
@@ -82,7 +82,7 @@ TEST(OperationLog, LinkedBranchReplaysTheStatementsWithALogRow)
     FreshText fresh;
     host.clock().set({{2026, 11, 23}, 14, 7, 59});
     host.hq().exec("insert into T_Pos_VipRecord (FCardId,FCardStatus) values ('C1','2')");
-    LogOnHQ("UPDATE T_Pos_VipRecord SET FCardStatus='0' WHERE FCardId='C1'", 4);
+    LogOnHQ("UPDATE T_Pos_VipRecord SET FCardStatus='0' WHERE FCardId='C1'", HQOperation::CardStatus);
     EXPECT_EQ(host.hq().scalar("select FCardStatus from T_Pos_VipRecord").toString(), "0");
     EXPECT_EQ(
         host.hq().rows(
@@ -91,13 +91,14 @@ TEST(OperationLog, LinkedBranchReplaysTheStatementsWithALogRow)
             "2026-11-23 14:07:00|7|MCM0001|5|分店[01]进行卡状态管理---修改密码|POS-01|10.0.0.8"});
 
     // Any other code sends the statements alone.
-    EXPECT_EQ(LogRowStatement(7), "");
-    LogOnHQ("UPDATE T_Pos_VipRecord SET FCardStatus='3' WHERE FCardId='C1'", 7);
+    EXPECT_EQ(LogRowStatement(static_cast<HQOperation>(7)), "");
+    LogOnHQ("UPDATE T_Pos_VipRecord SET FCardStatus='3' WHERE FCardId='C1'", static_cast<HQOperation>(7));
     EXPECT_EQ(host.hq().scalar("select FCardStatus from T_Pos_VipRecord").toString(), "3");
     EXPECT_EQ(host.hq().scalar("select count(*) from t_Log").toInt(), 1);
 
     host.system().name.reset();
-    EXPECT_NE(LogRowStatement(6).find("]换卡','','10.0.0.8')"), std::string::npos) << LogRowStatement(6);
+    EXPECT_NE(LogRowStatement(HQOperation::CardChange).find("]换卡','','10.0.0.8')"), std::string::npos)
+        << LogRowStatement(HQOperation::CardChange);
     EXPECT_TRUE(host.branch().rows("select * from t_Log").empty()) << "nothing is written locally";
 }
 
@@ -105,7 +106,7 @@ TEST(OperationLog, NothingReachesHeadquartersOutsideALinkedBranch)
 {
     test::TestHost host({.isBranch = false, .svCardShareType = true, .withHeadquarters = true});
     FreshText fresh;
-    LogOnHQ("insert into t_Log (FUserID) values (1)", 4);
+    LogOnHQ("insert into t_Log (FUserID) values (1)", HQOperation::CardStatus);
     EXPECT_EQ(host.hq().scalar("select count(*) from t_Log").toInt(), 0);
     WriteLocalLog("储值管理---", "会员卡充值");
     EXPECT_EQ(

@@ -1,0 +1,38 @@
+#include "ModuleForm.h"
+
+#include <QCloseEvent>
+
+namespace ormex::module::frame {
+
+bool ModuleForm::runCloseHandling()
+{
+    if (m_closing) return true; // the handling is already under way (a close that ends in done)
+    m_closing = true;
+    const bool agreed = queryUnload();
+    if (agreed) unloadForm();
+    m_closing = false;
+    return agreed;
+}
+
+void ModuleForm::done(int result)
+{
+    if (!runCloseHandling()) return;
+    QDialog::done(result);
+}
+
+void ModuleForm::closeEvent(QCloseEvent* event)
+{
+    // A shown dialog closes through reject() and so through done(); a screen that is not shown
+    // (loaded but never displayed) is closed here.
+    if (isVisible()) {
+        QDialog::closeEvent(event);
+        return;
+    }
+    if (!runCloseHandling()) {
+        event->ignore();
+        return;
+    }
+    event->accept();
+}
+
+} // namespace ormex::module::frame
