@@ -45,4 +45,11 @@ std::string buildApprovalCondition(const ApprovalConditionInput& input)
     return condition;
 }
 
+bool containsQuote(const ApprovalConditionInput& input)
+{
+    for (const std::string* text : {&input.cardId, &input.name, &input.date, &input.branchNo, &input.mobile})
+        if (text->find('\'') != std::string::npos) return true;
+    return false;
+}
+
 } // namespace ormex::module::cards

@@ -12,26 +12,41 @@
 #include <QVBoxLayout>
 
 #include "ApprovalCondition.h"
+#include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
 #include "module/frame/GridHelpers.h"
+#include "module/frame/GridLayout.h"
 #include "module/widgets/InputField.h"
 #include "platform/Clock.h"
-#include "platform/HostServices.h"
 #include "platform/Text.h"
 
 namespace ormex::module::cards {
 
 namespace {
 
-const char* const kCaptions = "A,行号,分店机构,编辑日期,卡类型,会员卡号,卡面卡号,姓名,卡状态,限用次数,会费,"
-                              "入会日期,有效期从,有效期至,业务员,流水号";
-const char* const kFields =
-    "chk,index,FBranchno,FModifyDate,type_name,FCardId,FCardFlowno,FVipName,status_name,limit_use,"
-    "FVipTax,FOperDate,FVipStartDate,FVipEndDate,salesman,FFlowId";
-const char* const kWidths = "3,5,10,10,10,10,10,10,10,10,10,10,10,10,10,10";
-const char* const kTypes = "10,13,1,0,1,1,1,1,1,1,13,0,0,0,1,13";
-const char* const kHidden = "0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,1";
-const char* const kLocked = "0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0";
+// The card list: a check box, then the card's fields; numbers are counts and amounts shown
+// without decimals between 0 and 99999999.
+const frame::ColumnDescriptor::NumberFormat kCount{0, 0, 99999999};
+const frame::GridLayout kCardListLayout{16,
+                                        "",
+                                        {
+                                            {"A", "chk", 10, 0, 1, 540, 0},
+                                            {"行号", "index", 13, 0, 1, 780, 0, kCount},
+                                            {"分店机构", "FBranchno", 1, 0, 1, 1380, 0},
+                                            {"编辑日期", "FModifyDate", 0, 0, 1, 1380, 0},
+                                            {"卡类型", "type_name", 1, 0, 1, 1380, 0},
+                                            {"会员卡号", "FCardId", 1, 0, 1, 1380, 0},
+                                            {"卡面卡号", "FCardFlowno", 1, 0, 1, 1380, 0},
+                                            {"姓名", "FVipName", 1, 0, 1, 1380, 0},
+                                            {"卡状态", "status_name", 1, 0, 1, 1380, 0},
+                                            {"限用次数", "limit_use", 1, 0, 1, 1380, 0},
+                                            {"会费", "FVipTax", 13, 0, 1, 1380, 0, kCount},
+                                            {"入会日期", "FOperDate", 0, 0, 1, 1380, 0},
+                                            {"有效期从", "FVipStartDate", 0, 0, 1, 1380, 0},
+                                            {"有效期至", "FVipEndDate", 0, 0, 1, 1380, 0},
+                                            {"业务员", "salesman", 1, 0, 1, 1380, 0},
+                                            {"流水号", "FFlowId", 13, 0, 0, 1380, 0, kCount},
+                                        }};
 
 struct DetailField
 {
@@ -56,12 +71,10 @@ const DetailField kDetails[15] = {
     {"民族：", "nation"},
 };
 
-constexpr int kCheckColumnWidthChars = 3;
-
-std::shared_ptr<platform::CheckMaintain> checkMaintain()
+// What a list entry shows: the name before the "|" (the code behind it stays in the entry).
+QString shownText(const std::string& entry)
 {
-    return platform::HostServices::instance().factory().createAs<platform::CheckMaintain>(
-        "OrmexMCardManage.CheckMaintain");
+    return QString::fromStdString(platform::trimRight(entry.substr(0, entry.find('|'))));
 }
 
 const platform::FieldMap* findCard(const platform::RecordList& list, const std::string& cardId)
@@ -156,7 +169,8 @@ void frmMCCheck::buildUi()
     connect(m_grid, &QTableWidget::cellClicked, this, [this](int row, int) { onRowClicked(row); });
     // The check-box column keeps its width.
     connect(m_grid->horizontalHeader(), &QHeaderView::sectionResized, this, [this](int section, int, int) {
-        if (section == 0) frame::SetColumnWidthChars(*m_grid, 0, kCheckColumnWidthChars);
+        const int width = frame::TwipsToPixels(kCardListLayout.FCol[0].width);
+        if (section == 0 && m_grid->columnWidth(0) != width) m_grid->setColumnWidth(0, width);
     });
     resize(1000, 640);
 }
@@ -171,42 +185,55 @@ void frmMCCheck::loadForm()
         field->clear();
     m_operators->clear();
     for (const auto& entry : approvalOperatorEntries())
-        m_operators->addItem(QString::fromStdString(entry));
+        m_operators->addItem(shownText(entry), QString::fromStdString(entry));
     m_operators->setCurrentIndex(0);
     m_statuses->clear();
     for (const auto& entry : approvalStatusEntries())
-        m_statuses->addItem(QString::fromStdString(entry));
+        m_statuses->addItem(shownText(entry), QString::fromStdString(entry));
     m_statuses->setCurrentIndex(-1);
     m_iptCon[3]->setText(QString::fromStdString(platform::today().toString()));
     m_chkSel->setChecked(false);
-    frame::SetupGridColumns(*m_grid, kCaptions, kFields, kWidths, kTypes, kHidden, kLocked);
+    frame::ApplyLayout(*m_grid, kCardListLayout, {.resetRows = true, .rowNumberColumn = false});
 }
 
 std::string frmMCCheck::buildCondition() const
 {
+    return buildApprovalCondition(conditionInput());
+}
+
+ApprovalConditionInput frmMCCheck::conditionInput() const
+{
     ApprovalConditionInput input;
     input.cardId = m_iptCon[0]->textStd();
     input.name = m_iptCon[1]->textStd();
-    input.operatorEntry = m_operators->currentText().toStdString();
+    input.operatorEntry = m_operators->currentData().toString().toStdString();
     input.date = m_iptCon[3]->textStd();
     input.statusEntry =
-        m_statuses->currentIndex() < 0 ? std::string() : m_statuses->currentText().toStdString();
+        m_statuses->currentIndex() < 0 ? std::string() : m_statuses->currentData().toString().toStdString();
     input.branchNo = m_iptCon[5]->textStd();
     input.mobile = m_iptCon[6]->textStd();
-    return buildApprovalCondition(input);
+    return input;
 }
 
 void frmMCCheck::onQuery()
 {
-    std::string condition = buildCondition();
+    const ApprovalConditionInput input = conditionInput();
+    std::string condition = buildApprovalCondition(input);
     m_approvalList.reset();
     m_currentList.reset();
+    // The rows of a new query start unticked, and so does "select all".
+    m_chkSel->setChecked(false);
     try {
-        auto maintain = checkMaintain();
+        auto maintain = frame::ApprovalObject();
         m_approvalList = maintain->getList(condition);
         m_currentList = maintain->getRalCurMCInfo();
-    } catch (const std::exception& error) {
-        platform::HostServices::instance().messages().error(error.what());
+    } catch (const std::exception&) {
+        // The conditions are put into the query as typed; the database's own words would mean
+        // nothing to the operator.
+        m_approvalList.reset();
+        m_currentList.reset();
+        frame::Messages().message(containsQuote(input) ? "查询条件中不能含有单引号（'），请修改后再查询！"
+                                                       : "读取待审核的会员档案失败，请检查查询条件后再试！");
     }
     if (!m_approvalList) {
         m_grid->setRowCount(0);
@@ -245,14 +272,14 @@ void frmMCCheck::onApprove()
     for (int row = 0; row < m_grid->rowCount(); ++row)
         if (m_grid->isChecked(row, 0)) ticked.push_back(row);
     if (ticked.empty()) {
-        platform::HostServices::instance().messages().message("您没有选择任何信息");
+        frame::Messages().message("您没有选择任何信息");
         return;
     }
     platform::RecordList package = frame::TickedRows(*m_grid);
     try {
-        checkMaintain()->updateMCApproveInfo(package);
+        frame::ApprovalObject()->updateMCApproveInfo(package);
     } catch (const std::exception& error) {
-        platform::HostServices::instance().messages().error(error.what());
+        frame::Messages().error(error.what());
         return;
     }
     for (auto it = ticked.rbegin(); it != ticked.rend(); ++it)

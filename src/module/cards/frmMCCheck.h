@@ -5,6 +5,7 @@
 #include <array>
 #include <optional>
 
+#include "ApprovalCondition.h"
 #include "platform/RecordList.h"
 
 class QCheckBox;
@@ -32,6 +33,7 @@ public:
 
     // The condition the query passes to the approval list ("" or " and …").
     std::string buildCondition() const;
+    ApprovalConditionInput conditionInput() const;
     void onQuery();
     void onRowClicked(int row);
     void onSelectAll();

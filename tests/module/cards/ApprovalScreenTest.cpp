@@ -123,6 +123,27 @@ TEST(ApprovalScreen, ConditionsReachTheListAsBuilt)
               (std::vector<std::string>{"", " and FModifyDate ='2026-11-23'", " and FCardStatus ='4'",
                                         " and FVipName ='O'Neil'"}));
     EXPECT_EQ(t.grid()->rowCount(), 0) << "a list that cannot be read empties the grid";
+    EXPECT_EQ(t.host.messages().texts(),
+              std::vector<std::string>{"查询条件中不能含有单引号（'），请修改后再查询！"})
+        << "the operator reads Chinese, not the parser's words";
+    EXPECT_EQ(t.waiting().size(), 4u) << "nothing changed";
+}
+
+TEST(ApprovalScreen, ListsShowTheNamesAndANewQueryStartsUnticked)
+{
+    ApprovalScreen t;
+    EXPECT_EQ(t.screen.statusList()->itemText(4), "黑名单") << "the code behind the name is not shown";
+    EXPECT_EQ(t.screen.operatorList()->itemText(1), "等于");
+    EXPECT_EQ(t.screen.statusList()->itemData(4).toString().toStdString(),
+              "黑名单                             |4")
+        << "the entry keeps its text";
+    t.query();
+    t.screen.selectAll()->click();
+    EXPECT_TRUE(t.grid()->isChecked(3, 0));
+    t.query();
+    EXPECT_FALSE(t.screen.selectAll()->isChecked());
+    EXPECT_FALSE(t.grid()->isChecked(3, 0));
+    EXPECT_EQ(t.grid()->cellText(0, "FVipTax"), "100");
 }
 
 TEST(ApprovalScreen, ChangedValuesAreRedInTheListAndTheDetails)
