@@ -1,5 +1,7 @@
 #include "MemberSettingsKeys.h"
 
+#include <stdexcept>
+
 #include "platform/NumberText.h"
 #include "platform/Text.h"
 
@@ -8,11 +10,13 @@ namespace ormex::module::settings {
 std::string buildSettingsSaveBatch(const platform::FieldMap& values)
 {
     std::string batch;
-    for (std::string_view key : kMemberSettingKeys) {
-        std::string value = values.text(key);
-        if (key == "CardNumProfix" || key == "CardNumSuffix") value = platform::quoteDoubled(value);
+    for (const MemberSetting& setting : kMemberSettings) {
+        if (!values.contains(setting.key))
+            throw std::invalid_argument("会员设置缺少【" + std::string(setting.key) + "】的值，设置未保存！");
+        std::string value = values.text(setting.key);
+        if (setting.kind == SettingKind::Text) value = platform::quoteDoubled(value);
         batch += "UPDATE t_systemprofile SET FValue = '" + value +
-                 "' WHERE (FCategory = 'VIP') AND (FKey = '" + std::string(key) + "')\r\n";
+                 "' WHERE (FCategory = 'VIP') AND (FKey = '" + std::string(setting.key) + "')\r\n";
     }
     return batch;
 }

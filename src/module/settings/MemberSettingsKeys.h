@@ -6,22 +6,57 @@
 
 #include "platform/FieldMap.h"
 
-// The member settings of category "VIP" in t_SystemProfile, in the order the settings screen
-// loads and saves them.
+// The member settings of category "VIP" in t_SystemProfile: which control of the settings screen
+// shows each, how, and whether a branch linked to headquarters may edit it. Loading, collecting,
+// change tracking and branch locking of the screen all read this one table, in the order the
+// screen loads and saves the keys.
 namespace ormex::module::settings {
 
-inline constexpr std::array<std::string_view, 21> kMemberSettingKeys = {
-    "MCType",          "SVCType",          "CardNumProfix",     "CardNumSuffix",
-    "GoodsPointWork",  "CoverCardNum",     "PrintCardNum",      "UptMemMsgDirect",
-    "PrintMemName",    "BranchShareMem",   "ManPointRuleIndep", "SetVipGiftAtZb",
-    "SVCardShareType", "LeaveAmount",      "DailyAmtLimit",     "MaxFillAmount",
-    "MothlyAmtLimit",  "AllowFillPlusAmt", "PrintCardShowNum",  "InputPSWOverLim",
-    "LimitAmount",
+enum class SettingKind {
+    List,    // drop-down list; stored as the index of the entry ("0" 条码卡, "1" 磁卡)
+    Text,    // text box; stored as typed, quotes doubled in the statement
+    Flag,    // check box; "1" ticked, "0" not
+    Options, // pair of option buttons <control>_0 and <control>_1; "0" for the first, else "1"
+    Amount,  // number field, two decimals; an untouched field is written back as it was stored
 };
 
-// The update batch of a save: one UPDATE per key in the order above, each followed by CR LF. The
-// reader prefix and suffix have their quotes doubled; every other value is written as given.
-// A key missing from `values` is written with an empty value.
+struct MemberSetting
+{
+    std::string_view key;
+    std::string_view control; // the control's objectName
+    SettingKind kind;
+    bool linkedBranchEditable; // false: disabled in a branch linked to headquarters
+    bool marksChange = true;   // false: changing it does not count as a change of the settings
+};
+
+inline constexpr std::array<MemberSetting, 21> kMemberSettings = {{
+    {"MCType", "cmbMCType", SettingKind::List, false},
+    {"SVCType", "cmbSVCType", SettingKind::List, false},
+    {"CardNumProfix", "txtCardNumProfix", SettingKind::Text, false},
+    {"CardNumSuffix", "txtCardNumSuffix", SettingKind::Text, false},
+    {"GoodsPointWork", "chkGoodsPointWork", SettingKind::Flag, true},
+    {"CoverCardNum", "chkCoverCardNum", SettingKind::Flag, true},
+    {"PrintCardNum", "chkPrintCardNum", SettingKind::Flag, true},
+    {"UptMemMsgDirect", "chkUptMemMsgDirect", SettingKind::Flag, true},
+    {"PrintMemName", "chkPrintMemName", SettingKind::Flag, true},
+    {"BranchShareMem", "chkBranchShareMem", SettingKind::Flag, true},
+    {"ManPointRuleIndep", "chkManPointRuleIndep", SettingKind::Flag, true},
+    {"SetVipGiftAtZb", "ChkSetVipGift", SettingKind::Flag, true},
+    {"SVCardShareType", "optSVCardShareType", SettingKind::Options, true},
+    {"LeaveAmount", "fltLeaveAmount", SettingKind::Amount, false},
+    {"DailyAmtLimit", "fltDailyAmtLimit", SettingKind::Amount, false},
+    {"MaxFillAmount", "fltMaxFillAmount", SettingKind::Amount, false},
+    {"MothlyAmtLimit", "fltMothlyAmtLimit", SettingKind::Amount, false},
+    {"AllowFillPlusAmt", "chkAllowFillPlusAmt", SettingKind::Flag, false},
+    {"PrintCardShowNum", "chkPrintCardShowNum", SettingKind::Flag, false},
+    {"InputPSWOverLim", "chkInputPSWOverLim", SettingKind::Flag, false, false},
+    {"LimitAmount", "fltLimitAmount", SettingKind::Amount, false},
+}};
+
+// The update batch of a save: one UPDATE per key in the table's order, each followed by CR LF.
+// Text settings (the reader prefix and suffix) have their quotes doubled; every other value is
+// written as given. Throws std::invalid_argument naming the key when `values` lacks one: a
+// missing value is never written over a stored one.
 std::string buildSettingsSaveBatch(const platform::FieldMap& values);
 
 // The message of the one rule the screen checks, or "" when the limits are acceptable: the

@@ -1,12 +1,10 @@
 #include "frmMemberConfig.h"
 
 #include <QCheckBox>
-#include <QCloseEvent>
 #include <QComboBox>
 #include <QFrame>
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -15,25 +13,18 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
-#include "MemberSettingsKeys.h"
+#include "module/frame/Gateway.h"
+#include "module/frame/ScreenKeys.h"
 #include "module/frame/Session.h"
-#include "platform/BusinessObjects.h"
-#include "platform/HostServices.h"
 #include "platform/NumberText.h"
 
 namespace ormex::module::settings {
 
 namespace {
 
-using platform::HostServices;
-
-QString q(const std::string& s)
+QString q(std::string_view s)
 {
-    return QString::fromStdString(s);
-}
-std::string s(const QString& text)
-{
-    return text.toStdString();
+    return QString::fromUtf8(s.data(), static_cast<int>(s.size()));
 }
 
 QCheckBox* checkBox(QWidget* parent, const char* name, const char* caption)
@@ -50,11 +41,16 @@ QLineEdit* lineEdit(QWidget* parent, const char* name)
     return edit;
 }
 
-// An amount the operator typed, written with two decimals; other text is kept as it is.
-QString amountText(const std::string& typed)
+// An amount in the two-decimal format of the number fields; other text is kept as it is.
+std::string amountText(const std::string& value)
 {
-    if (auto number = platform::parseNumber(typed)) return q(platform::formatFixed(*number, 2));
-    return q(typed);
+    if (auto number = platform::parseNumber(value)) return platform::formatFixed(*number, 2);
+    return value;
+}
+
+QRadioButton* option(const QWidget* screen, std::string_view control, int index)
+{
+    return screen->findChild<QRadioButton*>(q(control) + QStringLiteral("_%1").arg(index));
 }
 
 } // namespace
@@ -64,6 +60,8 @@ frmMemberConfig::frmMemberConfig(QWidget* parent) : frame::ModuleForm(parent)
     setObjectName("frmMemberConfig");
     setWindowTitle(QStringLiteral("会员设置"));
     buildUi();
+    connectChangeTracking();
+    frame::InstallScreenKeys(*this, m_tabs);
 }
 
 void frmMemberConfig::buildUi()
@@ -78,29 +76,26 @@ void frmMemberConfig::buildUi()
     auto* cardGrid = new QGridLayout(cardTab);
     m_cmbMCType = new QComboBox(cardTab);
     m_cmbMCType->setObjectName("cmbMCType");
-    m_cmbSVCType = new QComboBox(cardTab);
-    m_cmbSVCType->setObjectName("cmbSVCType");
-    m_txtCardNumProfix = lineEdit(cardTab, "txtCardNumProfix");
-    m_txtCardNumSuffix = lineEdit(cardTab, "txtCardNumSuffix");
+    auto* cmbSVCType = new QComboBox(cardTab);
+    cmbSVCType->setObjectName("cmbSVCType");
     cardGrid->addWidget(new QLabel(QStringLiteral("会员卡类型*"), cardTab), 0, 0);
     cardGrid->addWidget(m_cmbMCType, 0, 1);
     cardGrid->addWidget(new QLabel(QStringLiteral("储值卡类型"), cardTab), 0, 2);
-    cardGrid->addWidget(m_cmbSVCType, 0, 3);
+    cardGrid->addWidget(cmbSVCType, 0, 3);
     cardGrid->addWidget(new QLabel(QStringLiteral("读卡器前缀"), cardTab), 1, 0);
-    cardGrid->addWidget(m_txtCardNumProfix, 1, 1);
+    cardGrid->addWidget(lineEdit(cardTab, "txtCardNumProfix"), 1, 1);
     cardGrid->addWidget(new QLabel(QStringLiteral("读卡器后缀"), cardTab), 1, 2);
-    cardGrid->addWidget(m_txtCardNumSuffix, 1, 3);
-    m_chkGoodsPointWork = checkBox(cardTab, "chkGoodsPointWork", "商品积分设置是否有效");
-    m_chkCoverCardNum = checkBox(cardTab, "chkCoverCardNum", "刷会员卡时掩盖卡号");
-    m_chkPrintCardNum = checkBox(cardTab, "chkPrintCardNum", "会员前台消费打印卡号信息");
-    m_chkUptMemMsgDirect = checkBox(cardTab, "chkUptMemMsgDirect", "分店上传会员信息时即时更新会员档案");
-    m_chkPrintMemName = checkBox(cardTab, "chkPrintMemName", "会员前台消费打印会员姓名");
-    m_chkBranchShareMem = checkBox(cardTab, "chkBranchShareMem", "会员在各分店通用");
-    m_chkManPointRuleIndep = checkBox(cardTab, "chkManPointRuleIndep", "门店自行管理会员类别积分规则");
+    cardGrid->addWidget(lineEdit(cardTab, "txtCardNumSuffix"), 1, 3);
     m_chkSetVipGift = checkBox(cardTab, "ChkSetVipGift", "礼品设置由总部统一维护");
     int row = 2;
-    for (QCheckBox* box : {m_chkGoodsPointWork, m_chkCoverCardNum, m_chkPrintCardNum, m_chkUptMemMsgDirect,
-                           m_chkPrintMemName, m_chkBranchShareMem, m_chkManPointRuleIndep, m_chkSetVipGift})
+    for (QCheckBox* box :
+         {checkBox(cardTab, "chkGoodsPointWork", "商品积分设置是否有效"),
+          checkBox(cardTab, "chkCoverCardNum", "刷会员卡时掩盖卡号"),
+          checkBox(cardTab, "chkPrintCardNum", "会员前台消费打印卡号信息"),
+          checkBox(cardTab, "chkUptMemMsgDirect", "分店上传会员信息时即时更新会员档案"),
+          checkBox(cardTab, "chkPrintMemName", "会员前台消费打印会员姓名"),
+          checkBox(cardTab, "chkBranchShareMem", "会员在各分店通用"),
+          checkBox(cardTab, "chkManPointRuleIndep", "门店自行管理会员类别积分规则"), m_chkSetVipGift})
         cardGrid->addWidget(box, row++, 0, 1, 4);
     m_scopeLine = new QFrame(cardTab);
     m_scopeLine->setObjectName("lineScope");
@@ -112,9 +107,9 @@ void frmMemberConfig::buildUi()
     const char* scopes[2] = {"限发卡店使用，各分店独立管理会员，且会员信息不共享。",
                              "各分店通用，会员信息由总部统一维护，且使用储值功能时必须实时联网。"};
     for (int i = 0; i < 2; ++i) {
-        m_optSVCardShareType[i] = new QRadioButton(QString::fromUtf8(scopes[i]), cardTab);
-        m_optSVCardShareType[i]->setObjectName(QStringLiteral("optSVCardShareType_%1").arg(i));
-        cardGrid->addWidget(m_optSVCardShareType[i], row++, 0, 1, 4);
+        auto* scope = new QRadioButton(QString::fromUtf8(scopes[i]), cardTab);
+        scope->setObjectName(QStringLiteral("optSVCardShareType_%1").arg(i));
+        cardGrid->addWidget(scope, row++, 0, 1, 4);
     }
     cardGrid->setRowStretch(row, 1);
     m_tabs->addTab(cardTab, QStringLiteral("会员卡设置"));
@@ -124,7 +119,7 @@ void frmMemberConfig::buildUi()
     auto* valueGrid = new QGridLayout(valueTab);
     m_fltLeaveAmount = lineEdit(valueTab, "fltLeaveAmount");
     m_fltDailyAmtLimit = lineEdit(valueTab, "fltDailyAmtLimit");
-    m_fltMaxFillAmount = lineEdit(valueTab, "fltMaxFillAmount");
+    auto* fltMaxFillAmount = lineEdit(valueTab, "fltMaxFillAmount");
     m_fltMothlyAmtLimit = lineEdit(valueTab, "fltMothlyAmtLimit");
     m_fltLimitAmount = lineEdit(valueTab, "fltLimitAmount");
     valueGrid->addWidget(new QLabel(QStringLiteral("储值卡保底金额"), valueTab), 0, 0);
@@ -133,14 +128,13 @@ void frmMemberConfig::buildUi()
     valueGrid->addWidget(new QLabel(QStringLiteral("每日限额"), valueTab), 1, 0);
     valueGrid->addWidget(m_fltDailyAmtLimit, 1, 1);
     valueGrid->addWidget(new QLabel(QStringLiteral("储值卡最大充值金额"), valueTab), 2, 0);
-    valueGrid->addWidget(m_fltMaxFillAmount, 2, 1);
+    valueGrid->addWidget(fltMaxFillAmount, 2, 1);
     valueGrid->addWidget(new QLabel(QStringLiteral("每月限额"), valueTab), 3, 0);
     valueGrid->addWidget(m_fltMothlyAmtLimit, 3, 1);
-    m_chkAllowFillPlusAmt = checkBox(valueTab, "chkAllowFillPlusAmt", "储值卡充值金额允许为负");
-    m_chkPrintCardShowNum = checkBox(valueTab, "chkPrintCardShowNum", "POS消费时储值卡消费打印卡面号码");
     m_chkInputPSWOverLim = checkBox(valueTab, "chkInputPSWOverLim", "储值卡消费金额超过");
-    valueGrid->addWidget(m_chkAllowFillPlusAmt, 4, 0, 1, 3);
-    valueGrid->addWidget(m_chkPrintCardShowNum, 5, 0, 1, 3);
+    valueGrid->addWidget(checkBox(valueTab, "chkAllowFillPlusAmt", "储值卡充值金额允许为负"), 4, 0, 1, 3);
+    valueGrid->addWidget(checkBox(valueTab, "chkPrintCardShowNum", "POS消费时储值卡消费打印卡面号码"), 5, 0,
+                         1, 3);
     auto* limitRow = new QHBoxLayout;
     limitRow->addWidget(m_chkInputPSWOverLim);
     limitRow->addWidget(m_fltLimitAmount);
@@ -161,37 +155,56 @@ void frmMemberConfig::buildUi()
     buttons->addWidget(m_cmdExit);
     root->addLayout(buttons);
 
-    // Every edit marks the settings as changed, except while the screen is putting values in.
-    for (QComboBox* combo : {m_cmbMCType, m_cmbSVCType})
-        connect(combo, &QComboBox::currentIndexChanged, this, &frmMemberConfig::markChanged);
-    for (QLineEdit* edit : {m_txtCardNumProfix, m_txtCardNumSuffix, m_fltLeaveAmount, m_fltDailyAmtLimit,
-                            m_fltMaxFillAmount, m_fltMothlyAmtLimit, m_fltLimitAmount})
-        connect(edit, &QLineEdit::textChanged, this, &frmMemberConfig::markChanged);
-    for (QCheckBox* box : {m_chkGoodsPointWork, m_chkCoverCardNum, m_chkPrintCardNum, m_chkUptMemMsgDirect,
-                           m_chkPrintMemName, m_chkBranchShareMem, m_chkManPointRuleIndep, m_chkSetVipGift,
-                           m_chkAllowFillPlusAmt, m_chkPrintCardShowNum})
-        connect(box, &QCheckBox::clicked, this, &frmMemberConfig::markChanged);
-    for (QRadioButton* option : m_optSVCardShareType)
-        connect(option, &QRadioButton::clicked, this, &frmMemberConfig::markChanged);
-    // Amounts take the two-decimal format when the operator has typed one; stored values are
-    // shown and written back as they are.
-    for (QLineEdit* edit :
-         {m_fltLeaveAmount, m_fltDailyAmtLimit, m_fltMaxFillAmount, m_fltMothlyAmtLimit, m_fltLimitAmount}) {
-        edit->setValidator(new QRegularExpressionValidator(
-            QRegularExpression(QStringLiteral("-?[0-9]*\\.?[0-9]{0,2}")), edit));
-        connect(edit, &QLineEdit::editingFinished, this, [edit] {
-            if (edit->isModified()) edit->setText(amountText(edit->text().toStdString()));
-        });
-    }
-    // The password threshold only switches its amount field on and off.
-    connect(m_chkInputPSWOverLim, &QCheckBox::toggled, m_fltLimitAmount, &QWidget::setEnabled);
     connect(m_cmdSave, &QPushButton::clicked, this, &frmMemberConfig::onSave);
     connect(m_cmdExit, &QPushButton::clicked, this, &frmMemberConfig::onExit);
     connect(m_tabs, &QTabWidget::currentChanged, this, &frmMemberConfig::onTabChanged);
-
-    for (QWidget* child : findChildren<QWidget*>())
-        child->installEventFilter(this);
+    // The password threshold only switches its amount field on and off.
+    connect(m_chkInputPSWOverLim, &QCheckBox::toggled, m_fltLimitAmount, &QWidget::setEnabled);
     resize(560, 460);
+}
+
+QWidget* frmMemberConfig::control(const MemberSetting& setting) const
+{
+    const QString name =
+        setting.kind == SettingKind::Options ? q(setting.control) + "_0" : q(setting.control);
+    return findChild<QWidget*>(name);
+}
+
+void frmMemberConfig::connectChangeTracking()
+{
+    // Every edit marks the settings as changed, except while the screen is putting values in.
+    for (const MemberSetting& setting : kMemberSettings) {
+        if (!setting.marksChange) continue;
+        switch (setting.kind) {
+        case SettingKind::List:
+            connect(static_cast<QComboBox*>(control(setting)), &QComboBox::currentIndexChanged, this,
+                    &frmMemberConfig::markChanged);
+            break;
+        case SettingKind::Text:
+        case SettingKind::Amount:
+            connect(static_cast<QLineEdit*>(control(setting)), &QLineEdit::textChanged, this,
+                    &frmMemberConfig::markChanged);
+            break;
+        case SettingKind::Flag:
+            connect(static_cast<QCheckBox*>(control(setting)), &QCheckBox::clicked, this,
+                    &frmMemberConfig::markChanged);
+            break;
+        case SettingKind::Options:
+            for (int i = 0; i < 2; ++i)
+                connect(option(this, setting.control, i), &QRadioButton::clicked, this,
+                        &frmMemberConfig::markChanged);
+            break;
+        }
+        if (setting.kind == SettingKind::Amount) {
+            auto* edit = static_cast<QLineEdit*>(control(setting));
+            edit->setValidator(new QRegularExpressionValidator(
+                QRegularExpression(QStringLiteral("-?[0-9]*\\.?[0-9]{0,2}")), edit));
+            // What the operator typed takes the two-decimal format when the field is left.
+            connect(edit, &QLineEdit::editingFinished, this, [edit] {
+                if (edit->isModified()) edit->setText(q(amountText(edit->text().toStdString())));
+            });
+        }
+    }
 }
 
 void frmMemberConfig::loadForm()
@@ -201,12 +214,10 @@ void frmMemberConfig::loadForm()
     m_settings = {};
     m_haveSettings = false;
     try {
-        auto config = HostServices::instance().factory().createAs<platform::ConfigMaintain>(
-            "OrmexMCardManage.ConfigMaintain");
-        m_settings = config->getConfigInfo("VIP");
+        m_settings = frame::ConfigObject()->getConfigInfo("VIP");
         m_haveSettings = true;
     } catch (const std::exception& error) {
-        HostServices::instance().messages().error(error.what());
+        frame::Messages().error(error.what());
     }
     applyBranchRestrictions();
     if (m_haveSettings) showValues();
@@ -217,20 +228,21 @@ void frmMemberConfig::loadForm()
 
 void frmMemberConfig::prepareControls()
 {
-    for (QComboBox* combo : {m_cmbMCType, m_cmbSVCType}) {
+    m_loadedAmounts.clear();
+    for (QComboBox* combo : findChildren<QComboBox*>()) {
         combo->clear();
         combo->addItems({QStringLiteral("条码卡"), QStringLiteral("磁卡")});
         combo->setCurrentIndex(-1);
     }
-    for (QLineEdit* edit : {m_txtCardNumProfix, m_txtCardNumSuffix, m_fltLeaveAmount, m_fltDailyAmtLimit,
-                            m_fltMaxFillAmount, m_fltMothlyAmtLimit, m_fltLimitAmount})
+    for (QLineEdit* edit : findChildren<QLineEdit*>())
         edit->clear();
     for (QCheckBox* box : findChildren<QCheckBox*>())
         box->setChecked(false);
-    for (QRadioButton* option : m_optSVCardShareType) {
-        option->setAutoExclusive(false);
-        option->setChecked(false);
-        option->setAutoExclusive(true);
+    for (QRadioButton* scope : findChildren<QRadioButton*>()) {
+        scope->setAutoExclusive(false);
+        scope->setChecked(false);
+        scope->setAutoExclusive(true);
+        scope->setVisible(false);
     }
     for (QWidget* widget : findChildren<QWidget*>())
         widget->setEnabled(true);
@@ -238,8 +250,6 @@ void frmMemberConfig::prepareControls()
     m_chkSetVipGift->setVisible(false);
     m_lblScope->setVisible(false);
     m_scopeLine->setVisible(false);
-    for (QRadioButton* option : m_optSVCardShareType)
-        option->setVisible(false);
 }
 
 void frmMemberConfig::applyBranchRestrictions()
@@ -247,42 +257,66 @@ void frmMemberConfig::applyBranchRestrictions()
     const bool branch = frame::IsBranch();
     const bool shared = frame::IsStoredValueShared();
     m_linkedBranch = branch && shared;
-    if (m_linkedBranch) {
-        for (QWidget* widget : std::initializer_list<QWidget*>{
-                 m_cmbMCType, m_cmbSVCType, m_txtCardNumProfix, m_txtCardNumSuffix, m_fltLeaveAmount,
-                 m_fltDailyAmtLimit, m_fltMaxFillAmount, m_fltMothlyAmtLimit, m_chkAllowFillPlusAmt,
-                 m_chkInputPSWOverLim, m_fltLimitAmount, m_chkPrintCardShowNum})
-            widget->setEnabled(false);
-    }
+    if (m_linkedBranch)
+        for (const MemberSetting& setting : kMemberSettings)
+            if (!setting.linkedBranchEditable) control(setting)->setEnabled(false);
+    // Only headquarters, sharing its cards with the branches, decides who keeps the gifts.
     if (branch || !shared) m_chkSetVipGift->setEnabled(false);
 }
 
 void frmMemberConfig::showValues()
 {
-    auto stored = [this](const char* key) { return m_settings.text(key); };
-    auto listIndex = [&](const char* key) { return static_cast<int>(platform::numberOr0(stored(key))); };
-    m_cmbMCType->setCurrentIndex(listIndex("MCType"));
-    m_cmbSVCType->setCurrentIndex(listIndex("SVCType"));
-    m_txtCardNumProfix->setText(q(stored("CardNumProfix")));
-    m_txtCardNumSuffix->setText(q(stored("CardNumSuffix")));
-    const std::pair<QCheckBox*, const char*> boxes[] = {
-        {m_chkGoodsPointWork, "GoodsPointWork"},       {m_chkCoverCardNum, "CoverCardNum"},
-        {m_chkPrintCardNum, "PrintCardNum"},           {m_chkUptMemMsgDirect, "UptMemMsgDirect"},
-        {m_chkPrintMemName, "PrintMemName"},           {m_chkBranchShareMem, "BranchShareMem"},
-        {m_chkManPointRuleIndep, "ManPointRuleIndep"}, {m_chkSetVipGift, "SetVipGiftAtZb"},
-        {m_chkAllowFillPlusAmt, "AllowFillPlusAmt"},   {m_chkPrintCardShowNum, "PrintCardShowNum"},
-        {m_chkInputPSWOverLim, "InputPSWOverLim"},
-    };
-    for (const auto& [box, key] : boxes)
-        box->setChecked(platform::numberOr0(stored(key)) == 1.0);
-    const int scope = listIndex("SVCardShareType");
-    if (scope == 0 || scope == 1) m_optSVCardShareType[scope]->setChecked(true);
-    m_fltLeaveAmount->setText(q(stored("LeaveAmount")));
-    m_fltDailyAmtLimit->setText(q(stored("DailyAmtLimit")));
-    m_fltMaxFillAmount->setText(q(stored("MaxFillAmount")));
-    m_fltMothlyAmtLimit->setText(q(stored("MothlyAmtLimit")));
-    m_fltLimitAmount->setText(q(stored("LimitAmount")));
+    for (const MemberSetting& setting : kMemberSettings)
+        showValue(setting, m_settings.text(setting.key));
     m_fltLimitAmount->setEnabled(m_chkInputPSWOverLim->isChecked() && m_chkInputPSWOverLim->isEnabled());
+}
+
+void frmMemberConfig::showValue(const MemberSetting& setting, const std::string& stored)
+{
+    QWidget* widget = control(setting);
+    const int index = static_cast<int>(platform::numberOr0(stored));
+    switch (setting.kind) {
+    case SettingKind::List:
+        static_cast<QComboBox*>(widget)->setCurrentIndex(index);
+        break;
+    case SettingKind::Text:
+        static_cast<QLineEdit*>(widget)->setText(q(stored));
+        break;
+    case SettingKind::Flag:
+        static_cast<QCheckBox*>(widget)->setChecked(platform::numberOr0(stored) == 1.0);
+        break;
+    case SettingKind::Options:
+        if (index == 0 || index == 1) option(this, setting.control, index)->setChecked(true);
+        break;
+    case SettingKind::Amount: {
+        const std::string shown = amountText(stored);
+        m_loadedAmounts[std::string(setting.key)] = {shown, stored};
+        static_cast<QLineEdit*>(widget)->setText(q(shown));
+        break;
+    }
+    }
+}
+
+std::string frmMemberConfig::controlValue(const MemberSetting& setting) const
+{
+    const QWidget* widget = control(setting);
+    switch (setting.kind) {
+    case SettingKind::List:
+        return std::to_string(static_cast<const QComboBox*>(widget)->currentIndex());
+    case SettingKind::Text:
+        return static_cast<const QLineEdit*>(widget)->text().toStdString();
+    case SettingKind::Flag:
+        return static_cast<const QCheckBox*>(widget)->isChecked() ? "1" : "0";
+    case SettingKind::Options:
+        return option(this, setting.control, 0)->isChecked() ? "0" : "1";
+    case SettingKind::Amount: {
+        const std::string text = static_cast<const QLineEdit*>(widget)->text().toStdString();
+        const auto loaded = m_loadedAmounts.find(setting.key);
+        if (loaded != m_loadedAmounts.end() && loaded->second.first == text) return loaded->second.second;
+        return text;
+    }
+    }
+    return {};
 }
 
 void frmMemberConfig::markChanged()
@@ -294,38 +328,18 @@ void frmMemberConfig::markChanged()
 
 platform::FieldMap frmMemberConfig::currentValues() const
 {
-    auto flag = [](const QCheckBox* box) { return std::string(box->isChecked() ? "1" : "0"); };
     platform::FieldMap values;
-    values.set("MCType", std::to_string(m_cmbMCType->currentIndex()));
-    values.set("SVCType", std::to_string(m_cmbSVCType->currentIndex()));
-    values.set("CardNumProfix", s(m_txtCardNumProfix->text()));
-    values.set("CardNumSuffix", s(m_txtCardNumSuffix->text()));
-    values.set("GoodsPointWork", flag(m_chkGoodsPointWork));
-    values.set("CoverCardNum", flag(m_chkCoverCardNum));
-    values.set("PrintCardNum", flag(m_chkPrintCardNum));
-    values.set("UptMemMsgDirect", flag(m_chkUptMemMsgDirect));
-    values.set("PrintMemName", flag(m_chkPrintMemName));
-    values.set("BranchShareMem", flag(m_chkBranchShareMem));
-    values.set("ManPointRuleIndep", flag(m_chkManPointRuleIndep));
-    values.set("SetVipGiftAtZb", flag(m_chkSetVipGift));
-    values.set("SVCardShareType", m_optSVCardShareType[0]->isChecked() ? "0" : "1");
-    values.set("LeaveAmount", s(m_fltLeaveAmount->text()));
-    values.set("DailyAmtLimit", s(m_fltDailyAmtLimit->text()));
-    values.set("MaxFillAmount", s(m_fltMaxFillAmount->text()));
-    values.set("MothlyAmtLimit", s(m_fltMothlyAmtLimit->text()));
-    values.set("AllowFillPlusAmt", flag(m_chkAllowFillPlusAmt));
-    values.set("PrintCardShowNum", flag(m_chkPrintCardShowNum));
-    values.set("InputPSWOverLim", flag(m_chkInputPSWOverLim));
-    values.set("LimitAmount", s(m_fltLimitAmount->text()));
+    for (const MemberSetting& setting : kMemberSettings)
+        values.set(setting.key, controlValue(setting));
     return values;
 }
 
 bool frmMemberConfig::validate()
 {
-    const std::string message =
-        checkSpendingLimits(s(m_fltDailyAmtLimit->text()), s(m_fltMothlyAmtLimit->text()));
+    const std::string message = checkSpendingLimits(m_fltDailyAmtLimit->text().toStdString(),
+                                                    m_fltMothlyAmtLimit->text().toStdString());
     if (message.empty()) return true;
-    HostServices::instance().messages().message(message);
+    frame::Messages().message(message);
     m_tabs->setCurrentIndex(1);
     m_fltMothlyAmtLimit->setFocus();
     return false;
@@ -335,15 +349,22 @@ bool frmMemberConfig::save()
 {
     bool saved = false;
     try {
-        std::string batch = buildSettingsSaveBatch(currentValues());
+        const platform::FieldMap values = currentValues();
+        std::string batch = buildSettingsSaveBatch(values);
         m_settings = {};
         m_haveSettings = false;
-        auto config = HostServices::instance().factory().createAs<platform::ConfigMaintain>(
-            "OrmexMCardManage.ConfigMaintain");
-        saved = config->saveConfigInfo(batch);
-        if (saved) m_cmdSave->setEnabled(false);
+        saved = frame::ConfigObject()->saveConfigInfo(batch);
+        if (saved) {
+            m_cmdSave->setEnabled(false);
+            // What the amount fields show now is what is stored.
+            for (const MemberSetting& setting : kMemberSettings)
+                if (setting.kind == SettingKind::Amount)
+                    m_loadedAmounts[std::string(setting.key)] = {
+                        static_cast<QLineEdit*>(control(setting))->text().toStdString(),
+                        values.text(setting.key)};
+        }
     } catch (const std::exception& error) {
-        HostServices::instance().messages().error(error.what());
+        frame::Messages().error(error.what());
         saved = false;
     }
     m_changed = false;
@@ -355,35 +376,29 @@ void frmMemberConfig::onSave()
     if (validate()) save();
 }
 
-bool frmMemberConfig::confirmExit(bool fromButton)
+bool frmMemberConfig::queryUnload()
 {
     if (!m_changed) return true;
-    if (!HostServices::instance().messages().question("数据已经修改，是否保存？")) {
+    if (!frame::Messages().question("数据已经修改，是否保存？")) {
         m_changed = false;
         return true;
     }
-    const bool ok = validate() && save();
-    return ok || !fromButton;
+    // A save that fails keeps the screen open after the exit button; any other close goes on.
+    const bool saved = validate() && save();
+    return saved || !m_exitButton;
+}
+
+void frmMemberConfig::unloadForm()
+{
+    m_settings = {};
+    m_haveSettings = false;
 }
 
 void frmMemberConfig::onExit()
 {
-    if (!confirmExit(true)) return;
-    m_closingByButton = true;
+    m_exitButton = true;
     close();
-    m_closingByButton = false;
-}
-
-void frmMemberConfig::closeEvent(QCloseEvent* event)
-{
-    if (!m_closingByButton && !confirmExit(false)) {
-        event->ignore();
-        return;
-    }
-    m_settings = {};
-    m_haveSettings = false;
-    event->accept();
-    frame::ModuleForm::closeEvent(event);
+    m_exitButton = false;
 }
 
 void frmMemberConfig::onTabChanged(int index)
@@ -393,33 +408,6 @@ void frmMemberConfig::onTabChanged(int index)
         m_cmbMCType->setFocus();
     else
         m_fltLeaveAmount->setFocus();
-}
-
-void frmMemberConfig::keyPressEvent(QKeyEvent* event)
-{
-    // Enter moves on like Tab instead of pressing a default button.
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        focusNextChild();
-        return;
-    }
-    frame::ModuleForm::keyPressEvent(event);
-}
-
-bool frmMemberConfig::eventFilter(QObject* watched, QEvent* event)
-{
-    if (event->type() == QEvent::KeyPress) {
-        auto* key = static_cast<QKeyEvent*>(event);
-        if (key->key() == Qt::Key_Tab && (key->modifiers() & Qt::ControlModifier)) {
-            m_tabs->setCurrentIndex((m_tabs->currentIndex() + 1) % m_tabs->count());
-            return true;
-        }
-        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
-            !qobject_cast<QPushButton*>(watched)) {
-            focusNextChild();
-            return true;
-        }
-    }
-    return frame::ModuleForm::eventFilter(watched, event);
 }
 
 } // namespace ormex::module::settings

@@ -2,22 +2,25 @@
 
 #include "module/frame/ModuleForm.h"
 
+#include <map>
+#include <string>
+
+#include "MemberSettingsKeys.h"
 #include "platform/FieldMap.h"
 
 class QCheckBox;
 class QComboBox;
+class QFrame;
 class QLabel;
 class QLineEdit;
-class QRadioButton;
-class QTabWidget;
 class QPushButton;
-class QFrame;
+class QTabWidget;
 
 namespace ormex::module::settings {
 
 // 会员设置: the company-wide member-card settings of category "VIP". Loads them through the
 // configuration object, tracks changes, checks the spending limits and writes all keys back in
-// one batch of updates.
+// one batch of updates. Which control shows which key, and how, is the table kMemberSettings.
 class frmMemberConfig : public frame::ModuleForm
 {
 public:
@@ -38,55 +41,46 @@ public:
     platform::FieldMap currentValues() const;
 
 protected:
-    void closeEvent(QCloseEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
+    // The exit flow: asks "数据已经修改，是否保存？" when something changed.
+    bool queryUnload() override;
+    void unloadForm() override;
 
 private:
     void buildUi();
+    void connectChangeTracking();
     void prepareControls();
     void applyBranchRestrictions();
     void showValues();
+    void showValue(const MemberSetting& setting, const std::string& stored);
+    std::string controlValue(const MemberSetting& setting) const;
+    QWidget* control(const MemberSetting& setting) const;
     void markChanged();
     void onSave();
     void onExit();
     void onTabChanged(int index);
-    // The exit flow; `fromButton` keeps the screen open when a save fails.
-    bool confirmExit(bool fromButton);
 
     QTabWidget* m_tabs = nullptr;
     QComboBox* m_cmbMCType = nullptr;
-    QComboBox* m_cmbSVCType = nullptr;
-    QLineEdit* m_txtCardNumProfix = nullptr;
-    QLineEdit* m_txtCardNumSuffix = nullptr;
-    QCheckBox* m_chkGoodsPointWork = nullptr;
-    QCheckBox* m_chkCoverCardNum = nullptr;
-    QCheckBox* m_chkPrintCardNum = nullptr;
-    QCheckBox* m_chkUptMemMsgDirect = nullptr;
-    QCheckBox* m_chkPrintMemName = nullptr;
-    QCheckBox* m_chkBranchShareMem = nullptr;
-    QCheckBox* m_chkManPointRuleIndep = nullptr;
     QCheckBox* m_chkSetVipGift = nullptr;
+    QCheckBox* m_chkInputPSWOverLim = nullptr;
     QLabel* m_lblScope = nullptr;
     QFrame* m_scopeLine = nullptr;
-    QRadioButton* m_optSVCardShareType[2] = {nullptr, nullptr};
     QLineEdit* m_fltLeaveAmount = nullptr;
     QLineEdit* m_fltDailyAmtLimit = nullptr;
-    QLineEdit* m_fltMaxFillAmount = nullptr;
     QLineEdit* m_fltMothlyAmtLimit = nullptr;
     QLineEdit* m_fltLimitAmount = nullptr;
-    QCheckBox* m_chkAllowFillPlusAmt = nullptr;
-    QCheckBox* m_chkPrintCardShowNum = nullptr;
-    QCheckBox* m_chkInputPSWOverLim = nullptr;
     QPushButton* m_cmdSave = nullptr;
     QPushButton* m_cmdExit = nullptr;
 
     platform::FieldMap m_settings;
+    // What each amount field showed when loaded, and the value stored then: a field still
+    // showing that text is written back exactly as stored.
+    std::map<std::string, std::pair<std::string, std::string>, std::less<>> m_loadedAmounts;
     bool m_haveSettings = false;
     bool m_loading = false;
     bool m_changed = false;
     bool m_linkedBranch = false;
-    bool m_closingByButton = false;
+    bool m_exitButton = false;
 };
 
 } // namespace ormex::module::settings

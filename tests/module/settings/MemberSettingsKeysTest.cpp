@@ -8,8 +8,8 @@ using ormex::platform::FieldMap;
 TEST(MemberSettingsBatch, UpdatesEveryKeyInOrderWithReaderQuotesDoubled)
 {
     FieldMap values;
-    for (auto key : kMemberSettingKeys)
-        values.set(key, std::string(key) + "'v");
+    for (const auto& setting : kMemberSettings)
+        values.set(setting.key, std::string(setting.key) + "'v");
     values.set("CardNumProfix", "A'B");
     const std::string batch = buildSettingsSaveBatch(values);
 
@@ -25,7 +25,8 @@ TEST(MemberSettingsBatch, UpdatesEveryKeyInOrderWithReaderQuotesDoubled)
         std::string::npos);
 
     std::size_t lines = 0, last = 0;
-    for (auto key : kMemberSettingKeys) {
+    for (const auto& setting : kMemberSettings) {
+        const std::string key(setting.key);
         const std::size_t at = batch.find("(FKey = '" + std::string(key) + "')");
         ASSERT_NE(at, std::string::npos) << key;
         EXPECT_GT(at + 1, last) << key << " out of order";

@@ -47,7 +47,8 @@ public:
     explicit SettingsScreen(test::TestHostOptions options = {}) : host(options)
     {
         std::string values;
-        for (auto key : module::settings::kMemberSettingKeys) {
+        for (const auto& setting : module::settings::kMemberSettings) {
+            const std::string_view key = setting.key;
             std::string value = "0";
             if (key == "MCType" || key == "InputPSWOverLim" || key == "SetVipGiftAtZb" ||
                 key == "SVCardShareType")
@@ -93,7 +94,7 @@ TEST(MemberSettingsScreen, LoadsTheStoredValues)
     EXPECT_EQ(t.get<QComboBox>("cmbMCType")->currentText(), "磁卡");
     EXPECT_EQ(t.get<QComboBox>("cmbSVCType")->currentText(), "条码卡");
     EXPECT_EQ(t.get<QLineEdit>("txtCardNumProfix")->text(), ";");
-    EXPECT_EQ(t.get<QLineEdit>("fltDailyAmtLimit")->text(), "200");
+    EXPECT_EQ(t.get<QLineEdit>("fltDailyAmtLimit")->text(), "200.00") << "amounts show two decimals";
     EXPECT_TRUE(t.get<QCheckBox>("chkInputPSWOverLim")->isChecked());
     EXPECT_TRUE(t.get<QLineEdit>("fltLimitAmount")->isEnabled());
     EXPECT_FALSE(t.get<QCheckBox>("ChkSetVipGift")->isVisible());
@@ -206,6 +207,40 @@ TEST(MemberSettingsScreen, ExitAsksOnlyWhenSomethingChanged)
         t.get<QPushButton>("cmdExit")->click();
         EXPECT_TRUE(t.host.messages().shown().empty()) << "after a save exit closes at once";
     }
+}
+
+TEST(MemberSettingsScreen, EscAsksTheExitQuestionToo)
+{
+    QKeyEvent esc(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    {
+        SettingsScreen t;
+        t.screen.show();
+        t.get<QCheckBox>("chkCoverCardNum")->click();
+        t.host.messages().answer(false);
+        QApplication::sendEvent(&t.screen, &esc);
+        EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{"数据已经修改，是否保存？"});
+        EXPECT_FALSE(t.screen.isVisible());
+        EXPECT_EQ(t.stored("CoverCardNum"), "0") << "No discards the change";
+    }
+    {
+        SettingsScreen t;
+        t.screen.show();
+        t.get<QCheckBox>("chkCoverCardNum")->click();
+        t.host.messages().answer(true);
+        QApplication::sendEvent(&t.screen, &esc);
+        EXPECT_FALSE(t.screen.isVisible());
+        EXPECT_EQ(t.stored("CoverCardNum"), "1") << "Yes saves it";
+        EXPECT_EQ(t.stored("DailyAmtLimit"), "200") << "an amount nobody touched is written back as stored";
+    }
+}
+
+TEST(MemberSettingsScreen, AMissingKeyIsNeverWrittenEmpty)
+{
+    platform::FieldMap values;
+    for (const auto& setting : module::settings::kMemberSettings)
+        values.set(setting.key, "1");
+    values.remove("LimitAmount");
+    EXPECT_THROW(module::settings::buildSettingsSaveBatch(values), std::invalid_argument);
 }
 
 TEST(MemberSettingsScreen, KeysMoveOnAndCloseAsksToo)
