@@ -16,6 +16,7 @@
 #include "module/frame/Grid.h"
 #include "module/frame/GridHelpers.h"
 #include "module/frame/GridLayout.h"
+#include "module/widgets/CodeList.h"
 #include "module/widgets/InputField.h"
 #include "platform/Clock.h"
 #include "platform/Text.h"
@@ -71,12 +72,6 @@ const DetailField kDetails[15] = {
     {"民族：", "nation"},
 };
 
-// What a list entry shows: the name before the "|" (the code behind it stays in the entry).
-QString shownText(const std::string& entry)
-{
-    return QString::fromStdString(platform::trimRight(entry.substr(0, entry.find('|'))));
-}
-
 const platform::FieldMap* findCard(const platform::RecordList& list, const std::string& cardId)
 {
     for (const auto& item : list)
@@ -109,10 +104,8 @@ void frmMCCheck::buildUi()
     m_iptCon[3] = new widgets::InputField("iptCon_3", QString(), this);
     m_iptCon[5] = new widgets::InputField("iptCon_5", QStringLiteral("分店机构："), this);
     m_iptCon[6] = new widgets::InputField("iptCon_6", QStringLiteral("手机："), this);
-    m_operators = new QComboBox(this);
-    m_operators->setObjectName("iptCon_2");
-    m_statuses = new QComboBox(this);
-    m_statuses->setObjectName("iptCon_4");
+    m_operators = new widgets::CodeList("iptCon_2", this);
+    m_statuses = new widgets::CodeList("iptCon_4", this);
     auto listRow = [this](const QString& caption, QComboBox* list) {
         auto* row = new QHBoxLayout;
         auto* label = new QLabel(caption, this);
@@ -183,14 +176,9 @@ void frmMCCheck::loadForm()
         if (field) field->clear();
     for (auto* field : m_iptMember)
         field->clear();
-    m_operators->clear();
-    for (const auto& entry : approvalOperatorEntries())
-        m_operators->addItem(shownText(entry), QString::fromStdString(entry));
+    m_operators->setEntries(approvalOperatorEntries());
     m_operators->setCurrentIndex(0);
-    m_statuses->clear();
-    for (const auto& entry : approvalStatusEntries())
-        m_statuses->addItem(shownText(entry), QString::fromStdString(entry));
-    m_statuses->setCurrentIndex(-1);
+    m_statuses->setEntries(approvalStatusEntries());
     m_iptCon[3]->setText(QString::fromStdString(platform::today().toString()));
     m_chkSel->setChecked(false);
     frame::ApplyLayout(*m_grid, kCardListLayout, {.resetRows = true, .rowNumberColumn = false});
@@ -206,10 +194,9 @@ ApprovalConditionInput frmMCCheck::conditionInput() const
     ApprovalConditionInput input;
     input.cardId = m_iptCon[0]->textStd();
     input.name = m_iptCon[1]->textStd();
-    input.operatorEntry = m_operators->currentData().toString().toStdString();
+    input.operatorEntry = m_operators->entry();
     input.date = m_iptCon[3]->textStd();
-    input.statusEntry =
-        m_statuses->currentIndex() < 0 ? std::string() : m_statuses->currentData().toString().toStdString();
+    input.statusEntry = m_statuses->entry();
     input.branchNo = m_iptCon[5]->textStd();
     input.mobile = m_iptCon[6]->textStd();
     return input;

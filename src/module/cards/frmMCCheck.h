@@ -16,8 +16,9 @@ namespace ormex::module::frame {
 class Grid;
 }
 namespace ormex::module::widgets {
+class CodeList;
 class InputField;
-}
+} // namespace ormex::module::widgets
 
 namespace ormex::module::cards {
 
@@ -41,8 +42,8 @@ public:
 
     frame::Grid* grid() const { return m_grid; }
     widgets::InputField* conditionField(int index) const { return m_iptCon[static_cast<std::size_t>(index)]; }
-    QComboBox* operatorList() const { return m_operators; }
-    QComboBox* statusList() const { return m_statuses; }
+    widgets::CodeList* operatorList() const { return m_operators; }
+    widgets::CodeList* statusList() const { return m_statuses; }
     widgets::InputField* detailField(int index) const { return m_iptMember[static_cast<std::size_t>(index)]; }
     QCheckBox* selectAll() const { return m_chkSel; }
 
@@ -50,8 +51,8 @@ private:
     void buildUi();
 
     std::array<widgets::InputField*, 7> m_iptCon{};
-    QComboBox* m_operators = nullptr;
-    QComboBox* m_statuses = nullptr;
+    widgets::CodeList* m_operators = nullptr;
+    widgets::CodeList* m_statuses = nullptr;
     std::array<widgets::InputField*, 15> m_iptMember{};
     frame::Grid* m_grid = nullptr;
     QCheckBox* m_chkSel = nullptr;

@@ -37,7 +37,8 @@ QWidget* GridCellEditor::createEditor(QWidget* parent, const QStyleOptionViewIte
         if (isNumberType(column.type)) {
             const int decimals = column.type == CellType::Integer ? 0 : column.decimals;
             const QString sign = column.minimum < 0 ? QStringLiteral("-?") : QString();
-            const QString fraction = decimals > 0 ? QStringLiteral("(\\.[0-9]{0,%1})?").arg(decimals) : QString();
+            const QString fraction =
+                decimals > 0 ? QStringLiteral("(\\.[0-9]{0,%1})?").arg(decimals) : QString();
             edit->setValidator(
                 new QRegularExpressionValidator(QRegularExpression(sign + "[0-9]*" + fraction), edit));
             edit->setAlignment(Qt::AlignRight | Qt::AlignVCenter);

@@ -10,7 +10,10 @@ const GridLayout* LayoutStore::find(const std::string& key) const
     return it == m_layouts.end() ? nullptr : &it->second;
 }
 
-void FieldColumnMap::set(const std::string& field, int column) { m_columns[platform::toLowerAscii(field)] = column; }
+void FieldColumnMap::set(const std::string& field, int column)
+{
+    m_columns[platform::toLowerAscii(field)] = column;
+}
 
 int FieldColumnMap::column(const std::string& field) const
 {
@@ -18,7 +21,10 @@ int FieldColumnMap::column(const std::string& field) const
     return it == m_columns.end() ? -1 : it->second;
 }
 
-int TwipsToPixels(int twips) { return (twips + 7) / 15; }
+int TwipsToPixels(int twips)
+{
+    return (twips + 7) / 15;
+}
 
 FieldColumnMap ApplyLayout(Grid& grid, const GridLayout& layout, LayoutOptions options)
 {
@@ -48,7 +54,8 @@ FieldColumnMap ApplyLayout(Grid& grid, const GridLayout& layout, LayoutOptions o
                 column.minimum = d.format->minimum;
                 column.maximum = d.format->maximum;
             } else if (column.type == CellType::Number || column.type == CellType::Integer) {
-                column.decimals = platform::iequals(d.field, "FItemNum") || column.type == CellType::Integer ? 0 : 2;
+                column.decimals =
+                    platform::iequals(d.field, "FItemNum") || column.type == CellType::Integer ? 0 : 2;
                 column.minimum = 0;
                 column.maximum = 999999999.99;
             }

@@ -17,8 +17,7 @@ namespace {
 template <class T> T* ancestorOf(QWidget* widget)
 {
     for (QWidget* w = widget; w; w = w->parentWidget())
-        if (auto* found = qobject_cast<T*>(w))
-            return found;
+        if (auto* found = qobject_cast<T*>(w)) return found;
     return nullptr;
 }
 
@@ -39,7 +38,8 @@ protected:
         auto* widget = static_cast<QWidget*>(watched);
         if (!m_screen || (widget != m_screen && !m_screen->isAncestorOf(widget))) return false;
         auto* key = static_cast<QKeyEvent*>(event);
-        if (key->key() == Qt::Key_Tab && (key->modifiers() & Qt::ControlModifier) && m_tabs && m_tabs->count() > 0) {
+        if (key->key() == Qt::Key_Tab && (key->modifiers() & Qt::ControlModifier) && m_tabs &&
+            m_tabs->count() > 0) {
             m_tabs->setCurrentIndex((m_tabs->currentIndex() + 1) % m_tabs->count());
             return true;
         }
@@ -56,7 +56,8 @@ private:
     {
         if (qobject_cast<QAbstractButton*>(widget) || ancestorOf<QAbstractItemView>(widget)) return false;
         if (auto* combo = ancestorOf<QComboBox>(widget); combo && combo->view()->isVisible()) return false;
-        if (auto* field = ancestorOf<widgets::InputField>(widget); field && field->handlesEnter()) return false;
+        if (auto* field = ancestorOf<widgets::InputField>(widget); field && field->handlesEnter())
+            return false;
         return true;
     }
 
@@ -68,11 +69,18 @@ private:
 
 bool isCardNumberKey(char32_t ch)
 {
-    return (ch >= U'0' && ch <= U'9') || (ch >= U'a' && ch <= U'z') || (ch >= U'A' && ch <= U'Z') || ch == U'\b';
+    return (ch >= U'0' && ch <= U'9') || (ch >= U'a' && ch <= U'z') || (ch >= U'A' && ch <= U'Z') ||
+           ch == U'\b';
 }
 
-void UseCardNumberKeys(widgets::InputField& field) { field.setKeyFilter(&isCardNumberKey); }
+void UseCardNumberKeys(widgets::InputField& field)
+{
+    field.setKeyFilter(&isCardNumberKey);
+}
 
-void InstallScreenKeys(QWidget& screen, QTabWidget* tabs) { new ScreenKeyFilter(screen, tabs); }
+void InstallScreenKeys(QWidget& screen, QTabWidget* tabs)
+{
+    new ScreenKeyFilter(screen, tabs);
+}
 
 } // namespace ormex::module::frame

@@ -22,8 +22,7 @@ void TaskHandle::release()
 {
     // CommitTask clears the handle once the host has released the task; a handle it could not
     // release stays, so the next renewal or the screen's close tries again.
-    if (m_handle > 0)
-        CommitTask(m_handle);
+    if (m_handle > 0) CommitTask(m_handle);
 }
 
 } // namespace ormex::module::frame

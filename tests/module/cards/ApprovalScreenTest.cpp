@@ -13,6 +13,7 @@
 #include "host/core/ApprovalMaintain.h"
 #include "module/cards/frmMCCheck.h"
 #include "module/frame/Grid.h"
+#include "module/widgets/CodeList.h"
 #include "module/widgets/InputField.h"
 #include "support/TestHost.h"
 
