@@ -36,7 +36,8 @@ std::string DeductionGroup(const PointsSession& s, int n, const std::string& car
 std::string ClearingGroup(const PointsSession& s, const std::string& card, double shown, double remaining);
 
 // The one T_Pos_VipPointClear row of a clearing commit, with CRLF in front.
-std::string PointClearRecord(const std::string& address, const std::string& machine, const std::string& userId);
+std::string PointClearRecord(const std::string& address, const std::string& machine,
+                             const std::string& userId);
 
 // A gift of the exchange, as its grid row holds it.
 struct ExchangedGift

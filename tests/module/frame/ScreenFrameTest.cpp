@@ -19,7 +19,9 @@ using module::frame::TaskHandle;
 TEST(TaskHandle, RenewsAndReleasesItsTask)
 {
     test::TestHost host;
-    auto tasks = [&] { return host.branch().rows("select FTaskNo, FItem, FCode from t_NetTask order by FTaskHandle"); };
+    auto tasks = [&] {
+        return host.branch().rows("select FTaskNo, FItem, FCode from t_NetTask order by FTaskHandle");
+    };
     {
         TaskHandle task;
         EXPECT_GT(task.renew(2002, platform::Value("C1"), "hy0008"), 0);
