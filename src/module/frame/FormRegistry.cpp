@@ -2,15 +2,22 @@
 
 #include "module/cards/frmMCCheck.h"
 #include "module/cards/frmMemCardManage.h"
+#include "module/points/frmPointManage.h"
 #include "module/settings/frmMemberConfig.h"
 
 namespace ormex::module::frame {
 
 FormRegistry::FormRegistry()
 {
+    addScreens();
+}
+
+void FormRegistry::addScreens()
+{
     add(1, [] { return std::make_unique<cards::frmMemCardManage>(); });
     add(2, [] { return std::make_unique<settings::frmMemberConfig>(); });
     add(3, [] { return std::make_unique<cards::frmMCCheck>(); });
+    add(4, [] { return std::make_unique<points::frmPointManage>(); });
 }
 
 FormRegistry& FormRegistry::instance()

@@ -18,6 +18,8 @@ public:
     static FormRegistry& instance();
 
     void add(int funcId, Factory factory);
+    // Registers the component's own screens again (after a test replaced one).
+    void addScreens();
     void remove(int funcId);
     bool has(int funcId) const { return m_factories.count(funcId) > 0; }
     // The screen of a function number, created when it does not exist yet; nullptr when the

@@ -1,0 +1,128 @@
+// The commit of the points screen, the same on its three tabs: the OK button's flow and Save,
+// which turns the tab's save package into one batch, runs it, logs it and, for the operations
+// headquarters must see, replays it there.
+#include "frmPointManage.h"
+
+#include <QProgressBar>
+#include <QRadioButton>
+
+#include "PointsStatements.h"
+#include "module/frame/Gateway.h"
+#include "module/frame/Grid.h"
+#include "module/frame/Session.h"
+#include "module/hq/HqLink.h"
+#include "module/hq/OperationLog.h"
+#include "module/widgets/InputField.h"
+
+namespace ormex::module::points {
+
+namespace {
+
+constexpr long kCardTask = 2002;
+
+} // namespace
+
+void frmPointManage::onOk()
+{
+    if (!(m_changed[0] || m_changed[1] || m_changed[2])) return;
+    const int tab = m_tabs->currentIndex();
+    frame::Grid& grid = *m_grids[static_cast<std::size_t>(tab)];
+    if (grid.rowCount() == 0) return;
+    const frame::SavePackage rows = savePackage(tab);
+
+    std::string prompt;
+    std::string right;
+    if (tab == PointsTab) {
+        right = "hy0008";
+        switch (operation()) {
+        case Reward:
+            prompt = "是否确定对列表中会员进行积分奖励？";
+            break;
+        case Deduction:
+            if (!hq::CheckHQOnline(hq::HQOperation::PointsDeduction)) return;
+            prompt = "是否确定对列表中会员进行积分冲减";
+            break;
+        case Clearing:
+            prompt = "你确认现在对列表中的会员进行积分清零操作？";
+            break;
+        }
+    } else if (tab == GiftSettingsTab) {
+        prompt = "确定保存礼品设置修改？";
+    } else {
+        if (!confirmExchange(prompt)) return;
+        right = "hy0007";
+    }
+    if (!frame::Messages().question(prompt)) return;
+
+    SetControlEnable(false);
+    m_committing = true;
+    if (tab != GiftSettingsTab)
+        m_task.renew(kCardTask, platform::Value(m_itNo[static_cast<std::size_t>(tab)]->textStd()), right);
+    m_messageShown = false;
+    const bool saved = Save(&rows, tab);
+    m_committing = false;
+    SetControlEnable(true);
+    if (!saved) {
+        if (!m_messageShown)
+            frame::Messages().message("保存数据失败！", "提示", platform::MessageIcon::Information);
+        return;
+    }
+    m_changed[static_cast<std::size_t>(tab)] = false;
+    m_itNo[static_cast<std::size_t>(tab)]->setFocus();
+}
+
+bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
+{
+    if (!rows) return false;
+    bool result = false;
+    try {
+        std::string logText = tabCaption(tab);
+        std::string batch;
+        bool built = true;
+        switch (tab) {
+        case PointsTab:
+            built = savePoints(*rows, batch, logText);
+            break;
+        case GiftSettingsTab:
+            built = saveGiftSettings(*rows, batch);
+            break;
+        case ExchangeTab:
+            built = saveExchange(*rows, batch);
+            break;
+        default:
+            break;
+        }
+        if (!built) {
+            m_progress->setValue(m_progress->maximum());
+            return false;
+        }
+        if (tab == GiftSettingsTab && !batch.empty()) batch = giftCatalogueEmptying() + batch;
+        if (batch.empty()) {
+            result = m_optPoint[Clearing]->isChecked();
+        } else {
+            if (tab == PointsTab && operation() == Clearing)
+                batch += PointClearRecord(frame::GetTcpAddress(), frame::GetMachineName(), m_userId);
+            frame::CardObject()->executeSql(frame::GetPropsString(), batch);
+            hq::WriteLocalLog("积分管理---", logText);
+            if ((tab == PointsTab && operation() == Deduction) || tab == ExchangeTab)
+                hq::LogOnHQ(batch, static_cast<hq::HQOperation>(tab / 2));
+            result = true;
+            onQuery(tab);
+        }
+    } catch (const std::exception& error) {
+        frame::Messages().error(error.what());
+        result = false;
+    }
+    m_progress->setValue(m_progress->maximum());
+    return result;
+}
+
+void frmPointManage::refuse(const std::string& message, int row, const char* field)
+{
+    frame::Messages().message(message, "提示", platform::MessageIcon::Information);
+    frame::Grid& grid = *m_grids[static_cast<std::size_t>(m_tabs->currentIndex())];
+    grid.setActiveCell(row, grid.columnOf(field));
+    m_messageShown = true;
+}
+
+} // namespace ormex::module::points

@@ -1,0 +1,268 @@
+// Tab 0 of the points screen, "积分增减": the member query, the three operations and their
+// statements, batch fill and the lookups of its boxes.
+#include "frmPointManage.h"
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+
+#include "PointsStatements.h"
+#include "module/frame/CardRules.h"
+#include "module/frame/Gateway.h"
+#include "module/frame/Grid.h"
+#include "module/hq/HqLink.h"
+#include "module/widgets/CodeList.h"
+#include "module/widgets/InputField.h"
+#include "platform/NumberText.h"
+#include "platform/Text.h"
+
+namespace ormex::module::points {
+
+namespace {
+
+// The cards the member lookup and query of this tab offer: points cards in normal use.
+constexpr const char* kPointsCardFilter = " FAccFlag=1 and FCardStatus='0' ";
+
+} // namespace
+
+void frmPointManage::onQuery(int tab)
+{
+    if (tab == PointsTab) queryMembers();
+    // The gift tabs query in their own way (catalogue, card and its gifts).
+    if (tab == GiftSettingsTab) queryGiftCatalogue();
+    if (tab == ExchangeTab) queryExchangeCard();
+}
+
+void frmPointManage::queryMembers(const std::string& extra)
+{
+    std::string condition = " FAccFlag=1 and (FCardStatus=" + std::string("0") + " )  ";
+    if (!extra.empty()) condition += " and  " + extra + "\r\n";
+    const std::string number = m_itNo[0]->textStd();
+    if (!number.empty()) condition += " and ( Mobile='" + number + "' or FCardId='" + number + "')";
+    if (!m_type->text().isEmpty()) condition += " and FCardType='" + m_type->itemId().toStdString() + "'";
+    if (!m_status->code().empty()) condition += " and FCardStatus='" + m_status->code() + "'";
+    const std::string leave = platform::trim(m_txtLeavePoint->text().toStdString());
+    if (!leave.empty() && !m_comparison->code().empty())
+        condition += (m_comparison->code() == "0" ? " and cur_num>=" : " and cur_num<") + leave;
+    m_lastCondition = condition;
+
+    frame::Grid& grid = *m_grids[0];
+    const frame::FieldColumnMap& columns = m_columns[0];
+    const auto cards = frame::GetVipRecordList(50, condition);
+    grid.setRowCount(0);
+    if (!cards || cards->empty()) {
+        frame::Messages().message("没有符合条件的记录存在!", "提示", platform::MessageIcon::Information);
+        return;
+    }
+    grid.setRows(static_cast<int>(cards->size()));
+    for (int r = 0; r < grid.rowCount(); ++r) {
+        const platform::FieldMap& card = (*cards)[static_cast<std::size_t>(r)];
+        grid.setCellText(r, columns.column("FCardId"), QString::fromStdString(card.text("FCardId")));
+        grid.setCellText(r, columns.column("FVipName"), QString::fromStdString(card.text("FVipName")));
+        grid.setCellText(r, columns.column("FCardStatus"),
+                         QString::fromStdString(
+                             frame::GetStatusName(static_cast<int>(card.value("FCardStatus").toInt()))));
+        grid.setCellText(r, columns.column("FCardType"), QString::fromStdString(card.text("FCardTypeName")));
+        grid.setCellText(r, columns.column("cur_num"), QString::fromStdString(card.text("cur_num")));
+    }
+    if (operation() == Clearing) fillClearing();
+}
+
+void frmPointManage::onOption(int index)
+{
+    const auto op = static_cast<Operation>(index);
+    frame::Grid& grid = *m_grids[0];
+    const int points = m_columns[0].column("FVipNum");
+    grid.setColumnCaption(points, QString::fromStdString(optionCaption(op)));
+    if (op == Clearing) {
+        fillClearing();
+        m_cmdBatchAdd[0]->setEnabled(false);
+        return;
+    }
+    for (int r = 0; r < grid.rowCount(); ++r) {
+        grid.setCellText(r, points, QString());
+        grid.setCellLocked(r, points, false);
+    }
+    m_cmdBatchAdd[0]->setEnabled(true);
+}
+
+void frmPointManage::fillClearing()
+{
+    frame::Grid& grid = *m_grids[0];
+    const int points = m_columns[0].column("FVipNum");
+    bool filled = false;
+    for (int r = 0; r < grid.rowCount(); ++r) {
+        const std::string card = grid.cellText(r, m_columns[0].column("FCardId")).toStdString();
+        if (card.empty()) continue;
+        const auto list = frame::GetVipRecordList(50, "FCardId='" + card + "'");
+        const std::string remaining =
+            list && !list->empty() ? list->front().text("cur_num") : std::string("0");
+        grid.setCellText(r, points, QString::fromStdString(remaining));
+        grid.setCellLocked(r, points, true);
+        filled = true;
+    }
+    // The operator chose to clear these cards: the grid now holds a change to commit.
+    if (filled) m_changed[0] = true;
+}
+
+void frmPointManage::onBatchFill(int tab)
+{
+    frame::Grid& grid = *m_grids[static_cast<std::size_t>(tab)];
+    const int row = grid.currentRow();
+    const int column = grid.currentColumn();
+    if (row < 0 || column < 0) return;
+    if (tab == PointsTab && (operation() == Clearing || column != m_columns[0].column("FVipNum"))) return;
+    if (tab == GiftSettingsTab && column != m_columns[1].column("FItemNum") &&
+        column != m_columns[1].column("FVipNum"))
+        return;
+    if (tab == ExchangeTab) return;
+    const QString value = grid.cellText(row, column);
+    for (int r = row; r < grid.rowCount(); ++r)
+        grid.setCellText(r, column, value);
+    m_changed[static_cast<std::size_t>(tab)] = true;
+}
+
+void frmPointManage::onCardLookup()
+{
+    platform::LookupResult result;
+    try {
+        result = frame::ShowCardLookup(50, kPointsCardFilter, true, m_itNo[0]->textStd());
+    } catch (const std::exception& error) {
+        frame::Messages().error(error.what());
+        return;
+    }
+    if (!result.returnOk || result.returnObject.empty()) return;
+    if (result.returnObject.size() == 1) {
+        m_itNo[0]->setText(QString::fromStdString(result.returnObject.front().text("FCardId")));
+        return;
+    }
+    std::string cards;
+    for (const auto& card : result.returnObject)
+        cards += std::string(cards.empty() ? "" : ",") + "'" + card.text("FCardId") + "'";
+    queryMembers(" FCardId in (" + cards + ")");
+}
+
+void frmPointManage::onTypeLookup()
+{
+    platform::LookupResult result;
+    try {
+        result = frame::ShowCardLookup(51, "", false, "");
+    } catch (const std::exception& error) {
+        frame::Messages().error(error.what());
+        return;
+    }
+    if (!result.returnOk || result.returnObject.empty()) return;
+    m_type->setText(QString::fromStdString(result.returnObject.front().text("type_name")));
+    m_type->setItemId(QString::fromStdString(result.returnObject.front().text("FTypeId")));
+}
+
+void frmPointManage::onAdd(int tab)
+{
+    if (tab == GiftSettingsTab) {
+        addGift();
+        return;
+    }
+    if (tab != PointsTab) return;
+    // "增加" on the member list: more cards from the member lookup, each listed once.
+    platform::LookupResult result;
+    try {
+        result = frame::ShowCardLookup(50, kPointsCardFilter, true, "");
+    } catch (const std::exception& error) {
+        frame::Messages().error(error.what());
+        return;
+    }
+    if (!result.returnOk) return;
+    frame::Grid& grid = *m_grids[0];
+    const frame::FieldColumnMap& columns = m_columns[0];
+    for (const auto& card : result.returnObject) {
+        const QString id = QString::fromStdString(card.text("FCardId"));
+        bool listed = false;
+        for (int r = 0; r < grid.rowCount() && !listed; ++r)
+            listed = grid.cellText(r, columns.column("FCardId")) == id;
+        if (listed) continue;
+        const int r = grid.addRow();
+        grid.setCellText(r, columns.column("FCardId"), id);
+        grid.setCellText(r, columns.column("FVipName"), QString::fromStdString(card.text("FVipName")));
+        grid.setCellText(r, columns.column("FCardStatus"),
+                         QString::fromStdString(
+                             frame::GetStatusName(static_cast<int>(card.value("FCardStatus").toInt()))));
+        grid.setCellText(r, columns.column("FCardType"), QString::fromStdString(card.text("type_name")));
+        grid.setCellText(r, columns.column("cur_num"), QString::fromStdString(card.text("cur_num")));
+    }
+    if (operation() == Clearing) fillClearing();
+}
+
+void frmPointManage::onDelete(int tab)
+{
+    if (tab == GiftSettingsTab) {
+        deleteGift();
+        return;
+    }
+    frame::Grid& grid = *m_grids[static_cast<std::size_t>(tab)];
+    const int row = grid.currentRow();
+    if (tab != PointsTab || row < 0 || row >= grid.rowCount()) return;
+    grid.removeRow(row);
+    if (row < grid.rowCount()) grid.setActiveCell(row, grid.currentColumn() < 0 ? 1 : grid.currentColumn());
+}
+
+void frmPointManage::advanceProgress()
+{
+    QApplication::processEvents();
+}
+
+bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& batch, std::string& logText)
+{
+    const Operation op = operation();
+    logText = optionCaption(op);
+    const PointsSession session{m_branchId, m_branchNo, m_userId};
+    m_progress->setMaximum(static_cast<int>(rows.rowCount()) + 2);
+    m_progress->setValue(0);
+    for (std::size_t i = 0; i < rows.rowCount(); ++i) {
+        advanceProgress();
+        const platform::FieldMap& record = rows.rows()[i];
+        if (record.value("FVipNum").toDouble() == 0) continue;
+        const std::string card = record.text("FCardId");
+        const double points = record.value("FVipNum").isBlank() ? 0 : record.value("FVipNum").toDouble();
+        const auto leave = frame::ExecQuery(
+            "select FAccNum-FDecNum as LeavePoint,* from T_Pos_VipRecord where FCardId='" + card + "'");
+        const double remaining = leave.atEnd() ? 0 : leave.field("LeavePoint").toDouble();
+        const int row = static_cast<int>(i);
+        switch (op) {
+        case Reward:
+            batch += RewardGroup(session, card, points);
+            break;
+        case Deduction: {
+            const std::string refusal =
+                "卡号【" + platform::trimRight(card) + "】冲减积分超过剩余积分，不能冲减！";
+            if (points > remaining) {
+                refuse(refusal, row, "FVipNum");
+                return false;
+            }
+            const std::string enough =
+                "select FAccNum-FDecNum as LeavePoint,* from T_Pos_VipRecord where FCardId='" + card + "'" +
+                " And FAccNum-FDecNum>=" + platform::formatNumber(points);
+            if (!hq::HQHasRowsIfLinked(enough)) {
+                refuse(refusal, row, "FVipNum");
+                return false;
+            }
+            const std::string accSql = "select FAccNum from T_Pos_VipRecord where FCardId='" + card + "'";
+            const std::string decSql = "select FDecNum from T_Pos_VipRecord where FCardId='" + card + "'";
+            const double accumulated = m_linked ? hq::HQGetFieldValue(accSql, "FAccNum").toDouble()
+                                                : frame::GetFieldValue(accSql, "FAccNum").toDouble();
+            const double used = m_linked ? hq::HQGetFieldValue(decSql, "FDecNum").toDouble()
+                                         : frame::GetFieldValue(decSql, "FDecNum").toDouble();
+            batch += DeductionGroup(session, static_cast<int>(i + 1), card, points, accumulated, used);
+            break;
+        }
+        case Clearing:
+            batch += ClearingGroup(session, card, points, remaining);
+            break;
+        }
+        m_progress->setValue(m_progress->value() + 1);
+    }
+    return true;
+}
+
+} // namespace ormex::module::points

@@ -1,0 +1,124 @@
+#pragma once
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include <cstdlib>
+#include <functional>
+
+#include "host/core/CardMaintain.h"
+#include "module/frame/Grid.h"
+#include "module/hq/HqLink.h"
+#include "module/points/frmPointManage.h"
+#include "module/widgets/InputField.h"
+#include "support/TestHost.h"
+
+namespace ormex::test {
+
+// The card object of the tests: keeps every batch handed to it and lets a test look at the
+// screen while the batch runs.
+class RecordingCardMaintain : public host::CardMaintain
+{
+public:
+    struct Log
+    {
+        std::vector<std::string> batches;
+        std::function<void()> whileRunning;
+    };
+    RecordingCardMaintain(std::string path, Log& log) : host::CardMaintain(std::move(path)), m_log(log) {}
+    void executeSql(const std::string& props, const std::string& sql) override
+    {
+        m_log.batches.push_back(sql);
+        if (m_log.whileRunning) m_log.whileRunning();
+        host::CardMaintain::executeSql(props, sql);
+    }
+
+private:
+    Log& m_log;
+};
+
+// Members for the points screen: P1 100/60, P2 100/80, P3 50/0 (gold, found by its mobile), P4
+// with nothing left, P5 not yet used, P6 not a points card.
+inline void seedPointCards(TestDatabase& db)
+{
+    db.exec(
+        "insert into T_Pos_VipType values ('01','普通卡',0,1), ('03','金卡',1,1);"
+        "insert into T_Pos_VipRecord (FCardId,FVipName,mobile,FCardType,FCardStatus,FAccNum,FDecNum,FAccFlag,"
+        "FVipEndDate) values"
+        " ('P1','张伟','13900000001','01','0',100,60,1,'2027-12-31'),"
+        " ('P2','李娜','13900000002','01','0',100,80,1,'2027-12-31'),"
+        " ('P3','王芳','13900000003','03','0',50,0,1,'2027-12-31'),"
+        " ('P4','刘洋','13900000004','01','0',30,30,1,'2027-12-31'),"
+        " ('P5',NULL,NULL,'01','9',0,0,1,'2027-12-31'),"
+        " ('P6','陈静','13900000006','01','0',10,0,0,'2027-12-31')");
+}
+
+inline void saveShot(QWidget& widget, const char* name)
+{
+    if (const char* folder = std::getenv("ORMEX_SHOTS"))
+        widget.grab().save(QString::fromUtf8(folder) + "/" + name);
+}
+
+class PointsScreen
+{
+public:
+    explicit PointsScreen(TestHostOptions options = {}) : host(options)
+    {
+        module::hq::ResetHQConnectionText();
+        seedPointCards(host.branch());
+        if (options.withHeadquarters) seedPointCards(host.hq());
+        const std::string path = host.config().databasePath();
+        platform::HostServices::instance().factory().registerClass(
+            "OrmexMCardManage.MCMaintain",
+            [this, path] { return std::make_shared<RecordingCardMaintain>(path, log); });
+        screen.loadForm();
+        screen.show();
+        QApplication::setActiveWindow(&screen);
+    }
+    ~PointsScreen() { module::hq::ResetHQConnectionText(); }
+
+    module::frame::Grid& grid(int tab = 0) { return *screen.grid(tab); }
+    void query(const QString& number = {})
+    {
+        screen.memberBox(0)->setText(number);
+        screen.findChild<QPushButton*>("cmdSearch_0")->click();
+    }
+    // Types into a cell as an operator does: the cell's editor, the text, Enter.
+    void type(int row, const char* field, const QString& text)
+    {
+        grid().setActiveCell(row, grid().columnOf(field));
+        auto* editor = qobject_cast<QLineEdit*>(grid().editActiveCell());
+        ASSERT_NE(editor, nullptr);
+        editor->selectAll();
+        QTest::keyClicks(editor, text);
+        QTest::keyClick(editor, Qt::Key_Return);
+        QApplication::processEvents();
+    }
+    int row(const std::string& card)
+    {
+        for (int r = 0; r < grid().rowCount(); ++r)
+            if (grid().cellStd(r, "FCardId") == card) return r;
+        return -1;
+    }
+    void ok() { screen.findChild<QPushButton*>("cmdOk")->click(); }
+    std::string card(const std::string& id, TestDatabase* db = nullptr)
+    {
+        return (db ? *db : host.branch())
+            .rows("select FAccNum, FDecNum from T_Pos_VipRecord where FCardId='" + id + "'")
+            .at(0);
+    }
+    std::vector<std::string> movements(TestDatabase* db = nullptr)
+    {
+        return (db ? *db : host.branch())
+            .rows("select FCardId,flag,FItemNum,FVipNum,fuserid,memo,FComFlag from T_Pos_VipGiftList order "
+                  "by FID");
+    }
+
+    TestHost host;
+    RecordingCardMaintain::Log log;
+    module::points::frmPointManage screen;
+};
+
+} // namespace ormex::test
