@@ -11,6 +11,7 @@
 #include <QTabWidget>
 
 #include "PointsScreenFixture.h"
+#include "db/DemoData.h"
 #include "module/Application.h"
 #include "module/frame/FormRegistry.h"
 #include "module/frame/GridPrinter.h"
@@ -428,4 +429,19 @@ TEST(PointsScreen, PrintsTheListWithTitleDateAndOperator)
             << expected << "\n"
             << printed.toStdString();
     EXPECT_FALSE(printed.contains("cur_num")) << "hidden columns are not printed";
+}
+
+TEST(PointsScreen, OnTheDemoData)
+{
+    PointsScreen t;
+    t.host.branch().exec(
+        "delete from T_Pos_VipRecord; delete from T_Pos_VipType; delete from t_SystemProfile");
+    db::seedDemo(t.host.branch().db(), db::DemoRole::Branch);
+    t.screen.loadForm();
+    t.screen.resize(900, 600);
+    t.query();
+    EXPECT_GT(t.grid().rowCount(), 50);
+    t.screen.option(Op::Clearing)->click();
+    EXPECT_FALSE(t.grid().cellStd(0, "FVipNum").empty());
+    test::saveShot(t.screen, "points-clearing.png");
 }
