@@ -50,6 +50,13 @@ dlgChangeCard::dlgChangeCard(QWidget* parent) : QDialog(parent)
     connect(m_cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
 }
 
+dlgChangeCard::~dlgChangeCard()
+{
+    // The number field loses the focus while the dialog's widgets go; its "left" handler must not
+    // run on a dialog that is half gone.
+    m_number->edit()->disconnect(this);
+}
+
 std::string dlgChangeCard::cardTypeName(const std::string& number) const
 {
     // The type shown is a help while typing; a lookup that fails leaves it empty and the OK

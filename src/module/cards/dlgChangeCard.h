@@ -21,6 +21,7 @@ class dlgChangeCard : public QDialog
 {
 public:
     explicit dlgChangeCard(QWidget* parent = nullptr);
+    ~dlgChangeCard() override;
 
     std::string MCNum() const { return m_mcNum; }
     void setMCNum(const std::string& number) { m_mcNum = number; }

@@ -64,7 +64,12 @@ frmPointManage::frmPointManage(QWidget* parent) : frame::ModuleForm(parent)
     frame::InstallScreenKeys(*this, m_tabs);
 }
 
-frmPointManage::~frmPointManage() = default;
+frmPointManage::~frmPointManage()
+{
+    // The type box may lose the focus while the screen's widgets go: its "left" handler must not
+    // run on a screen that is half gone.
+    m_type->edit()->disconnect(this);
+}
 
 void frmPointManage::buildUi()
 {
@@ -105,6 +110,17 @@ void frmPointManage::buildUi()
     resize(900, 600);
 }
 
+void frmPointManage::addCommands(QWidget* tab, QHBoxLayout* row, int index, const char* addCaption)
+{
+    const auto t = static_cast<std::size_t>(index);
+    m_cmdSearch[t] = button(tab, QStringLiteral("cmdSearch_%1").arg(index), "查询(&S)");
+    m_cmdAdd[t] = button(tab, QStringLiteral("cmdAdd_%1").arg(index), addCaption);
+    m_cmdDel[t] = button(tab, QStringLiteral("cmdDel_%1").arg(index), "删除");
+    m_cmdBatchAdd[t] = button(tab, QStringLiteral("cmdBatchAdd_%1").arg(index), "批量填充");
+    for (QPushButton* b : {m_cmdSearch[t], m_cmdAdd[t], m_cmdDel[t], m_cmdBatchAdd[t]})
+        row->addWidget(b);
+}
+
 QWidget* frmPointManage::buildPointsTab()
 {
     auto* tab = new QWidget;
@@ -142,12 +158,7 @@ QWidget* frmPointManage::buildPointsTab()
         connect(option, &QRadioButton::clicked, this, [this, i] { onOption(i); });
     }
     commands->addStretch();
-    m_cmdSearch[0] = button(tab, "cmdSearch_0", "查询(&S)");
-    m_cmdAdd[0] = button(tab, "cmdAdd_0", "增加");
-    m_cmdDel[0] = button(tab, "cmdDel_0", "删除");
-    m_cmdBatchAdd[0] = button(tab, "cmdBatchAdd_0", "批量填充");
-    for (QPushButton* b : {m_cmdSearch[0], m_cmdAdd[0], m_cmdDel[0], m_cmdBatchAdd[0]})
-        commands->addWidget(b);
+    addCommands(tab, commands, 0, "增加");
     layout->addLayout(commands);
     m_grids[0] = new frame::Grid(tab);
     m_grids[0]->setObjectName("vsDetail_0");
@@ -186,12 +197,7 @@ QWidget* frmPointManage::buildGiftSettingsTab()
     auto* commands = new QHBoxLayout;
     m_itNo[1] = new widgets::InputField("itNo_1", QStringLiteral("礼品编号"), tab);
     commands->addWidget(m_itNo[1], 1);
-    m_cmdSearch[1] = button(tab, "cmdSearch_1", "查询(&S)");
-    m_cmdAdd[1] = button(tab, "cmdAdd_1", "新增");
-    m_cmdDel[1] = button(tab, "cmdDel_1", "删除");
-    m_cmdBatchAdd[1] = button(tab, "cmdBatchAdd_1", "批量填充");
-    for (QPushButton* b : {m_cmdSearch[1], m_cmdAdd[1], m_cmdDel[1], m_cmdBatchAdd[1]})
-        commands->addWidget(b);
+    addCommands(tab, commands, 1, "新增");
     layout->addLayout(commands);
     m_grids[1] = new frame::Grid(tab);
     m_grids[1]->setObjectName("vsDetail_1");
@@ -207,12 +213,7 @@ QWidget* frmPointManage::buildExchangeTab()
     m_itNo[2] = new widgets::InputField("itNo_2", QStringLiteral("会员卡号/手机号"), tab);
     frame::UseCardNumberKeys(*m_itNo[2]);
     commands->addWidget(m_itNo[2], 1);
-    m_cmdSearch[2] = button(tab, "cmdSearch_2", "查询(&S)");
-    m_cmdAdd[2] = button(tab, "cmdAdd_2", "增加");
-    m_cmdDel[2] = button(tab, "cmdDel_2", "删除");
-    m_cmdBatchAdd[2] = button(tab, "cmdBatchAdd_2", "批量填充");
-    for (QPushButton* b : {m_cmdSearch[2], m_cmdAdd[2], m_cmdDel[2], m_cmdBatchAdd[2]})
-        commands->addWidget(b);
+    addCommands(tab, commands, 2, "增加");
     layout->addLayout(commands);
     auto* panel = new QGridLayout;
     for (int i = 0; i < 8; ++i) {

@@ -11,6 +11,7 @@
 #include "module/frame/TaskHandle.h"
 #include "platform/FieldMap.h"
 
+class QHBoxLayout;
 class QProgressBar;
 class QPushButton;
 class QRadioButton;
@@ -88,6 +89,8 @@ private:
     QWidget* buildPointsTab();
     QWidget* buildGiftSettingsTab();
     QWidget* buildExchangeTab();
+    // The query, add, delete and batch-fill buttons of a tab.
+    void addCommands(QWidget* tab, QHBoxLayout* row, int index, const char* addCaption);
     void connectGrid(int tab);
     void readSession();
     void applyBranchRule();
@@ -98,6 +101,8 @@ private:
     // Tab 0: the statements of the rows into `batch`; false after a refusal.
     bool savePoints(const frame::SavePackage& rows, std::string& batch, std::string& logText);
     void fillClearing();
+    // Shows a card of the member list in a row of tab 0.
+    void showMember(int row, const platform::FieldMap& card);
     // Tab 1: the catalogue query, adding and deleting rows, the catalogue's statements and the
     // emptying put in front of them.
     void queryGiftCatalogue();

@@ -49,7 +49,6 @@ void frmPointManage::queryMembers(const std::string& extra)
     m_lastCondition = condition;
 
     frame::Grid& grid = *m_grids[0];
-    const frame::FieldColumnMap& columns = m_columns[0];
     const auto cards = frame::GetVipRecordList(50, condition);
     grid.setRowCount(0);
     if (!cards || cards->empty()) {
@@ -57,17 +56,22 @@ void frmPointManage::queryMembers(const std::string& extra)
         return;
     }
     grid.setRows(static_cast<int>(cards->size()));
-    for (int r = 0; r < grid.rowCount(); ++r) {
-        const platform::FieldMap& card = (*cards)[static_cast<std::size_t>(r)];
-        grid.setCellText(r, columns.column("FCardId"), QString::fromStdString(card.text("FCardId")));
-        grid.setCellText(r, columns.column("FVipName"), QString::fromStdString(card.text("FVipName")));
-        grid.setCellText(r, columns.column("FCardStatus"),
-                         QString::fromStdString(
-                             frame::GetStatusName(static_cast<int>(card.value("FCardStatus").toInt()))));
-        grid.setCellText(r, columns.column("FCardType"), QString::fromStdString(card.text("FCardTypeName")));
-        grid.setCellText(r, columns.column("cur_num"), QString::fromStdString(card.text("cur_num")));
-    }
+    for (int r = 0; r < grid.rowCount(); ++r)
+        showMember(r, (*cards)[static_cast<std::size_t>(r)]);
     if (operation() == Clearing) fillClearing();
+}
+
+void frmPointManage::showMember(int row, const platform::FieldMap& card)
+{
+    frame::Grid& grid = *m_grids[0];
+    const frame::FieldColumnMap& columns = m_columns[0];
+    const int status = static_cast<int>(card.value("FCardStatus").toInt());
+    grid.setCellText(row, columns.column("FCardId"), QString::fromStdString(card.text("FCardId")));
+    grid.setCellText(row, columns.column("FVipName"), QString::fromStdString(card.text("FVipName")));
+    grid.setCellText(row, columns.column("FCardStatus"),
+                     QString::fromStdString(frame::GetStatusName(status)));
+    grid.setCellText(row, columns.column("FCardType"), QString::fromStdString(card.text("FCardTypeName")));
+    grid.setCellText(row, columns.column("cur_num"), QString::fromStdString(card.text("cur_num")));
 }
 
 void frmPointManage::onOption(int index)
@@ -182,14 +186,7 @@ void frmPointManage::onAdd(int tab)
         for (int r = 0; r < grid.rowCount() && !listed; ++r)
             listed = grid.cellText(r, columns.column("FCardId")) == id;
         if (listed) continue;
-        const int r = grid.addRow();
-        grid.setCellText(r, columns.column("FCardId"), id);
-        grid.setCellText(r, columns.column("FVipName"), QString::fromStdString(card.text("FVipName")));
-        grid.setCellText(r, columns.column("FCardStatus"),
-                         QString::fromStdString(
-                             frame::GetStatusName(static_cast<int>(card.value("FCardStatus").toInt()))));
-        grid.setCellText(r, columns.column("FCardType"), QString::fromStdString(card.text("type_name")));
-        grid.setCellText(r, columns.column("cur_num"), QString::fromStdString(card.text("cur_num")));
+        showMember(grid.addRow(), card);
     }
     if (operation() == Clearing) fillClearing();
 }
