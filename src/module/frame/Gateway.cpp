@@ -80,6 +80,16 @@ platform::Recordset ExecQuery(const std::string& sql)
     return CardObject()->execQuery(sql);
 }
 
+platform::Recordset GetTableInfo(int tableNo, const std::string& condition)
+{
+    return CardObject()->getTableInfo(tableNo, condition, false);
+}
+
+void ExecuteSQL(const std::string& batch)
+{
+    CardObject()->executeSql(GetPropsString(), batch);
+}
+
 platform::Value GetFieldValue(const std::string& sql, const std::string& field)
 {
     const platform::Recordset rs = ExecQuery(sql);

@@ -28,6 +28,12 @@ std::shared_ptr<platform::Connection> NewConnection();     // ADODB.Connection
 
 // Runs a query on the local database. Errors reach the caller.
 platform::Recordset ExecQuery(const std::string& sql);
+// Rows of a numbered table of the host (platform::table) filtered by the condition ("" for all).
+// Errors reach the caller.
+platform::Recordset GetTableInfo(int tableNo, const std::string& condition);
+// Runs a statement batch on the local database under the session descriptor, in one
+// transaction. Errors reach the caller.
+void ExecuteSQL(const std::string& batch);
 // The named field of the first row; "" when the query returns no row. Errors reach the caller.
 platform::Value GetFieldValue(const std::string& sql, const std::string& field);
 

@@ -173,6 +173,15 @@ void Grid::setColumnCaption(int column, const QString& caption)
     setHorizontalHeaderItem(column, new QTableWidgetItem(caption));
 }
 
+void Grid::setColumnType(int column, CellType type)
+{
+    if (column < 0 || column >= columns()) return;
+    CodeWrite writing(m_codeWrites);
+    m_columns[static_cast<std::size_t>(column)].type = type;
+    for (int r = 0; r < rowCount(); ++r)
+        applyFlags(cell(r, column), r, column);
+}
+
 void Grid::setRows(int rows)
 {
     CodeWrite writing(m_codeWrites);

@@ -61,6 +61,8 @@ public:
     void setColumnMinimum(int column, double minimum);
     void setColumnItems(int column, const QStringList& items);
     void setColumnCaption(int column, const QString& caption);
+    // Gives a column another cell type (a selection mark shown as a check box); its cells follow.
+    void setColumnType(int column, CellType type);
 
     // Sets the number of rows; new rows get cells shaped by their column.
     void setRows(int rows);

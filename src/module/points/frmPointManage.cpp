@@ -231,9 +231,24 @@ QWidget* frmPointManage::buildExchangeTab()
 
 void frmPointManage::connectGrid(int tab)
 {
-    // An operator's edit of a grid marks its tab as changed.
-    connect(m_grids[static_cast<std::size_t>(tab)], &frame::Grid::operatorEdited, this,
-            [this, tab](int, int) { m_changed[static_cast<std::size_t>(tab)] = true; });
+    frame::Grid* grid = m_grids[static_cast<std::size_t>(tab)];
+    // An operator's edit of a grid marks its tab as changed and fills what the edit names.
+    connect(grid, &frame::Grid::operatorEdited, this, [this, tab](int row, int column) {
+        if (tab == ExchangeTab) {
+            onExchangeEdited(row, column);
+            return;
+        }
+        m_changed[static_cast<std::size_t>(tab)] = true;
+        if (tab == GiftSettingsTab) onGiftEdited(row, column);
+    });
+    connect(grid, &frame::Grid::lookupRequested, this,
+            [this, tab](int row, int column, int key) { onGridLookup(tab, row, column, key); });
+    if (tab == GiftSettingsTab)
+        connect(grid, &QTableWidget::currentCellChanged, this, [this](int row) {
+            const bool readOnly = m_grids[GiftSettingsTab]->property("ormexReadOnly").toBool();
+            m_cmdDel[GiftSettingsTab]->setEnabled(!readOnly && row >= 0 &&
+                                                  row < m_grids[GiftSettingsTab]->rowCount());
+        });
 }
 
 void frmPointManage::readSession()
@@ -273,6 +288,11 @@ void frmPointManage::loadForm()
             m_columns[static_cast<std::size_t>(t)] = frame::ApplyLayout(
                 *m_grids[static_cast<std::size_t>(t)], *layout, {.resetRows = t != GiftSettingsTab});
     m_grids[GiftSettingsTab]->setRowCount(0);
+    m_grids[GiftSettingsTab]->setProperty("ormexReadOnly", false);
+    m_catalogueScope = {};
+    showExchangeCard(nullptr);
+    // The selection mark of the gifts on offer is ticked; quantities and attributes open with it.
+    m_grids[ExchangeTab]->setColumnType(m_columns[ExchangeTab].column("Sel"), frame::CellType::CheckBox);
     applyBranchRule();
     SetControlEnable(true);
     const long tab = Stabindex().toInt();
@@ -311,9 +331,14 @@ void frmPointManage::SetControlEnable(bool enable)
     const bool giftsReadOnly = m_grids[GiftSettingsTab]->property("ormexReadOnly").toBool();
     for (int t = 0; t < 3; ++t) {
         const bool giftCommand = t == GiftSettingsTab && giftsReadOnly;
-        m_cmdAdd[static_cast<std::size_t>(t)]->setEnabled(enable && !giftCommand);
-        m_cmdDel[static_cast<std::size_t>(t)]->setEnabled(enable && !giftCommand);
-        m_cmdBatchAdd[static_cast<std::size_t>(t)]->setEnabled(enable && !giftCommand &&
+        // The gifts on offer are the catalogue's: none is added, and each is ticked on its own.
+        const bool offer = t == ExchangeTab;
+        m_cmdAdd[static_cast<std::size_t>(t)]->setEnabled(enable && !giftCommand && !offer);
+        const frame::Grid& grid = *m_grids[static_cast<std::size_t>(t)];
+        const bool noRow = grid.currentRow() < 0 || grid.currentRow() >= grid.rowCount();
+        m_cmdDel[static_cast<std::size_t>(t)]->setEnabled(enable && !giftCommand && !offer &&
+                                                          !(t == GiftSettingsTab && noRow));
+        m_cmdBatchAdd[static_cast<std::size_t>(t)]->setEnabled(enable && !giftCommand && !offer &&
                                                                !(t == PointsTab && operation() == Clearing));
         m_cmdSearch[static_cast<std::size_t>(t)]->setEnabled(enable);
     }

@@ -5,6 +5,7 @@
 #include <array>
 #include <string>
 
+#include "GiftCatalogueStatements.h"
 #include "module/frame/GridLayout.h"
 #include "module/frame/NameListLookup.h"
 #include "module/frame/SavePackage.h"
@@ -64,6 +65,10 @@ public:
     void onDelete(int tab);
     void onPrint();
 
+    // True when no grid row of the tab other than `row` has this gift, card type and warehouse.
+    bool CheckData(int tab, const std::string& itemId, int row, const std::string& cardType,
+                   const std::string& warehouseId) const;
+
     Operation operation() const;
     bool isChanged(int tab) const { return m_changed[static_cast<std::size_t>(tab)]; }
     long taskHandle() const { return m_task.value(); }
@@ -108,15 +113,32 @@ private:
     void queryGiftCatalogue();
     void addGift();
     void deleteGift();
+    // The operator changed a cell of the catalogue: the gift, card type or warehouse it names.
+    void onGiftEdited(int row, int column);
+    void fillGift(int row);
+    void fillCardType(int row);
+    void fillWarehouse(int row);
+    void setDefaultWarehouse(int row);
+    // The first row failing a check of the catalogue, with its message; false when one failed.
+    bool checkGiftRows();
     bool saveGiftSettings(const frame::SavePackage& rows, std::string& batch);
     std::string giftCatalogueEmptying() const;
     // Tab 2: the card and its gifts; the checks before the prompt (false stops the commit) and the
     // prompt; the statements.
     void queryExchangeCard();
+    void showExchangeCard(const platform::FieldMap* card);
+    // The operator ticked a gift or changed its quantity.
+    void onExchangeEdited(int row, int column);
+    void chooseAuxProp(int row);
+    // Remaining points shown: accumulated − used − the points of the ticked gifts.
+    double recomputeLeavePoint();
+    double leavePoint() const;
     bool confirmExchange(std::string& prompt);
     bool saveExchange(const frame::SavePackage& rows, std::string& batch);
     // A refusal of Save: the message, the active cell on the row's field, the message-shown flag.
     void refuse(const std::string& message, int row, const char* field);
+    // F7 or F8 in a grid cell.
+    void onGridLookup(int tab, int row, int column, int key);
     // Runs pending window events once so that the progress bar repaints.
     void advanceProgress();
 
@@ -132,6 +154,8 @@ private:
     bool m_messageShown = false;
     bool m_committing = false;
     std::string m_lastCondition;
+    CatalogueScope m_catalogueScope;
+    std::string m_exchangeCardType;
     frame::TaskHandle m_task;
     frame::NameListLookup m_nameList;
 

@@ -102,7 +102,7 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
         } else {
             if (tab == PointsTab && operation() == Clearing)
                 batch += PointClearRecord(frame::GetTcpAddress(), frame::GetMachineName(), m_userId);
-            frame::CardObject()->executeSql(frame::GetPropsString(), batch);
+            frame::ExecuteSQL(batch);
             hq::WriteLocalLog("积分管理---", logText);
             if ((tab == PointsTab && operation() == Deduction) || tab == ExchangeTab)
                 hq::LogOnHQ(batch, static_cast<hq::HQOperation>(tab / 2));

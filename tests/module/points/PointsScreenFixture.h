@@ -55,6 +55,20 @@ inline void seedPointCards(TestDatabase& db)
         " ('P6','陈静','13900000006','01','0',10,0,0,'2027-12-31')");
 }
 
+// Goods, warehouses and attributes for the gifts: 0101 and 0102 are branch 01's warehouses, 0201
+// branch 02's; T-shirts (G003) are kept by size.
+inline void seedGoods(TestDatabase& db)
+{
+    db.exec(
+        "insert into t_stock values (1,'01','一分店'), (2,'0101','一分店礼品仓'), (3,'0102','一分店百货仓'),"
+        " (4,'0201','二分店礼品仓');"
+        "insert into t_Item (FItemID,FNumber,FBarCode,FName,FUnit,FIsAuxi) values"
+        " (101,'G001','6901','保温杯','个',0), (102,'G002','6902','雨伞','把',0), "
+        "(103,'G003','6903','纯棉T恤','件',1),"
+        " (107,'G007','6907','购物袋','个',0);"
+        "insert into t_AuxProp values (1,103,'S','小码'), (2,103,'M','中码')");
+}
+
 inline void saveShot(QWidget& widget, const char* name)
 {
     if (const char* folder = std::getenv("ORMEX_SHOTS"))
@@ -68,7 +82,11 @@ public:
     {
         module::hq::ResetHQConnectionText();
         seedPointCards(host.branch());
-        if (options.withHeadquarters) seedPointCards(host.hq());
+        seedGoods(host.branch());
+        if (options.withHeadquarters) {
+            seedPointCards(host.hq());
+            seedGoods(host.hq());
+        }
         const std::string path = host.config().databasePath();
         platform::HostServices::instance().factory().registerClass(
             "OrmexMCardManage.MCMaintain",
@@ -86,12 +104,12 @@ public:
         screen.findChild<QPushButton*>("cmdSearch_0")->click();
     }
     // Types into a cell as an operator does: the cell's editor, the text, Enter.
-    void type(int row, const char* field, const QString& text)
+    void type(int row, const char* field, const QString& text, int tab = 0)
     {
-        grid().setActiveCell(row, grid().columnOf(field));
-        auto* editor = qobject_cast<QLineEdit*>(grid().editActiveCell());
+        grid(tab).setActiveCell(row, grid(tab).columnOf(field));
+        auto* editor = qobject_cast<QLineEdit*>(grid(tab).editActiveCell());
         ASSERT_NE(editor, nullptr);
-        editor->selectAll();
+        editor->clear();
         QTest::keyClicks(editor, text);
         QTest::keyClick(editor, Qt::Key_Return);
         QApplication::processEvents();

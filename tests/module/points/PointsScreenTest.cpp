@@ -435,7 +435,8 @@ TEST(PointsScreen, OnTheDemoData)
 {
     PointsScreen t;
     t.host.branch().exec(
-        "delete from T_Pos_VipRecord; delete from T_Pos_VipType; delete from t_SystemProfile");
+        "delete from T_Pos_VipRecord; delete from T_Pos_VipType; delete from t_SystemProfile;"
+        "delete from t_stock; delete from t_AuxProp; delete from t_Item");
     db::seedDemo(t.host.branch().db(), db::DemoRole::Branch);
     t.screen.loadForm();
     t.screen.resize(900, 600);
