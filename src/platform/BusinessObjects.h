@@ -1,7 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "FieldMap.h"
 #include "RecordList.h"
@@ -29,6 +31,26 @@ inline constexpr int PaymentMethods = 34;
 inline constexpr int CardTypes = 51;
 } // namespace table
 
+// A value a save read and computed from: the query that read it, its field and what it gave.
+// Handed to the batch that writes, it must still give that value when the batch runs.
+struct ReadCheck
+{
+    std::string sql;
+    std::string field;
+    Value expected;
+};
+
+// A batch refused because a value it was computed from changed after it was read (another
+// operator or a till wrote meanwhile). Nothing of the batch was written.
+class ChangedSinceReadError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// True when two values read from a database are the same value (text, or the same number).
+bool sameReadValue(const Value& a, const Value& b);
+
 // "OrmexMCardManage.MCMaintain"
 class MCMaintain : public BusinessObject
 {
@@ -36,6 +58,11 @@ public:
     virtual Recordset execQuery(const std::string& sql) = 0;
     // Runs a statement batch on the local database in one transaction.
     virtual void executeSql(const std::string& propsString, const std::string& sql) = 0;
+    // Runs a batch as executeSql does, after checking in the same transaction, with the write lock
+    // held, that every check still reads its expected value. Throws ChangedSinceReadError naming
+    // the first that does not; nothing is written then.
+    virtual void executeSqlChecked(const std::string& propsString, const std::string& sql,
+                                   const std::vector<ReadCheck>& checks) = 0;
     virtual Recordset getTableInfo(int tableNo, const std::string& condition, bool flag) = 0;
     // The password has its quotes doubled by the caller.
     virtual bool checkPassword(const Value& item, const std::string& password) = 0;

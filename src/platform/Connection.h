@@ -18,6 +18,9 @@ public:
     virtual void close() = 0;
     // Runs a statement batch in one transaction. Throws on failure.
     virtual void execute(const std::string& batch) = 0;
+    // Runs a batch after checking in its transaction that every check still reads its value;
+    // throws ChangedSinceReadError otherwise (nothing written).
+    virtual void executeChecked(const std::string& batch, const std::vector<ReadCheck>& checks) = 0;
     virtual Recordset openRecordset(const std::string& sql) = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "CheckedBatch.h"
 #include "SqlText.h"
 #include "platform/Text.h"
 
@@ -69,6 +70,12 @@ platform::Recordset CardMaintain::execQuery(const std::string& sql)
 void CardMaintain::executeSql(const std::string&, const std::string& sql)
 {
     db().execute(sql);
+}
+
+void CardMaintain::executeSqlChecked(const std::string&, const std::string& sql,
+                                     const std::vector<platform::ReadCheck>& checks)
+{
+    executeChecked(db(), sql, checks);
 }
 
 platform::Recordset CardMaintain::getTableInfo(int tableNo, const std::string& condition, bool)

@@ -20,6 +20,8 @@ public:
 
     platform::Recordset execQuery(const std::string& sql) override;
     void executeSql(const std::string& propsString, const std::string& sql) override;
+    void executeSqlChecked(const std::string& propsString, const std::string& sql,
+                           const std::vector<platform::ReadCheck>& checks) override;
     platform::Recordset getTableInfo(int tableNo, const std::string& condition, bool flag) override;
     bool checkPassword(const platform::Value& item, const std::string& password) override;
     bool checkCardExist(const std::string& cardNo, const std::string& condition) override;

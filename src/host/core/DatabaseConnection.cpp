@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "CheckedBatch.h"
+
 #include "platform/Text.h"
 
 namespace ormex::host {
@@ -40,6 +42,12 @@ db::Database& DatabaseConnection::db()
 void DatabaseConnection::execute(const std::string& batch)
 {
     db().execute(batch);
+}
+
+void DatabaseConnection::executeChecked(const std::string& batch,
+                                        const std::vector<platform::ReadCheck>& checks)
+{
+    host::executeChecked(db(), batch, checks);
 }
 
 platform::Recordset DatabaseConnection::openRecordset(const std::string& sql)

@@ -20,6 +20,7 @@ public:
     bool isOpen() const override { return m_db != nullptr; }
     void close() override { m_db.reset(); }
     void execute(const std::string& batch) override;
+    void executeChecked(const std::string& batch, const std::vector<platform::ReadCheck>& checks) override;
     platform::Recordset openRecordset(const std::string& sql) override;
 
     // The database file a connection text names; throws when it names no reachable server.

@@ -4,6 +4,7 @@
 #include "module/cards/frmMemCardManage.h"
 #include "module/points/frmPointManage.h"
 #include "module/settings/frmMemberConfig.h"
+#include "module/storedvalue/frmStoreCardManage.h"
 
 namespace ormex::module::frame {
 
@@ -18,6 +19,7 @@ void FormRegistry::addScreens()
     add(2, [] { return std::make_unique<settings::frmMemberConfig>(); });
     add(3, [] { return std::make_unique<cards::frmMCCheck>(); });
     add(4, [] { return std::make_unique<points::frmPointManage>(); });
+    add(5, [] { return std::make_unique<storedvalue::frmStoreCardManage>(); });
 }
 
 FormRegistry& FormRegistry::instance()

@@ -90,6 +90,14 @@ void ExecuteSQL(const std::string& batch)
     CardObject()->executeSql(GetPropsString(), batch);
 }
 
+void ExecuteSQL(const std::string& batch, const std::vector<platform::ReadCheck>& checks)
+{
+    if (checks.empty())
+        ExecuteSQL(batch);
+    else
+        CardObject()->executeSqlChecked(GetPropsString(), batch, checks);
+}
+
 platform::Value GetFieldValue(const std::string& sql, const std::string& field)
 {
     const platform::Recordset rs = ExecQuery(sql);

@@ -34,6 +34,9 @@ platform::Recordset GetTableInfo(int tableNo, const std::string& condition);
 // Runs a statement batch on the local database under the session descriptor, in one
 // transaction. Errors reach the caller.
 void ExecuteSQL(const std::string& batch);
+// Runs the batch only while every value it was computed from still stands (checked in its
+// transaction). Throws platform::ChangedSinceReadError when one changed; nothing is written then.
+void ExecuteSQL(const std::string& batch, const std::vector<platform::ReadCheck>& checks);
 // The named field of the first row; "" when the query returns no row. Errors reach the caller.
 platform::Value GetFieldValue(const std::string& sql, const std::string& field);
 
@@ -54,6 +57,10 @@ long ExecFunc(long taskNo, const platform::Value& item, const std::string& code)
 long ExecFunc(long taskNo, const std::string& code);
 // Releases a held task; the handle becomes 0 when the host released it. False on any error.
 bool CommitTask(long& handle);
+
+// What the operator reads when a save was refused because a card changed after it was read.
+inline constexpr const char* kChangedSinceReadMessage =
+    "卡上的积分或余额已被其他操作修改，请重新查询后再试！";
 
 inline constexpr const char* kTaskConflictMessage =
     "当前使用的功能与当前或其他用户有冲突,可能无法使用! 请在软件的【系统工具】--【网络控制工具】中进行处理。";

@@ -40,7 +40,10 @@ protected:
         auto* key = static_cast<QKeyEvent*>(event);
         if (key->key() == Qt::Key_Tab && (key->modifiers() & Qt::ControlModifier) && m_tabs &&
             m_tabs->count() > 0) {
-            m_tabs->setCurrentIndex((m_tabs->currentIndex() + 1) % m_tabs->count());
+            // Every tab is reached, one hidden from the operator as well: asked for, it shows.
+            const int next = (m_tabs->currentIndex() + 1) % m_tabs->count();
+            m_tabs->setTabVisible(next, true);
+            m_tabs->setCurrentIndex(next);
             return true;
         }
         if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) && movesOn(widget)) {

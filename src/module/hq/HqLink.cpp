@@ -109,6 +109,37 @@ void ExecOnHQ(const std::string& batch)
     }
 }
 
+void ExecOnHQ(const std::string& batch, const std::vector<platform::ReadCheck>& checks)
+{
+    try {
+        if (auto connection = OpenHQ()) {
+            connection->executeChecked(batch, checks);
+            connection->close();
+        }
+    } catch (const std::exception&) {
+        // As ExecOnHQ: the local change stands either way.
+    }
+}
+
+bool HQChecksHold(const std::vector<platform::ReadCheck>& checks)
+{
+    if (!frame::IsHQLinkedBranch() || checks.empty()) return true;
+    try {
+        auto connection = OpenHQ();
+        if (!connection) return false;
+        for (const platform::ReadCheck& check : checks) {
+            const auto rs = connection->openRecordset(check.sql);
+            if (!platform::sameReadValue(rs.atEnd() ? platform::Value("") : rs.field(check.field),
+                                         check.expected))
+                return false;
+        }
+        connection->close();
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
 platform::Value HQGetFieldValue(const std::string& sql, const std::string& field)
 {
     try {

@@ -2,8 +2,10 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "HqOperation.h"
+#include "platform/BusinessObjects.h"
 #include "platform/Connection.h"
 #include "platform/RecordList.h"
 #include "platform/Recordset.h"
@@ -35,6 +37,12 @@ bool CheckHQOnline(HQOperation operation);
 std::string HQOfflineMessage(HQOperation operation);
 
 void ExecOnHQ(const std::string& batch);
+// Runs the batch on headquarters only while the values read there still stand (errors are not
+// reported, as with ExecOnHQ).
+void ExecOnHQ(const std::string& batch, const std::vector<platform::ReadCheck>& checks);
+// True when every value read at headquarters is still what it was; false when one changed or
+// headquarters cannot be read. True outside a linked branch and without checks.
+bool HQChecksHold(const std::vector<platform::ReadCheck>& checks);
 platform::Value HQGetFieldValue(const std::string& sql, const std::string& field);
 bool HQHasRows(const std::string& sql);
 // True outside a linked branch without asking headquarters.

@@ -51,9 +51,19 @@ std::string LogRowStatement(HQOperation operation)
 
 void LogOnHQ(const std::string& statements, HQOperation operation)
 {
+    LogOnHQ(statements, operation, {});
+}
+
+void LogOnHQ(const std::string& statements, HQOperation operation,
+             const std::vector<platform::ReadCheck>& checks)
+{
     try {
         if (!frame::IsHQLinkedBranch()) return;
-        ExecOnHQ(statements + "\r\n" + LogRowStatement(operation));
+        const std::string batch = statements + "\r\n" + LogRowStatement(operation);
+        if (checks.empty())
+            ExecOnHQ(batch);
+        else
+            ExecOnHQ(batch, checks);
     } catch (const std::exception&) {
     }
 }

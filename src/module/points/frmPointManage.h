@@ -10,6 +10,7 @@
 #include "module/frame/NameListLookup.h"
 #include "module/frame/SavePackage.h"
 #include "module/frame/TaskHandle.h"
+#include "platform/BusinessObjects.h"
 #include "platform/FieldMap.h"
 
 class QHBoxLayout;
@@ -154,6 +155,10 @@ private:
     bool m_messageShown = false;
     bool m_committing = false;
     std::string m_lastCondition;
+    // Values a save read and computed its statements from (local or at headquarters): the batch
+    // runs only while they stand.
+    std::vector<platform::ReadCheck> m_localChecks;
+    std::vector<platform::ReadCheck> m_hqChecks;
     CatalogueScope m_catalogueScope;
     std::string m_exchangeCardType;
     frame::TaskHandle m_task;

@@ -75,6 +75,8 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
 {
     if (!rows) return false;
     bool result = false;
+    m_localChecks.clear();
+    m_hqChecks.clear();
     try {
         std::string logText = tabCaption(tab);
         std::string batch;
@@ -102,13 +104,23 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
         } else {
             if (tab == PointsTab && operation() == Clearing)
                 batch += PointClearRecord(frame::GetTcpAddress(), frame::GetMachineName(), m_userId);
-            frame::ExecuteSQL(batch);
+            if (!hq::HQChecksHold(m_hqChecks))
+                throw platform::ChangedSinceReadError("changed at headquarters");
+            frame::ExecuteSQL(batch, m_localChecks);
             hq::WriteLocalLog("积分管理---", logText);
             if ((tab == PointsTab && operation() == Deduction) || tab == ExchangeTab)
-                hq::LogOnHQ(batch, static_cast<hq::HQOperation>(tab / 2));
+                hq::LogOnHQ(batch, static_cast<hq::HQOperation>(tab / 2), m_hqChecks);
             result = true;
             onQuery(tab);
         }
+    } catch (const platform::ChangedSinceReadError&) {
+        // Another operator or a till changed a card after it was read: nothing was written; the
+        // operator sees the cards as they are now and decides again.
+        frame::Messages().message(frame::kChangedSinceReadMessage, "提示",
+                                  platform::MessageIcon::Information);
+        m_messageShown = true;
+        result = false;
+        onQuery(tab);
     } catch (const std::exception& error) {
         frame::Messages().error(error.what());
         result = false;

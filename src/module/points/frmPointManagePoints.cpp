@@ -246,11 +246,16 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
             }
             const std::string accSql = "select FAccNum from T_Pos_VipRecord where FCardId='" + card + "'";
             const std::string decSql = "select FDecNum from T_Pos_VipRecord where FCardId='" + card + "'";
-            const double accumulated = m_linked ? hq::HQGetFieldValue(accSql, "FAccNum").toDouble()
-                                                : frame::GetFieldValue(accSql, "FAccNum").toDouble();
-            const double used = m_linked ? hq::HQGetFieldValue(decSql, "FDecNum").toDouble()
-                                         : frame::GetFieldValue(decSql, "FDecNum").toDouble();
-            batch += DeductionGroup(session, static_cast<int>(i + 1), card, points, accumulated, used);
+            const platform::Value accumulated =
+                m_linked ? hq::HQGetFieldValue(accSql, "FAccNum") : frame::GetFieldValue(accSql, "FAccNum");
+            const platform::Value used =
+                m_linked ? hq::HQGetFieldValue(decSql, "FDecNum") : frame::GetFieldValue(decSql, "FDecNum");
+            // The card row is written with values computed from these: they must still stand then.
+            auto& checks = m_linked ? m_hqChecks : m_localChecks;
+            checks.push_back({accSql, "FAccNum", accumulated});
+            checks.push_back({decSql, "FDecNum", used});
+            batch += DeductionGroup(session, static_cast<int>(i + 1), card, points, accumulated.toDouble(),
+                                    used.toDouble());
             break;
         }
         case Clearing:

@@ -12,30 +12,10 @@
 #include "module/hq/HqLink.h"
 #include "module/widgets/InputField.h"
 #include "platform/BalanceCodec.h"
+#include "support/ScreenShots.h"
 #include "support/TestHost.h"
 
 namespace ormex::test {
-
-// Runs `act` on the dialog of type D as soon as it is shown modally.
-template <class D> void whenModal(std::function<void(D&)> act)
-{
-    auto* timer = new QTimer;
-    timer->setInterval(5);
-    QObject::connect(timer, &QTimer::timeout, [timer, act] {
-        if (auto* dialog = dynamic_cast<D*>(QApplication::activeModalWidget())) {
-            timer->stop();
-            timer->deleteLater();
-            act(*dialog);
-        }
-    });
-    timer->start();
-}
-
-inline void saveShot(QWidget& widget, const char* name)
-{
-    if (const char* folder = std::getenv("ORMEX_SHOTS"))
-        widget.grab().save(QString::fromUtf8(folder) + "/" + name);
-}
 
 // Cards for the card screen: one of every status, a shared mobile, a deleted card, unused cards
 // of two types.

@@ -8,36 +8,15 @@
 #include <cstdlib>
 #include <functional>
 
-#include "host/core/CardMaintain.h"
 #include "module/frame/Grid.h"
 #include "module/hq/HqLink.h"
 #include "module/points/frmPointManage.h"
 #include "module/widgets/InputField.h"
+#include "support/RecordingCardMaintain.h"
+#include "support/ScreenShots.h"
 #include "support/TestHost.h"
 
 namespace ormex::test {
-
-// The card object of the tests: keeps every batch handed to it and lets a test look at the
-// screen while the batch runs.
-class RecordingCardMaintain : public host::CardMaintain
-{
-public:
-    struct Log
-    {
-        std::vector<std::string> batches;
-        std::function<void()> whileRunning;
-    };
-    RecordingCardMaintain(std::string path, Log& log) : host::CardMaintain(std::move(path)), m_log(log) {}
-    void executeSql(const std::string& props, const std::string& sql) override
-    {
-        m_log.batches.push_back(sql);
-        if (m_log.whileRunning) m_log.whileRunning();
-        host::CardMaintain::executeSql(props, sql);
-    }
-
-private:
-    Log& m_log;
-};
 
 // Members for the points screen: P1 100/60, P2 100/80, P3 50/0 (gold, found by its mobile), P4
 // with nothing left, P5 not yet used, P6 not a points card.
@@ -67,12 +46,6 @@ inline void seedGoods(TestDatabase& db)
         "(103,'G003','6903','纯棉T恤','件',1),"
         " (107,'G007','6907','购物袋','个',0);"
         "insert into t_AuxProp values (1,103,'S','小码'), (2,103,'M','中码')");
-}
-
-inline void saveShot(QWidget& widget, const char* name)
-{
-    if (const char* folder = std::getenv("ORMEX_SHOTS"))
-        widget.grab().save(QString::fromUtf8(folder) + "/" + name);
 }
 
 class PointsScreen
@@ -110,7 +83,11 @@ public:
         auto* editor = qobject_cast<QLineEdit*>(grid(tab).editActiveCell());
         ASSERT_NE(editor, nullptr);
         editor->clear();
-        QTest::keyClicks(editor, text);
+        // Keys for what a keyboard types directly; Chinese text arrives through the input method.
+        if (text.toLatin1() == text.toUtf8())
+            QTest::keyClicks(editor, text);
+        else
+            editor->insert(text);
         QTest::keyClick(editor, Qt::Key_Return);
         QApplication::processEvents();
     }

@@ -306,7 +306,7 @@ TEST(PointsScreen, TheProgressBarAdvancesWhileTheBatchIsBuilt)
         t.type(t.row(card), "FVipNum", "1");
     int valueWhileRunning = -1;
     bool visibleWhileRunning = false, okEnabled = true;
-    t.log.whileRunning = [&] {
+    t.log.beforeRun = [&] {
         valueWhileRunning = t.screen.progressBar()->value();
         visibleWhileRunning = t.screen.progressBar()->isVisible();
         okEnabled = t.screen.findChild<QPushButton*>("cmdOk")->isEnabled();

@@ -1,0 +1,306 @@
+// The stored-value screen's OK: the checks of the amounts against the fill settings, the batch of
+// recharges or conversions, the final question, the run with the balances read still standing,
+// the logs and the reload.
+#include "frmStoreCardManage.h"
+
+#include <QTabWidget>
+
+#include "StoredValueStatements.h"
+#include "module/frame/CardRules.h"
+#include "module/frame/Gateway.h"
+#include "module/frame/Grid.h"
+#include "module/frame/GridHelpers.h"
+#include "module/hq/HqLink.h"
+#include "module/hq/OperationLog.h"
+#include "module/widgets/InputField.h"
+#include "platform/BalanceCodec.h"
+#include "platform/Clock.h"
+#include "platform/NumberText.h"
+#include "platform/Text.h"
+
+namespace ormex::module::storedvalue {
+
+namespace {
+
+double number(const std::string& text)
+{
+    return platform::numberOr0(text);
+}
+
+std::string maxFillMessage(double maximum)
+{
+    return "充值金额已经大于会员设置画面设定的最大充值金额" + platform::formatNumber(maximum) + "，请修正！";
+}
+
+} // namespace
+
+void frmStoreCardManage::onOk()
+{
+    const int tab = m_tabs->currentIndex();
+    if (!ValidateStoredValue(tab)) return;
+    if (!SaveStoredValue(tab)) return;
+    m_reloading = true;
+    if (tab != SingleTab) {
+        frame::Grid& grid = *m_grids[static_cast<std::size_t>(tab)];
+        for (int r = 0; r < grid.rowCount(); ++r)
+            for (const char* field : {"FActualAmt", "FPoint", "FAmt"})
+                grid.setCell(r, field, "0");
+        m_chosenCards = m_lastChosen;
+    }
+    LoadCard(tab, true);
+    m_reloading = false;
+    m_itNo[static_cast<std::size_t>(tab)]->setFocus();
+}
+
+bool frmStoreCardManage::ValidateStoredValue(int tab)
+{
+    switch (tab) {
+    case SingleTab:
+        return validateSingle();
+    case BatchTab:
+        return validateBatch();
+    case PointsTab:
+        return validatePoints();
+    default:
+        return false;
+    }
+}
+
+bool frmStoreCardManage::validateSingle()
+{
+    if (!CheckRechargeCard(SingleTab)) return false;
+    if (field("itCardID_0")->text().isEmpty()) return false;
+    const double charge = number(field("itCharge")->textStd());
+    const double actual = number(field("itAmt")->textStd());
+    std::string message;
+    const char* focus = "itChargeAmt";
+    if (charge == 0)
+        message = "充值金额不能为0！";
+    else if (charge < 0 && !m_allowFillPlusAmt)
+        message = "充值金额不允许为负数！";
+    else if (charge < 0 && m_cachedBalance < -charge)
+        message = "扣减的充值金额不能大于卡余额！";
+    else if (m_maxFillAmount > 0 && charge > m_maxFillAmount)
+        message = maxFillMessage(m_maxFillAmount);
+    else if (actual == 0 && !m_allowFillPlusAmt)
+        message = "实付金额不能为0！", focus = "itActualAmt";
+    else if (actual < 0 && !m_allowFillPlusAmt)
+        message = "实付金额不允许为负数！", focus = "itActualAmt";
+    else if (actual > charge && !frame::Messages().question("充值金额小于实付金额，是否确认充值？")) {
+        field("itActualAmt")->setFocus();
+        return false;
+    }
+    if (message.empty()) return true;
+    frame::Messages().message(message, "提示", platform::MessageIcon::Information);
+    field(focus)->setFocus();
+    return false;
+}
+
+bool frmStoreCardManage::validateBatch()
+{
+    frame::Grid& grid = *m_grids[BatchTab];
+    for (int r = 0; r < grid.dataRows(); ++r) {
+        const double charge = number(grid.cellStd(r, "FChargeAmt"));
+        const double actual = number(grid.cellStd(r, "FActualAmt"));
+        const double balance = number(grid.cellStd(r, "FResidualAmt"));
+        std::string message;
+        const char* column = "FChargeAmt";
+        if (charge < 0 && !m_allowFillPlusAmt)
+            message = "充值金额不允许为负数！";
+        else if (charge < 0 && balance < -charge)
+            message = "扣减的充值金额不能大于卡余额！";
+        else if (m_maxFillAmount > 0 && charge > m_maxFillAmount)
+            message = maxFillMessage(m_maxFillAmount);
+        else if (actual < 0 && !m_allowFillPlusAmt)
+            message = "实付金额不允许为负数！", column = "FActualAmt";
+        else if (actual > charge && !frame::Messages().question("充值金额小于实付金额，是否确认？"))
+            return false;
+        if (!message.empty()) {
+            refuseCell(message, false, BatchTab, r, column);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool frmStoreCardManage::validatePoints()
+{
+    frame::Grid& grid = *m_grids[PointsTab];
+    for (int r = 0; r < grid.dataRows(); ++r)
+        if (number(grid.cellStd(r, "cur_num")) < number(grid.cellStd(r, "FPoint"))) {
+            refuseCell("本次使用积分已经超过结余积分，不能转换!", true, PointsTab, r, "FPoint");
+            return false;
+        }
+    return true;
+}
+
+void frmStoreCardManage::refuseCell(const std::string& text, bool warning, int tab, int row,
+                                    const char* field)
+{
+    if (warning)
+        frame::Messages().warning(text);
+    else
+        frame::Messages().message(text, "提示", platform::MessageIcon::Information);
+    frame::Grid& grid = *m_grids[static_cast<std::size_t>(tab)];
+    grid.setActiveCell(row, grid.columnOf(field));
+    grid.setFocus();
+}
+
+void frmStoreCardManage::ConvertPointsCell(int column, int row)
+{
+    frame::Grid& grid = *m_grids[PointsTab];
+    const frame::FieldColumnMap& columns = m_columns[PointsTab];
+    if (grid.dataRows() == 0 || columns.empty() || column != columns.column("FPoint")) return;
+    const std::string type = grid.cellStd(row, "FCardType");
+    const double points = number(grid.cellStd(row, "FPoint"));
+    const double remaining = number(grid.cellStd(row, "cur_num"));
+    if (remaining < points) {
+        m_gridEvents = false;
+        frame::Messages().warning("本次使用积分超过结余积分！");
+        grid.setActiveCell(row, column);
+        m_gridEvents = true;
+        return;
+    }
+    try {
+        const platform::FieldMap result = frame::PointsToValue(type, points);
+        grid.setCell(row, "FPoint", platform::formatNumber(result.value("UsedPoint").toDouble()));
+        grid.setCell(row, "FAmt", platform::formatNumber(result.value("StoredAmt").toDouble()));
+    } catch (const std::exception& error) {
+        frame::Messages().error(error.what());
+    }
+}
+
+double frmStoreCardManage::rereadBalance(const std::string& card)
+{
+    const std::string sql =
+        "select FResidualAmt from T_Pos_VipRecord where FCardId='" + platform::quoteDoubled(card) + "'";
+    const platform::Value stored =
+        m_linked ? hq::HQGetFieldValue(sql, "FResidualAmt") : frame::GetFieldValue(sql, "FResidualAmt");
+    // The new balance is computed from this value: the batch runs only while it stands.
+    (m_linked ? m_hqChecks : m_localChecks).push_back({sql, "FResidualAmt", stored});
+    return platform::decodeBalanceValue(stored.toString());
+}
+
+bool frmStoreCardManage::buildSingle(std::string& batch)
+{
+    Recharge r;
+    r.card = field("itCardID_0")->textStd();
+    r.amount = number(field("itCharge")->textStd());
+    r.paid = number(field("itAmt")->textStd());
+    r.oldBalance = m_cachedBalance;
+    r.memo = field("itMemo")->textStd();
+    r.operDate = field("itOperateDate")->textStd() + frame::CurrentTimeText();
+    r.paymentId = field("itBalanceStyle")->itemId().toStdString();
+    const double read = rereadBalance(r.card);
+    r.newBalance = r.amount + read;
+    if (!m_linked) m_cachedBalance = read;
+    r.listedBalance = r.amount + (m_linked ? r.oldBalance : read);
+    batch += RechargeStatements({m_userId, m_branchId, m_branchNo}, r);
+    return true;
+}
+
+bool frmStoreCardManage::buildBatch(std::string& batch)
+{
+    const frame::SavePackage rows = frame::BuildSavePackage(*m_grids[BatchTab], 2, 0);
+    const std::string now = platform::now().toString();
+    for (std::size_t i = 0; i < rows.rowCount(); ++i) {
+        const platform::FieldMap& record = rows.rows()[i];
+        if (record.value("FChargeAmt").toDouble() == 0) {
+            frame::Messages().warning("充值金额不能为0");
+            m_grids[BatchTab]->setActiveCell(static_cast<int>(i), m_grids[BatchTab]->columnOf("FChargeAmt"));
+            m_grids[BatchTab]->setFocus();
+            return false;
+        }
+        Recharge r;
+        r.card = record.text("FCardId");
+        r.amount = record.value("FChargeAmt").toDouble();
+        r.paid = record.value("FActualAmt").toDouble();
+        r.memo = record.text("other1");
+        r.operDate = now;
+        r.paymentId = record.text("FBalanceStyleId");
+        m_cachedBalance = record.value("FResidualAmt").toDouble();
+        const double read = rereadBalance(r.card);
+        double listed = m_cachedBalance;
+        if (!m_linked) m_cachedBalance = listed = read;
+        r.oldBalance = m_cachedBalance;
+        r.newBalance = r.amount + read;
+        r.listedBalance = listed + r.amount;
+        batch += RechargeStatements({m_userId, m_branchId, m_branchNo}, r);
+    }
+    return true;
+}
+
+bool frmStoreCardManage::buildPoints(std::string& batch)
+{
+    const frame::SavePackage rows = frame::BuildSavePackage(*m_grids[PointsTab], 2, 0);
+    const std::string now = platform::now().toString();
+    for (std::size_t j = 0; j < rows.rowCount(); ++j) {
+        const platform::FieldMap& record = rows.rows()[j];
+        if (record.value("FAmt").toDouble() == 0) continue;
+        Conversion c;
+        c.card = record.text("FCardId");
+        c.points = record.value("FPoint").toDouble();
+        c.amount = record.value("FAmt").toDouble();
+        c.operDate = now;
+        m_cachedBalance = record.value("FResidualAmt").toDouble();
+        double gridBalance = m_cachedBalance;
+        const double read = rereadBalance(c.card);
+        if (!m_linked) m_cachedBalance = gridBalance = read;
+        // The points used must still be there when the conversion is written.
+        const std::string left = "select FAccNum-FDecNum as LeavePoint from T_Pos_VipRecord where FCardId='" +
+                                 platform::quoteDoubled(c.card) + "'";
+        const platform::Value remaining =
+            m_linked ? hq::HQGetFieldValue(left, "LeavePoint") : frame::GetFieldValue(left, "LeavePoint");
+        if (remaining.toDouble() < c.points) {
+            refuseCell("本次使用积分已经超过结余积分，不能转换!", true, PointsTab, static_cast<int>(j),
+                       "FPoint");
+            return false;
+        }
+        (m_linked ? m_hqChecks : m_localChecks).push_back({left, "LeavePoint", remaining});
+        c.oldBalance = m_cachedBalance;
+        c.gridBalance = gridBalance;
+        c.newBalance = c.amount + read;
+        batch += ConversionStatements({m_userId, m_branchId, m_branchNo}, static_cast<int>(j + 1), c);
+    }
+    return true;
+}
+
+bool frmStoreCardManage::SaveStoredValue(int tab)
+{
+    if (!hq::CheckHQOnline(tab == PointsTab ? hq::HQOperation::PointsToStoredValue
+                                            : hq::HQOperation::Recharge))
+        return false;
+    const std::string caption = tabCaption(tab);
+    std::string batch;
+    m_localChecks.clear();
+    m_hqChecks.clear();
+    try {
+        const bool built = tab == SingleTab  ? buildSingle(batch)
+                           : tab == BatchTab ? buildBatch(batch)
+                                             : buildPoints(batch);
+        if (!built || batch.empty()) return false;
+        if (!frame::Messages().question("是否确认【" + caption + "】?")) return false;
+        if (!hq::HQChecksHold(m_hqChecks)) throw platform::ChangedSinceReadError("changed at headquarters");
+        frame::ExecuteSQL(batch, m_localChecks);
+        hq::WriteLocalLog("储值管理---", caption);
+        hq::LogOnHQ(batch,
+                    tab == PointsTab ? hq::HQOperation::PointsToStoredValue : hq::HQOperation::Recharge,
+                    m_hqChecks);
+        return true;
+    } catch (const platform::ChangedSinceReadError&) {
+        // Another operator or a till changed a balance after it was read: nothing was written; the
+        // tab shows the cards as they are now.
+        frame::Messages().message(frame::kChangedSinceReadMessage, "提示",
+                                  platform::MessageIcon::Information);
+        m_reloading = true;
+        if (tab != SingleTab) m_chosenCards = m_lastChosen;
+        LoadCard(tab, false);
+        m_reloading = false;
+        return false;
+    } catch (const std::exception& error) {
+        frame::Messages().error(error.what());
+        return false;
+    }
+}
+
+} // namespace ormex::module::storedvalue

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "host/core/CardMaintain.h"
+
+namespace ormex::test {
+
+// The host's card object, keeping every batch handed to it; a test may look at the screen, or let
+// another writer change the database, just before a batch runs.
+class RecordingCardMaintain : public host::CardMaintain
+{
+public:
+    struct Log
+    {
+        std::vector<std::string> batches;
+        std::function<void()> beforeRun;
+    };
+    RecordingCardMaintain(std::string path, Log& log) : host::CardMaintain(std::move(path)), m_log(log) {}
+    void executeSql(const std::string& props, const std::string& sql) override
+    {
+        record(sql);
+        host::CardMaintain::executeSql(props, sql);
+    }
+    void executeSqlChecked(const std::string& props, const std::string& sql,
+                           const std::vector<platform::ReadCheck>& checks) override
+    {
+        record(sql);
+        host::CardMaintain::executeSqlChecked(props, sql, checks);
+    }
+
+private:
+    void record(const std::string& sql)
+    {
+        m_log.batches.push_back(sql);
+        if (m_log.beforeRun) m_log.beforeRun();
+    }
+    Log& m_log;
+};
+
+} // namespace ormex::test
