@@ -20,6 +20,7 @@
 #include "module/frame/ScreenKeys.h"
 #include "module/frame/Session.h"
 #include "module/widgets/CodeList.h"
+#include "module/widgets/CommandButton.h"
 #include "module/widgets/InputField.h"
 #include "platform/NumberText.h"
 #include "platform/Text.h"
@@ -27,14 +28,6 @@
 namespace ormex::module::points {
 
 namespace {
-
-QPushButton* button(QWidget* parent, const QString& name, const char* caption)
-{
-    auto* b = new QPushButton(QString::fromUtf8(caption), parent);
-    b->setObjectName(name);
-    b->setAutoDefault(false);
-    return b;
-}
 
 QWidget* labelled(QWidget* parent, const char* caption, QWidget* field)
 {
@@ -87,9 +80,9 @@ void frmPointManage::buildUi()
     m_progress->setVisible(false);
     bottom->addWidget(m_progress, 1);
     bottom->addStretch();
-    m_cmdOk = button(this, "cmdOk", "确定(&O)");
-    m_cmdPrint = button(this, "cmdPrint", "打印(&P)");
-    m_cmdCancel = button(this, "cmdCancel", "取消(&C)");
+    m_cmdOk = widgets::CommandButton(this, "cmdOk", "确定(&O)");
+    m_cmdPrint = widgets::CommandButton(this, "cmdPrint", "打印(&P)");
+    m_cmdCancel = widgets::CommandButton(this, "cmdCancel", "取消(&C)");
     for (QPushButton* b : {m_cmdOk, m_cmdPrint, m_cmdCancel})
         bottom->addWidget(b);
     root->addLayout(bottom);
@@ -113,10 +106,10 @@ void frmPointManage::buildUi()
 void frmPointManage::addCommands(QWidget* tab, QHBoxLayout* row, int index, const char* addCaption)
 {
     const auto t = static_cast<std::size_t>(index);
-    m_cmdSearch[t] = button(tab, QStringLiteral("cmdSearch_%1").arg(index), "查询(&S)");
-    m_cmdAdd[t] = button(tab, QStringLiteral("cmdAdd_%1").arg(index), addCaption);
-    m_cmdDel[t] = button(tab, QStringLiteral("cmdDel_%1").arg(index), "删除");
-    m_cmdBatchAdd[t] = button(tab, QStringLiteral("cmdBatchAdd_%1").arg(index), "批量填充");
+    m_cmdSearch[t] = widgets::CommandButton(tab, QStringLiteral("cmdSearch_%1").arg(index), "查询(&S)");
+    m_cmdAdd[t] = widgets::CommandButton(tab, QStringLiteral("cmdAdd_%1").arg(index), addCaption);
+    m_cmdDel[t] = widgets::CommandButton(tab, QStringLiteral("cmdDel_%1").arg(index), "删除");
+    m_cmdBatchAdd[t] = widgets::CommandButton(tab, QStringLiteral("cmdBatchAdd_%1").arg(index), "批量填充");
     for (QPushButton* b : {m_cmdSearch[t], m_cmdAdd[t], m_cmdDel[t], m_cmdBatchAdd[t]})
         row->addWidget(b);
 }

@@ -18,6 +18,7 @@
 #include "module/frame/ScreenKeys.h"
 #include "module/frame/Session.h"
 #include "module/widgets/CodeList.h"
+#include "module/widgets/CommandButton.h"
 #include "module/widgets/InputField.h"
 #include "platform/NumberText.h"
 #include "platform/Text.h"
@@ -25,14 +26,6 @@
 namespace ormex::module::storedvalue {
 
 namespace {
-
-QPushButton* button(QWidget* parent, const QString& name, const char* caption)
-{
-    auto* b = new QPushButton(QString::fromUtf8(caption), parent);
-    b->setObjectName(name);
-    b->setAutoDefault(false);
-    return b;
-}
 
 QString indexed(const char* name, int tab)
 {
@@ -61,9 +54,9 @@ frmStoreCardManage::frmStoreCardManage(QWidget* parent) : frame::ModuleForm(pare
     root->addWidget(m_tabs, 1);
     auto* bottom = new QHBoxLayout;
     bottom->addStretch();
-    m_cmdOk = button(this, "cmdOk", "确定(&O)");
-    m_cmdPrint = button(this, "cmdPrint", "打印(&P)");
-    m_cmdCancel = button(this, "cmdCancel", "取消(&C)");
+    m_cmdOk = widgets::CommandButton(this, "cmdOk", "确定(&O)");
+    m_cmdPrint = widgets::CommandButton(this, "cmdPrint", "打印(&P)");
+    m_cmdCancel = widgets::CommandButton(this, "cmdCancel", "取消(&C)");
     for (QPushButton* b : {m_cmdOk, m_cmdPrint, m_cmdCancel})
         bottom->addWidget(b);
     root->addLayout(bottom);
@@ -103,7 +96,7 @@ QWidget* frmStoreCardManage::buildSingleTab()
     m_itNo[SingleTab] = new widgets::InputField(indexed("itNo", 0), QStringLiteral("卡号或手机号*"), tab);
     m_itNo[SingleTab]->setLookupButton(true);
     search->addWidget(m_itNo[SingleTab], 1);
-    m_cmdSearch[SingleTab] = button(tab, indexed("cmdSearch", 0), "查询(&S)");
+    m_cmdSearch[SingleTab] = widgets::CommandButton(tab, indexed("cmdSearch", 0), "查询(&S)");
     search->addWidget(m_cmdSearch[SingleTab]);
     layout->addLayout(search);
 
@@ -194,9 +187,9 @@ QWidget* frmStoreCardManage::buildGridTab(int t)
     conditions->addWidget(m_itFCardStatus[i], 1, 1);
     auto* commands = new QHBoxLayout;
     commands->addStretch();
-    m_cmdSearch[i] = button(tab, indexed("cmdSearch", t), "查询(&S)");
-    m_cmdBatchAdd[i] = button(tab, indexed("cmdBatchAdd", t), "批量填充");
-    m_cmdDel[i] = button(tab, indexed("cmdDel", t), "删除");
+    m_cmdSearch[i] = widgets::CommandButton(tab, indexed("cmdSearch", t), "查询(&S)");
+    m_cmdBatchAdd[i] = widgets::CommandButton(tab, indexed("cmdBatchAdd", t), "批量填充");
+    m_cmdDel[i] = widgets::CommandButton(tab, indexed("cmdDel", t), "删除");
     for (QPushButton* b : {m_cmdSearch[i], m_cmdBatchAdd[i], m_cmdDel[i]})
         commands->addWidget(b);
     conditions->addLayout(commands, 2, 0, 1, 2);

@@ -413,11 +413,7 @@ TEST(GiftExchange, ALinkedBranchReplaysTheExchangeAtHeadquarters)
 TEST(GiftTabs, OnTheDemoData)
 {
     PointsScreen t;
-    t.host.branch().exec(
-        "delete from T_Pos_VipRecord; delete from T_Pos_VipType; delete from t_SystemProfile;"
-        "delete from t_stock; delete from t_AuxProp; delete from t_Item");
-    db::seedDemo(t.host.branch().db(), db::DemoRole::Branch);
-    t.screen.loadForm();
+    t.useDemoData();
     t.screen.resize(1000, 600);
     t.screen.tabs()->setCurrentIndex(kGifts);
     t.screen.findChild<QPushButton*>("cmdSearch_1")->click();

@@ -8,10 +8,12 @@
 #include <cstdlib>
 #include <functional>
 
+#include "db/DemoData.h"
 #include "module/frame/Grid.h"
 #include "module/hq/HqLink.h"
 #include "module/points/frmPointManage.h"
 #include "module/widgets/InputField.h"
+#include "support/GridTyping.h"
 #include "support/RecordingCardMaintain.h"
 #include "support/ScreenShots.h"
 #include "support/TestHost.h"
@@ -76,20 +78,18 @@ public:
         screen.memberBox(0)->setText(number);
         screen.findChild<QPushButton*>("cmdSearch_0")->click();
     }
-    // Types into a cell as an operator does: the cell's editor, the text, Enter.
     void type(int row, const char* field, const QString& text, int tab = 0)
     {
-        grid(tab).setActiveCell(row, grid(tab).columnOf(field));
-        auto* editor = qobject_cast<QLineEdit*>(grid(tab).editActiveCell());
-        ASSERT_NE(editor, nullptr);
-        editor->clear();
-        // Keys for what a keyboard types directly; Chinese text arrives through the input method.
-        if (text.toLatin1() == text.toUtf8())
-            QTest::keyClicks(editor, text);
-        else
-            editor->insert(text);
-        QTest::keyClick(editor, Qt::Key_Return);
-        QApplication::processEvents();
+        typeIntoCell(grid(tab), row, field, text);
+    }
+    // Puts the demo branch's data in place of the test's own and loads the screen again.
+    void useDemoData()
+    {
+        host.branch().exec(
+            "delete from T_Pos_VipRecord; delete from T_Pos_VipType; delete from t_SystemProfile;"
+            "delete from t_stock; delete from t_AuxProp; delete from t_Item");
+        db::seedDemo(host.branch().db(), db::DemoRole::Branch);
+        screen.loadForm();
     }
     int row(const std::string& card)
     {

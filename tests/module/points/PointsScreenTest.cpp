@@ -434,11 +434,7 @@ TEST(PointsScreen, PrintsTheListWithTitleDateAndOperator)
 TEST(PointsScreen, OnTheDemoData)
 {
     PointsScreen t;
-    t.host.branch().exec(
-        "delete from T_Pos_VipRecord; delete from T_Pos_VipType; delete from t_SystemProfile;"
-        "delete from t_stock; delete from t_AuxProp; delete from t_Item");
-    db::seedDemo(t.host.branch().db(), db::DemoRole::Branch);
-    t.screen.loadForm();
+    t.useDemoData();
     t.screen.resize(900, 600);
     t.query();
     EXPECT_GT(t.grid().rowCount(), 50);

@@ -16,6 +16,7 @@
 #include "module/storedvalue/frmStoreCardManage.h"
 #include "module/widgets/InputField.h"
 #include "platform/BalanceCodec.h"
+#include "support/GridTyping.h"
 #include "support/RecordingCardMaintain.h"
 #include "support/ScreenShots.h"
 #include "support/TestHost.h"
@@ -84,17 +85,7 @@ public:
     }
     void type(int tab, int row, const char* field, const QString& text)
     {
-        grid(tab).setActiveCell(row, grid(tab).columnOf(field));
-        auto* editor = qobject_cast<QLineEdit*>(grid(tab).editActiveCell());
-        ASSERT_NE(editor, nullptr) << field;
-        editor->clear();
-        // Keys for what a keyboard types directly; Chinese text arrives through the input method.
-        if (text.toLatin1() == text.toUtf8())
-            QTest::keyClicks(editor, text);
-        else
-            editor->insert(text);
-        QTest::keyClick(editor, Qt::Key_Return);
-        QApplication::processEvents();
+        typeIntoCell(grid(tab), row, field, text);
     }
     int row(int tab, const std::string& card)
     {
