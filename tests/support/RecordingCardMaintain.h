@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/core/CardMaintain.h"
+#include "platform/HostServices.h"
 
 namespace ormex::test {
 
@@ -19,6 +20,14 @@ public:
         std::function<void()> beforeRun;
     };
     RecordingCardMaintain(std::string path, Log& log) : host::CardMaintain(std::move(path)), m_log(log) {}
+
+    // Makes the host create recording card objects over its session database.
+    static void install(const std::string& databasePath, Log& log)
+    {
+        platform::HostServices::instance().factory().registerClass(
+            "OrmexMCardManage.MCMaintain",
+            [databasePath, &log] { return std::make_shared<RecordingCardMaintain>(databasePath, log); });
+    }
     void executeSql(const std::string& props, const std::string& sql) override
     {
         record(sql);

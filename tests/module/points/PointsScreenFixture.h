@@ -62,10 +62,7 @@ public:
             seedPointCards(host.hq());
             seedGoods(host.hq());
         }
-        const std::string path = host.config().databasePath();
-        platform::HostServices::instance().factory().registerClass(
-            "OrmexMCardManage.MCMaintain",
-            [this, path] { return std::make_shared<RecordingCardMaintain>(path, log); });
+        RecordingCardMaintain::install(host.config().databasePath(), log);
         screen.loadForm();
         screen.show();
         QApplication::setActiveWindow(&screen);

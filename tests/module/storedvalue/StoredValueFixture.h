@@ -65,10 +65,7 @@ public:
         seedStoredValueCards(host.branch());
         if (options.withHeadquarters) seedStoredValueCards(host.hq());
         if (!settings.empty()) host.branch().exec(settings);
-        const std::string path = host.config().databasePath();
-        platform::HostServices::instance().factory().registerClass(
-            "OrmexMCardManage.MCMaintain",
-            [this, path] { return std::make_shared<RecordingCardMaintain>(path, log); });
+        RecordingCardMaintain::install(host.config().databasePath(), log);
         screen.loadForm();
         screen.show();
         QApplication::setActiveWindow(&screen);
