@@ -1,42 +1,38 @@
 #pragma once
 
-#include <map>
 #include <memory>
-#include <string>
 #include <vector>
 
+#include "BatchProgram.h"
 #include "SqliteStatement.h"
-#include "TsqlParser.h"
+#include "StatementCache.h"
 #include "platform/Value.h"
 
 struct sqlite3;
 
-// Runs parsed statements on one connection: data statements as prepared statements with the
-// batch's variables bound by name, control flow here. Every statement is prepared before the
-// first one runs, so text SQLite cannot read stops the batch before it changes anything. The
-// caller owns the transaction.
+// Runs a parsed batch on one connection: each distinct statement text compiled once (from the
+// connection's cache), each step binding its literals and variables, control flow here. Every
+// statement text is compiled before the first step runs, so text SQLite cannot read stops the
+// batch before it changes anything. The caller owns the transaction.
 namespace ormex::db {
 
 class BatchRunner
 {
 public:
-    explicit BatchRunner(sqlite3* db) : m_db(db) {}
+    BatchRunner(sqlite3* db, StatementCache& cache) : m_db(db), m_cache(cache) {}
     // Throws ParseError when SQLite finds a statement unreadable (nothing ran), StatementError
-    // naming the statement that could not be prepared or failed.
-    void run(const std::vector<Statement>& statements);
+    // naming the statement that could not be compiled or failed.
+    void run(const BatchProgram& program);
 
 private:
-    void prepare(const std::vector<Statement>& statements);
-    void runAll(const std::vector<Statement>& statements);
-    void run(const Statement& statement);
-    platform::Value scalar(const Statement& statement);
-    void execute(const Statement& statement);
-    SqliteStatement& prepared(const Statement& statement);
+    void compile(const BatchProgram& program);
+    // Runs a step's shape with its arguments bound; the first value of its first row, if asked.
+    platform::Value run(const BatchProgram& program, const Step& step, bool wantValue);
 
     sqlite3* m_db;
-    std::map<std::string, platform::Value> m_variables;                      // lower-case name with '@'
-    std::map<const Statement*, std::unique_ptr<SqliteStatement>> m_prepared; // the first ones of the batch
-    std::unique_ptr<SqliteStatement> m_scratch; // the one running, when it was not kept
+    StatementCache& m_cache;
+    std::vector<std::shared_ptr<SqliteStatement>> m_compiled; // by shape; null past kKeptCompiled
+    std::vector<platform::Value> m_variables;                 // by slot
 };
 
 } // namespace ormex::db

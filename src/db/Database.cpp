@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include "ArgumentBinding.h"
 #include "BatchRunner.h"
 #include "DbError.h"
 #include "SqlFunctions.h"
@@ -32,26 +33,32 @@ std::unique_ptr<Database> Database::open(const std::string& path, OpenMode mode)
     return db;
 }
 
-Database::Database(std::string path, sqlite3* db) : m_path(std::move(path)), m_db(db) {}
+Database::Database(std::string path, sqlite3* db) : m_path(std::move(path)), m_db(db), m_statements(db) {}
 
 Database::~Database()
 {
+    m_statements.clear(); // statements are finalized before their connection closes
     sqlite3_close(m_db);
 }
 
 platform::Recordset Database::query(std::string_view sql)
 {
-    const std::string translated = parseQuery(sql, SqliteDialect::instance());
+    const QueryShape shape = parseQueryShape(sql, SqliteDialect::instance());
     try {
-        SqliteStatement stmt(m_db, translated);
+        const auto compiled = m_statements.get(shape.sql);
+        SqliteStatement& stmt = *compiled;
+        StatementUse use(stmt);
+        bindArguments(stmt, sql, shape.arguments, 0, shape.arguments.size(), {});
+        const int count = stmt.columnCount();
         std::vector<std::string> columns;
-        for (int c = 0; c < stmt.columnCount(); ++c)
+        columns.reserve(count);
+        for (int c = 0; c < count; ++c)
             columns.push_back(stmt.columnName(c));
         std::vector<std::vector<platform::Value>> rows;
         while (stmt.step()) {
             std::vector<platform::Value> row;
-            row.reserve(columns.size());
-            for (int c = 0; c < stmt.columnCount(); ++c)
+            row.reserve(count);
+            for (int c = 0; c < count; ++c)
                 row.push_back(stmt.column(c));
             rows.push_back(std::move(row));
         }
@@ -65,9 +72,9 @@ platform::Recordset Database::query(std::string_view sql)
 
 void Database::execute(std::string_view batch)
 {
-    const std::vector<Statement> statements = parseBatch(batch, SqliteDialect::instance());
+    const BatchProgram program = parseBatch(batch, SqliteDialect::instance());
     Transaction transaction(*this);
-    BatchRunner(m_db).run(statements);
+    BatchRunner(m_db, m_statements).run(program);
     transaction.commit();
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "StatementCache.h"
 #include "platform/Recordset.h"
 
 struct sqlite3;
@@ -61,10 +62,14 @@ public:
         bool m_done = false;
     };
 
+    // The statements this connection keeps compiled.
+    StatementCache& statements() { return m_statements; }
+
 private:
     Database(std::string path, sqlite3* db);
     std::string m_path;
     sqlite3* m_db = nullptr;
+    StatementCache m_statements;
 };
 
 } // namespace ormex::db

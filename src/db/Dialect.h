@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -7,28 +8,50 @@
 #include "TsqlLexer.h"
 
 // What differs between database engines when the system's T-SQL runs on them: function names,
-// data types, how a condition or a variable's value is queried, and how variables are written.
+// data types, how a condition or a variable's value is queried, and how parameters are written.
 // The parser and the executor know nothing else about the engine.
 namespace ormex::db {
+
+// A value a translated statement takes as a parameter instead of as text: a literal of the batch
+// (a view of its text) or a variable of the batch. Statements that differ only in their literals
+// and variables thus translate to the same text and are compiled once.
+struct Argument
+{
+    enum class Kind : std::uint8_t { Text, Number, Variable };
+    Kind kind = Kind::Text;
+    std::uint32_t at = 0;     // Text, Number: offset in the batch text (a text without its quotes)
+    std::uint32_t length = 0; // Variable: the variable's slot in `at`
+};
+
+struct Translation
+{
+    // The slot of a declared variable (lower case, with its '@'), or -1 when it is not declared.
+    std::function<long(const std::string&)> slot;
+    // Where parameters go, numbered from 1 in the order they are added. Without it everything
+    // stays text and variables are written by name.
+    std::vector<Argument>* arguments = nullptr;
+    // Literals become parameters too; off where a literal means something as text (a column
+    // position in ORDER BY, the name of a result column).
+    bool liftLiterals = true;
+};
 
 class Dialect
 {
 public:
-    // Answers whether a variable (lower case, with its '@') is declared at this point.
-    using VariableCheck = std::function<bool(const std::string&)>;
-
     virtual ~Dialect() = default;
     // Translates an expression or the body of a statement, tokens [begin, end). Throws ParseError
     // for anything outside the dialect (an unknown function, an unsupported keyword, an
     // undeclared variable).
     virtual std::string translate(const std::vector<Token>& tokens, std::size_t begin, std::size_t end,
-                                  const VariableCheck& declared) const = 0;
+                                  Translation& translation) const = 0;
     // A query whose one value is 1 when the translated condition holds, else 0.
     virtual std::string conditionQuery(const std::string& condition) const = 0;
     // A query whose one value is the translated expression.
     virtual std::string valueQuery(const std::string& expression) const = 0;
-    // How a variable is written in a translated statement (the name it is bound by).
+    // How a variable is written when it is not a numbered parameter (the name it is bound by).
     virtual std::string variableName(const std::string& variable) const = 0;
+    // How numbered parameter n (from 1) is written.
+    virtual std::string parameter(std::size_t n) const = 0;
 };
 
 } // namespace ormex::db

@@ -25,7 +25,7 @@ constexpr std::array<const char*, 13> kSameFunctions = {"lower", "upper",    "lt
 
 constexpr std::array<const char*, 4> kUnsupportedWords = {"top", "output", "with", "pivot"};
 
-template <std::size_t N> bool oneOf(const std::string& word, const std::array<const char*, N>& list)
+template <std::size_t N> bool oneOf(std::string_view word, const std::array<const char*, N>& list)
 {
     for (const char* entry : list)
         if (iequals(word, entry)) return true;
@@ -35,9 +35,8 @@ template <std::size_t N> bool oneOf(const std::string& word, const std::array<co
 class Translator
 {
 public:
-    Translator(const SqliteDialect& dialect, const std::vector<Token>& tokens,
-               const Dialect::VariableCheck& declared)
-        : m_dialect(dialect), m_tokens(tokens), m_declared(declared)
+    Translator(const SqliteDialect& dialect, const std::vector<Token>& tokens, Translation& translation)
+        : m_dialect(dialect), m_tokens(tokens), m_translation(translation)
     {
     }
 
@@ -91,11 +90,11 @@ private:
     std::string sqlType(std::size_t at, std::size_t end, bool& isText, long& length) const
     {
         const Token& t = m_tokens[at];
-        if (t.kind != Token::Kind::Word || at >= end) fail(at, "a data type was expected");
+        if (at >= end || t.kind != Token::Kind::Word) fail(at, "a data type was expected");
         const std::string name = toLowerAscii(t.text);
         length = -1;
         if (at + 1 < end && m_tokens[at + 1].isSymbol("(") && at + 2 < end)
-            length = std::atol(m_tokens[at + 2].text.c_str());
+            length = std::atol(std::string(m_tokens[at + 2].text).c_str());
         isText = false;
         if (name == "varchar" || name == "nvarchar" || name == "char" || name == "nchar" || name == "text") {
             isText = true;
@@ -106,7 +105,7 @@ private:
         if (name == "int" || name == "bigint" || name == "smallint" || name == "tinyint" || name == "bit")
             return "INTEGER";
         if (name == "datetime" || name == "date" || name == "smalldatetime") return "";
-        fail(at, "unknown data type '" + t.text + "'");
+        fail(at, "unknown data type '" + std::string(t.text) + "'");
     }
 
     std::string cast(const std::string& value, std::size_t typeAt, std::size_t end) const
@@ -128,12 +127,19 @@ private:
         switch (t.kind) {
         case Token::Kind::Variable: {
             const std::string name = toLowerAscii(t.text);
-            if (!m_declared || !m_declared(name)) fail(i, "must declare the variable " + t.text);
-            return m_dialect.variableName(name);
+            const long slot = m_translation.slot ? m_translation.slot(name) : -1;
+            if (slot < 0) fail(i, "must declare the variable " + std::string(t.text));
+            if (!m_translation.arguments) return m_dialect.variableName(name);
+            return parameter(Argument{Argument::Kind::Variable, static_cast<std::uint32_t>(slot), 0});
         }
         case Token::Kind::String:
+            if (!m_translation.arguments || !m_translation.liftLiterals) return std::string(t.text);
+            return parameter(Argument{Argument::Kind::Text, static_cast<std::uint32_t>(t.textOffset() + 1),
+                                      static_cast<std::uint32_t>(t.text.size() - 2)});
         case Token::Kind::Number:
-            return t.text;
+            if (!m_translation.arguments || !m_translation.liftLiterals) return std::string(t.text);
+            return parameter(Argument{Argument::Kind::Number, static_cast<std::uint32_t>(t.textOffset()),
+                                      static_cast<std::uint32_t>(t.text.size())});
         case Token::Kind::Symbol:
             if (t.isSymbol(";")) fail(i, "unexpected ';'");
             // The server joins texts with '+'; SQLite would add them as numbers. The system
@@ -141,7 +147,7 @@ private:
             if (t.isSymbol("+") && ((i > 0 && m_tokens[i - 1].kind == Token::Kind::String) ||
                                     (i + 1 < end && m_tokens[i + 1].kind == Token::Kind::String)))
                 fail(i, "texts joined with '+' are not supported");
-            return t.text;
+            return std::string(t.text);
         case Token::Kind::End:
             return {};
         case Token::Kind::Word:
@@ -149,15 +155,15 @@ private:
         }
         // SQLite reads [name] as an identifier, as the server does; a "name" would silently turn
         // into a text literal when no column is called so.
-        if (t.bracketed) return "[" + t.text + "]";
+        if (t.bracketed) return "[" + std::string(t.text) + "]";
         // dbo.name → name
         if (t.isWord("dbo") && i + 2 < end && m_tokens[i + 1].isSymbol(".")) {
             next = i + 2;
             return {};
         }
-        if (oneOf(t.text, kUnsupportedWords)) fail(i, "'" + t.text + "' is not supported");
+        if (oneOf(t.text, kUnsupportedWords)) fail(i, "'" + std::string(t.text) + "' is not supported");
         const bool call = i + 1 < end && m_tokens[i + 1].isSymbol("(");
-        if (!call || oneOf(t.text, kKeywordsBeforeParen)) return t.text;
+        if (!call || oneOf(t.text, kKeywordsBeforeParen)) return std::string(t.text);
         // Function calls.
         const std::size_t open = i + 1;
         const std::size_t close = closing(open, end);
@@ -167,7 +173,7 @@ private:
         auto arg = [&](std::size_t k) {
             const std::size_t from = k == 0 ? open + 1 : args[k - 1] + 1;
             const std::size_t to = k < args.size() ? args[k] : close;
-            if (from >= to) fail(open, "an argument of " + t.text + " is missing");
+            if (from >= to) fail(open, "an argument of " + std::string(t.text) + " is missing");
             return range(from, to);
         };
         if (name == "getdate") {
@@ -184,7 +190,8 @@ private:
             if (args.size() == 2) {
                 // Dates are held as ISO text, which is what the ISO styles write; any other style
                 // would need a reformatting nobody has asked for.
-                const std::string style = arg(2);
+                const std::string style =
+                    args[1] + 2 == close ? std::string(m_tokens[args[1] + 1].text) : "?";
                 if (style != "120" && style != "121" && style != "20" && style != "21" && style != "23")
                     fail(args[1] + 1, "convert style " + style + " is not supported");
             }
@@ -219,20 +226,27 @@ private:
             return "length(rtrim(" + range(open + 1, close) + "))";
         if (name == "substring") return "substr(" + range(open + 1, close) + ")";
         if (oneOf(name, kSameFunctions)) return name + "(" + range(open + 1, close) + ")";
-        fail(i, "unknown function '" + t.text + "'");
+        fail(i, "unknown function '" + std::string(t.text) + "'");
+    }
+
+    // Adds a parameter to the statement and writes its number.
+    std::string parameter(const Argument& argument) const
+    {
+        m_translation.arguments->push_back(argument);
+        return m_dialect.parameter(m_translation.arguments->size());
     }
 
     const SqliteDialect& m_dialect;
     const std::vector<Token>& m_tokens;
-    const Dialect::VariableCheck& m_declared;
+    Translation& m_translation;
 };
 
 } // namespace
 
 std::string SqliteDialect::translate(const std::vector<Token>& tokens, std::size_t begin, std::size_t end,
-                                     const VariableCheck& declared) const
+                                     Translation& translation) const
 {
-    return Translator(*this, tokens, declared).range(begin, end);
+    return Translator(*this, tokens, translation).range(begin, end);
 }
 
 std::string SqliteDialect::conditionQuery(const std::string& condition) const
@@ -248,6 +262,11 @@ std::string SqliteDialect::valueQuery(const std::string& expression) const
 std::string SqliteDialect::variableName(const std::string& variable) const
 {
     return variable;
+}
+
+std::string SqliteDialect::parameter(std::size_t n) const
+{
+    return "?" + std::to_string(n);
 }
 
 const SqliteDialect& SqliteDialect::instance()

@@ -60,6 +60,11 @@ void SqliteStatement::reset()
     if (m_stmt) sqlite3_reset(m_stmt);
 }
 
+void SqliteStatement::clearBindings()
+{
+    if (m_stmt) sqlite3_clear_bindings(m_stmt);
+}
+
 bool SqliteStatement::step()
 {
     if (!m_stmt) return false;

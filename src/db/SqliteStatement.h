@@ -31,6 +31,8 @@ public:
     void bind(int index, const platform::Value& value);
     // Makes the statement ready to run again; bound values stay until bound anew.
     void reset();
+    // Forgets every bound value (so that none points into text that is gone).
+    void clearBindings();
     // Steps once; true while a row is available. Throws DbError on failure.
     bool step();
     int columnCount() const;

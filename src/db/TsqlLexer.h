@@ -1,28 +1,45 @@
 #pragma once
 
-#include <string>
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
-// Splits T-SQL text into tokens, keeping the line of each so that errors can name it.
+// Splits T-SQL text into tokens, keeping the line of each so that errors can name it. A token is
+// a view of the text it was read from; nothing is copied, so the text must outlive its tokens.
 namespace ormex::db {
 
 struct Token
 {
-    enum class Kind { Word, Variable, String, Number, Symbol, End };
+    enum class Kind : std::uint8_t { Word, Variable, String, Number, Symbol, End };
     Kind kind = Kind::End;
-    std::string text; // as written (strings include their quotes; [x] becomes x)
-    int line = 0;
     bool bracketed = false; // a [quoted] identifier
-    std::size_t offset = 0; // where the token starts in the text, and its length there
+    int line = 0;
+    std::string_view text;  // strings include their quotes (an N prefix is dropped); [x] is x
+    std::size_t offset = 0; // where the token starts in the text as written, and its length there
     std::size_t length = 0;
 
     bool isWord(std::string_view word) const; // case-insensitive keyword test
     bool isSymbol(std::string_view symbol) const;
+    // Where `text` starts in the text read.
+    std::size_t textOffset() const { return offset + length - text.size() - (bracketed ? 1 : 0); }
 };
 
-// Throws ParseError for an unterminated string, comment or bracket and for a character the
-// dialect has no use for.
+// Reads one token at a time. Throws ParseError for an unterminated string, comment or bracket and
+// for a character the dialect has no use for.
+class Lexer
+{
+public:
+    explicit Lexer(std::string_view text) : m_s(text) {}
+    // The next token; an End token once the text is used up.
+    Token next();
+
+private:
+    std::string_view m_s;
+    std::size_t m_i = 0;
+    int m_line = 1;
+};
+
+// Every token of the text, the End token last.
 std::vector<Token> tokenize(std::string_view text);
 
 } // namespace ormex::db

@@ -1,7 +1,9 @@
 #include "TsqlParser.h"
 
 #include <algorithm>
+#include <limits>
 #include <set>
+#include <unordered_map>
 
 #include "DbError.h"
 #include "platform/Text.h"
@@ -13,74 +15,187 @@ namespace {
 using platform::toLowerAscii;
 
 // Keywords that begin a statement; at the top level of a statement they end the one before.
-const std::set<std::string> kStatementWords = {
+const std::set<std::string, std::less<>> kStatementWords = {
     "insert", "update", "delete", "if",      "else",   "begin",    "end",   "declare", "set",
     "select", "while",  "exec",   "execute", "go",     "create",   "drop",  "alter",   "truncate",
     "return", "print",  "goto",   "use",     "commit", "rollback", "merge", "break",   "continue"};
 
+// A statement with more literals than this keeps them as text: engines limit the parameters of
+// one statement, and such a statement (a long IN list) is rarely repeated anyway.
+constexpr std::size_t kMaxLiftedLiterals = 500;
+
+bool isStatementWord(const Token& t)
+{
+    if (t.kind != Token::Kind::Word || t.bracketed || t.text.size() > 8) return false;
+    return kStatementWords.count(toLowerAscii(t.text)) > 0;
+}
+
 class Parser
 {
 public:
-    Parser(std::string_view text, const Dialect& dialect)
-        : m_text(text), m_tokens(tokenize(text)), m_dialect(dialect)
+    // With a program, statements go into it with their parameters; without, literals stay text.
+    Parser(std::string_view text, const Dialect& dialect, BatchProgram* program)
+        : m_text(text), m_lexer(text), m_dialect(dialect), m_program(program)
     {
+        if (text.size() >= std::numeric_limits<std::uint32_t>::max())
+            throw ParseError(1, "the batch is too long");
+        if (m_program) m_program->text = text;
     }
 
-    std::vector<Statement> batch()
+    void batch()
     {
-        std::vector<Statement> statements;
         for (;;) {
             skipSemicolon();
             if (at().kind == Token::Kind::End) break;
             if (at().isWord("end")) fail("END without BEGIN");
             if (at().isWord("else")) fail("ELSE without IF");
-            statements.push_back(statement());
+            statement();
         }
-        return statements;
+        if (m_program) m_program->slotCount = m_slots.size();
     }
 
-    std::string singleQuery()
+    // Parses one SELECT; its translation goes to `sql`, its parameters (with a program only) to
+    // `arguments`.
+    void singleQuery(std::string& sql, std::vector<Argument>* arguments)
     {
-        auto statements = batch();
-        if (statements.size() != 1 || statements.front().kind != Statement::Kind::Data ||
-            !statements.front().returnsRows)
-            throw ParseError(statements.empty() ? 1 : statements.front().line,
-                             "a single SELECT was expected");
-        return statements.front().sql;
+        skipSemicolon();
+        const int line = at().line;
+        if (!at().isWord("select")) throw ParseError(line, "a single SELECT was expected");
+        const std::size_t begin = m_pos;
+        skipClause(false, true);
+        sql = selectText(begin, m_pos);
+        skipSemicolon();
+        if (at().kind != Token::Kind::End) throw ParseError(line, "a single SELECT was expected");
+        if (arguments) *arguments = std::move(m_arguments);
     }
 
 private:
-    const Token& at(std::size_t ahead = 0) const
+    const Token& at(std::size_t ahead = 0)
     {
+        while (m_pos + ahead >= m_tokens.size() &&
+               (m_tokens.empty() || m_tokens.back().kind != Token::Kind::End))
+            m_tokens.push_back(m_lexer.next());
         return m_tokens[std::min(m_pos + ahead, m_tokens.size() - 1)];
     }
-    [[noreturn]] void fail(const std::string& message) const { throw ParseError(at().line, message); }
-    std::string describe(const Token& t) const
+    [[noreturn]] void fail(const std::string& message) { throw ParseError(at().line, message); }
+    static std::string describe(const Token& t)
     {
-        return t.kind == Token::Kind::End ? std::string("end of text") : "'" + t.text + "'";
+        return t.kind == Token::Kind::End ? std::string("end of text") : "'" + std::string(t.text) + "'";
     }
     void skipSemicolon()
     {
         while (at().isSymbol(";"))
             ++m_pos;
     }
-
-    Dialect::VariableCheck declaredCheck() const
+    // Forgets the tokens of finished statements; indices taken before are invalid afterwards.
+    void forgetRead()
     {
-        return [this](const std::string& name) { return m_declared.count(name) > 0; };
+        if (m_pos == 0) return;
+        m_tokens.erase(m_tokens.begin(), m_tokens.begin() + static_cast<std::ptrdiff_t>(m_pos));
+        m_pos = 0;
     }
 
-    std::string translate(std::size_t begin, std::size_t end) const
+    // Translates tokens [begin, end) of the current statement; its parameters collect in
+    // m_arguments.
+    std::string translate(std::size_t begin, std::size_t end, bool liftLiterals = true)
     {
-        return m_dialect.translate(m_tokens, begin, end, declaredCheck());
+        Translation translation;
+        translation.slot = [this](const std::string& name) -> long {
+            auto it = m_slots.find(name);
+            return it == m_slots.end() ? -1 : static_cast<long>(it->second);
+        };
+        translation.arguments = m_program ? &m_arguments : nullptr;
+        translation.liftLiterals = liftLiterals && m_liftLiterals;
+        return m_dialect.translate(m_tokens, begin, end, translation);
     }
 
-    // The text of tokens [begin, end) as written, for error messages.
-    std::string source(std::size_t begin, std::size_t end) const
+    // Translates a statement with build(); when it has too many literals to lift, again with
+    // them as text.
+    template <typename Build> std::string translated(Build build)
     {
-        if (begin >= end) return {};
+        m_arguments.clear();
+        m_liftLiterals = true;
+        std::string sql = build();
+        const auto literals = std::count_if(m_arguments.begin(), m_arguments.end(), [](const Argument& a) {
+            return a.kind != Argument::Kind::Variable;
+        });
+        if (static_cast<std::size_t>(literals) > kMaxLiftedLiterals) {
+            m_arguments.clear();
+            m_liftLiterals = false;
+            sql = build();
+            m_liftLiterals = true;
+        }
+        return sql;
+    }
+
+    // A SELECT returning rows: its result columns and ORDER BY keep their literals.
+    std::string selectText(std::size_t begin, std::size_t end)
+    {
+        std::size_t from = end;
+        std::size_t orderBy = end;
+        int depth = 0;
+        for (std::size_t i = begin; i < end; ++i) {
+            const Token& t = m_tokens[i];
+            if (t.isSymbol("("))
+                ++depth;
+            else if (t.isSymbol(")"))
+                --depth;
+            else if (depth == 0 && from == end && t.isWord("from"))
+                from = i;
+            else if (depth == 0 && t.isWord("order") && i + 1 < end && m_tokens[i + 1].isWord("by"))
+                orderBy = i;
+        }
+        from = std::min(from, orderBy);
+        return translated([&] {
+            std::string sql = translate(begin, from, false);
+            if (orderBy > from) sql += " " + translate(from, orderBy);
+            if (end > orderBy) sql += " " + translate(orderBy, end, false);
+            return sql;
+        });
+    }
+
+    // The text of tokens [begin, end) as written: where it starts and how long it is.
+    std::pair<std::uint32_t, std::uint32_t> source(std::size_t begin, std::size_t end) const
+    {
+        if (begin >= end) return {0, 0};
         const std::size_t from = m_tokens[begin].offset;
-        return std::string(m_text.substr(from, m_tokens[end - 1].offset + m_tokens[end - 1].length - from));
+        const std::size_t to = m_tokens[end - 1].offset + m_tokens[end - 1].length;
+        return {static_cast<std::uint32_t>(from), static_cast<std::uint32_t>(to - from)};
+    }
+
+    // Adds a step for the statement of tokens [begin, end) with its translation and parameters.
+    std::size_t addStep(Step::Kind kind, std::size_t begin, std::size_t end, std::string sql,
+                        std::uint32_t target = 0, bool rows = false)
+    {
+        if (!m_program) return 0;
+        Step step;
+        step.kind = kind;
+        step.returnsRows = rows;
+        step.target = target;
+        std::tie(step.textAt, step.textLength) = source(begin, end);
+        const std::size_t index = m_program->steps.size();
+        if (kind != Step::Kind::Jump && kind != Step::Kind::SetValue) {
+            auto [it, added] = m_shapes.try_emplace(std::move(sql), m_program->shapes.size());
+            if (added) {
+                m_program->shapes.push_back(it->first);
+                m_program->shapeFirstStep.push_back(static_cast<std::uint32_t>(index));
+            }
+            step.shape = it->second;
+        }
+        step.firstArgument = static_cast<std::uint32_t>(m_program->arguments.size());
+        step.argumentCount = static_cast<std::uint32_t>(m_arguments.size());
+        m_program->arguments.insert(m_program->arguments.end(), m_arguments.begin(), m_arguments.end());
+        m_arguments.clear();
+        m_program->steps.push_back(step);
+        return index;
+    }
+    std::uint32_t nextStep() const
+    {
+        return m_program ? static_cast<std::uint32_t>(m_program->steps.size()) : 0;
+    }
+    void setTarget(std::size_t step, std::uint32_t target)
+    {
+        if (m_program) m_program->steps[step].target = target;
     }
 
     // Advances past the tokens of one clause: up to the next statement keyword at the top level
@@ -92,7 +207,7 @@ private:
         int caseDepth = 0;
         const std::size_t start = m_pos;
         for (;; ++m_pos) {
-            const Token& t = at();
+            const Token t = at();
             if (t.kind == Token::Kind::End) {
                 if (depth > 0) fail("missing ')'");
                 return;
@@ -115,8 +230,7 @@ private:
                 if (t.isWord("end")) --caseDepth;
                 continue;
             }
-            if (t.kind != Token::Kind::Word || t.bracketed || !kStatementWords.count(toLowerAscii(t.text)))
-                continue;
+            if (!isStatementWord(t)) continue;
             if (t.isWord("set") && ownsSet) {
                 ownsSet = false;
                 continue;
@@ -143,78 +257,65 @@ private:
         return translate(m_pos - 1, m_pos);
     }
 
-    Statement dataStatement(std::size_t begin, std::string sql, bool rows = false)
+    void statement()
     {
-        Statement s;
-        s.kind = Statement::Kind::Data;
-        s.line = m_tokens[begin].line;
-        s.text = source(begin, m_pos);
-        s.sql = std::move(sql);
-        s.returnsRows = rows;
-        return s;
-    }
-
-    Statement statement()
-    {
+        forgetRead();
         const std::size_t begin = m_pos;
-        const Token& t = at();
+        const Token t = at();
         if (t.isWord("begin")) {
             ++m_pos;
             if (at().isWord("tran") || at().isWord("transaction"))
                 fail("transactions are managed by the batch itself");
-            Statement block;
-            block.kind = Statement::Kind::Block;
-            block.line = t.line;
             for (;;) {
                 skipSemicolon();
                 if (at().isWord("end")) {
                     ++m_pos;
                     break;
                 }
-                if (at().kind == Token::Kind::End) throw ParseError(block.line, "BEGIN without END");
+                if (at().kind == Token::Kind::End) throw ParseError(t.line, "BEGIN without END");
                 if (at().isWord("else")) fail("ELSE without IF");
-                block.children.push_back(statement());
+                statement();
             }
-            return block;
+            return;
         }
         if (t.isWord("if")) {
             ++m_pos;
             const std::size_t from = m_pos;
             skipClause(false, false);
             if (m_pos == from) fail("IF needs a condition");
-            Statement s;
-            s.kind = Statement::Kind::If;
-            s.line = t.line;
-            s.text = source(begin, m_pos);
-            s.sql = m_dialect.conditionQuery(translate(from, m_pos));
+            std::string sql = translated([&] { return m_dialect.conditionQuery(translate(from, m_pos)); });
+            const std::size_t test = addStep(Step::Kind::IfNot, begin, m_pos, std::move(sql));
             skipSemicolon();
             if (at().kind == Token::Kind::End || at().isWord("else") || at().isWord("end"))
                 fail("IF needs a statement, not " + describe(at()));
-            s.children.push_back(statement());
+            statement();
             skipSemicolon();
-            if (at().isWord("else")) {
-                ++m_pos;
-                skipSemicolon();
-                if (at().kind == Token::Kind::End || at().isWord("end") || at().isWord("else"))
-                    fail("ELSE needs a statement, not " + describe(at()));
-                s.children.push_back(statement());
+            if (!at().isWord("else")) {
+                setTarget(test, nextStep());
+                return;
             }
-            return s;
+            ++m_pos;
+            skipSemicolon();
+            if (at().kind == Token::Kind::End || at().isWord("end") || at().isWord("else"))
+                fail("ELSE needs a statement, not " + describe(at()));
+            const std::size_t skipElse = addStep(Step::Kind::Jump, m_pos, m_pos, {});
+            setTarget(test, nextStep());
+            statement();
+            setTarget(skipElse, nextStep());
+            return;
         }
         if (t.isWord("declare")) {
             ++m_pos;
-            Statement block;
-            block.kind = Statement::Kind::Block;
-            block.line = t.line;
             for (;;) {
-                const Token& v = at();
+                const Token v = at();
                 if (v.kind != Token::Kind::Variable) fail("DECLARE needs a variable, not " + describe(v));
                 const std::string name = toLowerAscii(v.text);
-                if (m_declared.count(name))
-                    fail("the variable " + v.text + " has already been declared in this batch");
+                if (m_slots.count(name))
+                    fail("the variable " + std::string(v.text) + " has already been declared in this batch");
                 ++m_pos;
                 if (at().isWord("as")) ++m_pos;
-                if (at().kind != Token::Kind::Word) fail("DECLARE needs a data type for " + v.text);
+                if (at().kind != Token::Kind::Word)
+                    fail("DECLARE needs a data type for " + std::string(v.text));
                 ++m_pos;
                 if (at().isSymbol("(")) {
                     while (!at().isSymbol(")") && at().kind != Token::Kind::End)
@@ -222,52 +323,56 @@ private:
                     if (at().kind == Token::Kind::End) fail("missing ')'");
                     ++m_pos;
                 }
-                m_declared.insert(name);
-                Statement d;
-                d.kind = Statement::Kind::Declare;
-                d.line = v.line;
-                d.variable = name;
-                block.children.push_back(d);
+                // A variable starts null; there are no loops, so a declaration runs once.
+                m_slots.emplace(name, static_cast<std::uint32_t>(m_slots.size()));
                 if (!at().isSymbol(",")) break;
                 ++m_pos;
             }
-            return block.children.size() == 1 ? block.children.front() : block;
+            return;
         }
         if (t.isWord("set")) {
             ++m_pos;
-            const Token& v = at();
+            const Token v = at();
             if (v.kind != Token::Kind::Variable)
                 fail("SET is supported for variables only, not " + describe(v));
             const std::string name = toLowerAscii(v.text);
-            if (!m_declared.count(name)) fail("must declare the variable " + v.text);
+            const auto slot = m_slots.find(name);
+            if (slot == m_slots.end()) fail("must declare the variable " + std::string(v.text));
             ++m_pos;
-            if (!at().isSymbol("=")) fail("SET " + v.text + " needs '='");
+            if (!at().isSymbol("=")) fail("SET " + std::string(v.text) + " needs '='");
             ++m_pos;
             const std::size_t from = m_pos;
             skipClause(false, false);
-            if (m_pos == from) fail("SET " + v.text + " needs a value");
-            Statement s;
-            s.kind = Statement::Kind::Set;
-            s.line = t.line;
-            s.text = source(begin, m_pos);
-            s.variable = name;
-            s.sql = m_dialect.valueQuery(translate(from, m_pos));
-            return s;
+            if (m_pos == from) fail("SET " + std::string(v.text) + " needs a value");
+            const Token& value = m_tokens[from];
+            if (m_pos == from + 1 &&
+                (value.kind == Token::Kind::Number || value.kind == Token::Kind::String)) {
+                // A constant: the executor sets it without asking the engine.
+                m_arguments.clear();
+                translate(from, m_pos);
+                addStep(Step::Kind::SetValue, begin, m_pos, {}, slot->second);
+                return;
+            }
+            std::string sql = translated([&] { return m_dialect.valueQuery(translate(from, m_pos)); });
+            addStep(Step::Kind::SetQuery, begin, m_pos, std::move(sql), slot->second);
+            return;
         }
         if (t.isWord("insert")) {
             ++m_pos;
             if (at().isWord("into")) ++m_pos;
-            std::string sql = "INSERT INTO " + tableName();
+            const std::size_t table = m_pos;
+            tableName();
+            std::size_t open = 0;
+            std::size_t close = 0;
             if (at().isSymbol("(")) {
-                const std::size_t open = m_pos;
+                open = m_pos;
                 while (!at().isSymbol(")") && at().kind != Token::Kind::End) {
                     ++m_pos;
                     if (!at().isSymbol(")") && !at().isSymbol(",") && at().kind != Token::Kind::Word)
                         fail("a column name was expected, not " + describe(at()));
                 }
                 if (at().kind == Token::Kind::End) fail("missing ')'");
-                ++m_pos;
-                sql += " (" + translate(open + 1, m_pos - 1) + ")";
+                close = m_pos++;
             }
             if (!at().isWord("select") && !at().isWord("values"))
                 fail("INSERT needs SELECT or VALUES, not " + describe(at()));
@@ -278,54 +383,87 @@ private:
             } else {
                 skipClause(false, true);
             }
-            sql += " " + translate(from, m_pos);
-            return dataStatement(begin, std::move(sql));
+            std::string sql = translated([&] {
+                std::string text = "INSERT INTO " + translate(table, open ? open : from);
+                if (open) text += " (" + translate(open + 1, close) + ")";
+                return text + " " + translate(from, m_pos);
+            });
+            addStep(Step::Kind::Run, begin, m_pos, std::move(sql));
+            return;
         }
         if (t.isWord("update")) {
             ++m_pos;
-            std::string sql = "UPDATE " + tableName();
+            const std::size_t table = m_pos;
+            tableName();
+            const std::size_t tableEnd = m_pos;
             if (!at().isWord("set")) fail("UPDATE needs SET, not " + describe(at()));
             const std::size_t from = m_pos;
             skipClause(true, false);
-            sql += " " + translate(from, m_pos);
-            return dataStatement(begin, std::move(sql));
+            std::string sql = translated(
+                [&] { return "UPDATE " + translate(table, tableEnd) + " " + translate(from, m_pos); });
+            addStep(Step::Kind::Run, begin, m_pos, std::move(sql));
+            return;
         }
         if (t.isWord("delete")) {
             ++m_pos;
             if (at().isWord("from")) ++m_pos;
-            std::string sql = "DELETE FROM " + tableName();
+            const std::size_t table = m_pos;
+            tableName();
             const std::size_t from = m_pos;
             if (!at().isWord("where") && !at().isSymbol(";") && at().kind != Token::Kind::End &&
-                !(at().kind == Token::Kind::Word && kStatementWords.count(toLowerAscii(at().text))))
+                !isStatementWord(at()))
                 fail("DELETE needs WHERE, not " + describe(at()));
             skipClause(false, false);
-            if (m_pos > from) sql += " " + translate(from, m_pos);
-            return dataStatement(begin, std::move(sql));
+            std::string sql = translated([&] {
+                std::string text = "DELETE FROM " + translate(table, from);
+                if (m_pos > from) text += " " + translate(from, m_pos);
+                return text;
+            });
+            addStep(Step::Kind::Run, begin, m_pos, std::move(sql));
+            return;
         }
         if (t.isWord("select")) {
             skipClause(false, true);
-            return dataStatement(begin, translate(begin, m_pos), true);
+            addStep(Step::Kind::Run, begin, m_pos, selectText(begin, m_pos), 0, true);
+            return;
         }
         fail("not understood: " + describe(t));
     }
 
     std::string_view m_text;
-    std::vector<Token> m_tokens;
+    Lexer m_lexer;
+    std::vector<Token> m_tokens; // the statement being read and what was read ahead
     std::size_t m_pos = 0;
     const Dialect& m_dialect;
-    std::set<std::string> m_declared;
+    BatchProgram* m_program;
+    std::unordered_map<std::string, std::uint32_t> m_slots;  // declared variables
+    std::unordered_map<std::string, std::uint32_t> m_shapes; // distinct statement texts
+    std::vector<Argument> m_arguments;                       // the current statement's parameters
+    bool m_liftLiterals = true;
 };
 
 } // namespace
 
-std::vector<Statement> parseBatch(std::string_view batch, const Dialect& dialect)
+BatchProgram parseBatch(std::string_view batch, const Dialect& dialect)
 {
-    return Parser(batch, dialect).batch();
+    BatchProgram program;
+    Parser(batch, dialect, &program).batch();
+    return program;
+}
+
+QueryShape parseQueryShape(std::string_view sql, const Dialect& dialect)
+{
+    BatchProgram scratch;
+    QueryShape shape;
+    Parser(sql, dialect, &scratch).singleQuery(shape.sql, &shape.arguments);
+    return shape;
 }
 
 std::string parseQuery(std::string_view sql, const Dialect& dialect)
 {
-    return Parser(sql, dialect).singleQuery();
+    std::string translated;
+    Parser(sql, dialect, nullptr).singleQuery(translated, nullptr);
+    return translated;
 }
 
 } // namespace ormex::db

@@ -10,10 +10,28 @@ std::string translated(const std::string& sql)
 {
     return parseQuery(sql, SqliteDialect::instance());
 }
+
+// A step's statement with each parameter written back as the literal or variable it stands for.
+std::string written(const BatchProgram& program, const Step& step)
+{
+    std::string sql = program.shapes.at(step.shape);
+    for (std::size_t k = step.argumentCount; k >= 1; --k) {
+        const Argument& a = program.arguments.at(step.firstArgument + k - 1);
+        const std::string value = a.kind == Argument::Kind::Variable
+                                      ? "@slot" + std::to_string(a.at)
+                                      : std::string(program.text.substr(a.at, a.length));
+        const std::string marker = "?" + std::to_string(k);
+        const auto at = sql.find(marker);
+        if (at == std::string::npos) return "(parameter " + marker + " missing from " + sql + ")";
+        sql.replace(at, marker.size(), a.kind == Argument::Kind::Text ? "'" + value + "'" : value);
+    }
+    return sql;
+}
+
 std::string firstStatement(const std::string& batch)
 {
-    auto statements = parseBatch(batch, SqliteDialect::instance());
-    return statements.at(0).sql;
+    const auto program = parseBatch(batch, SqliteDialect::instance());
+    return written(program, program.steps.at(0));
 }
 } // namespace
 
@@ -61,22 +79,63 @@ TEST(DialectTranslation, StatementsAreNormalised)
         EXPECT_EQ(firstStatement(in), out) << in;
 }
 
-TEST(DialectTranslation, ControlFlowStructure)
+TEST(DialectTranslation, ControlFlowBecomesJumps)
 {
     const std::string batch =
         " declare @blnIsinset1 int \r\n set @blnIsinset1=1 \r\n If Not Exists(select 1 from T "
         "where a='x')\r\n begin \r\n insert into T (a) \r\n select 'x' \r\n set @blnIsinset1=0 "
         "\r\n end \r\n Else \r\n update T set b=1\r\n where a='x'\r\n\r\nIf (select v from P)='01' "
         "or @blnIsinset1=1\r\n update R set c=case when 2>1 then 1 else 2 end\r\n where a='x'";
-    auto statements = parseBatch(batch, SqliteDialect::instance());
-    ASSERT_EQ(statements.size(), 4u);
-    EXPECT_EQ(statements[0].kind, Statement::Kind::Declare);
-    EXPECT_EQ(statements[1].kind, Statement::Kind::Set);
-    ASSERT_EQ(statements[2].kind, Statement::Kind::If);
-    ASSERT_EQ(statements[2].children.size(), 2u);
-    EXPECT_EQ(statements[2].children[0].kind, Statement::Kind::Block);
-    EXPECT_EQ(statements[2].children[0].children.size(), 2u);
-    EXPECT_EQ(statements[3].sql,
-              "SELECT CASE WHEN (( select v from P ) = '01' or @blnisinset1 = 1) THEN 1 ELSE 0 END");
-    EXPECT_EQ(statements[3].children.size(), 1u);
+    const auto program = parseBatch(batch, SqliteDialect::instance());
+    using K = Step::Kind;
+    const std::vector<std::pair<K, std::uint32_t>> expected = {{K::SetValue, 0}, {K::IfNot, 5}, {K::Run, 0},
+                                                               {K::SetValue, 0}, {K::Jump, 6},  {K::Run, 0},
+                                                               {K::IfNot, 8},    {K::Run, 0}};
+    ASSERT_EQ(program.steps.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(program.steps[i].kind, expected[i].first) << i;
+        EXPECT_EQ(program.steps[i].target, expected[i].second) << i;
+    }
+    EXPECT_EQ(program.slotCount, 1u);
+    EXPECT_EQ(program.statementText(program.steps[1]), "If Not Exists(select 1 from T where a='x')");
+    EXPECT_EQ(program.lineAt(program.steps[5].textAt), 10);
+    EXPECT_EQ(written(program, program.steps[6]),
+              "SELECT CASE WHEN (( select v from P ) = '01' or @slot0 = 1) THEN 1 ELSE 0 END");
+}
+
+TEST(DialectTranslation, StatementsDifferingOnlyInLiteralsShareOneShape)
+{
+    std::string batch = "declare @a int, @b int\r\n";
+    for (int card = 0; card < 50; ++card) {
+        const std::string c = std::to_string(card);
+        batch += "update T set x=x+" + c + ".5 where FCardId='C" + c + "' and y=@" + (card % 2 ? "a" : "b") +
+                 "\r\n";
+        batch += "if exists(select 1 from T where FCardId='C" + c + "') set @a=" + c + "\r\n";
+    }
+    // Differing in more than literals: another column, another table, another operator, a
+    // literal turned into a column, a bracketed name.
+    batch += "update T set z=x+1.5 where FCardId='C' and y=@a\r\n"
+             "update U set x=x+1.5 where FCardId='C' and y=@a\r\n"
+             "update T set x=x-1.5 where FCardId='C' and y=@a\r\n"
+             "update T set x=x+1.5 where FCardId=C and y=@a\r\n"
+             "update T set x=x+1.5 where [FCardId]='C' and y=@a\r\n";
+    const auto program = parseBatch(batch, SqliteDialect::instance());
+    ASSERT_EQ(program.shapes.size(), 2u + 5u);
+    EXPECT_EQ(program.shapes[0], "UPDATE T set x = x + ?1 where FCardId = ?2 and y = ?3");
+    EXPECT_EQ(program.shapes[1],
+              "SELECT CASE WHEN (exists ( select ?1 from T where FCardId = ?2 )) THEN 1 ELSE 0 END");
+    EXPECT_EQ(written(program, program.steps[3]),
+              "UPDATE T set x = x + 1.5 where FCardId = 'C1' and y = @slot0");
+}
+
+TEST(DialectTranslation, ResultColumnsAndOrderByKeepTheirLiterals)
+{
+    const auto shape = parseQueryShape(
+        "select 'A' as kind, 1, FName from t_Item where FNumber='01' and FItemID in (select FItemID from x "
+        "where y=2) order by 2, case when FName='z' then 1 else 0 end",
+        SqliteDialect::instance());
+    EXPECT_EQ(shape.sql,
+              "select 'A' as kind , 1 , FName from t_Item where FNumber = ?1 and FItemID in ( "
+              "select FItemID from x where y = ?2 ) order by 2 , case when FName = 'z' then 1 else 0 end");
+    ASSERT_EQ(shape.arguments.size(), 2u);
 }

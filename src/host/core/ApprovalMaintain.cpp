@@ -4,6 +4,7 @@
 
 #include "MemberLists.h"
 #include "SqlText.h"
+#include "db/SharedDatabases.h"
 
 namespace ormex::host {
 
@@ -20,8 +21,7 @@ const char* const kApprovedColumns[] = {
 
 db::Database& ApprovalMaintain::db()
 {
-    if (!m_db) m_db = db::Database::open(m_path);
-    return *m_db;
+    return db::sharedDatabase(m_path);
 }
 
 platform::RecordList ApprovalMaintain::getList(std::string& condition)

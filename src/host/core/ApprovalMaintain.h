@@ -24,7 +24,6 @@ public:
 private:
     db::Database& db();
     std::string m_path;
-    std::unique_ptr<db::Database> m_db;
     std::vector<std::string> m_lastCards;
 };
 

@@ -4,6 +4,7 @@
 
 #include "CheckedBatch.h"
 #include "SqlText.h"
+#include "db/SharedDatabases.h"
 #include "platform/Text.h"
 
 namespace ormex::host {
@@ -58,8 +59,7 @@ std::string tableInfoSql(int tableNo, const std::string& condition)
 
 db::Database& CardMaintain::db()
 {
-    if (!m_db) m_db = db::Database::open(m_path);
-    return *m_db;
+    return db::sharedDatabase(m_path);
 }
 
 platform::Recordset CardMaintain::execQuery(const std::string& sql)

@@ -34,7 +34,6 @@ public:
 private:
     db::Database& db();
     std::string m_path;
-    std::unique_ptr<db::Database> m_db;
 };
 
 } // namespace ormex::host

@@ -4,6 +4,7 @@
 
 #include "CheckedBatch.h"
 
+#include "db/SharedDatabases.h"
 #include "platform/Text.h"
 
 namespace ormex::host {
@@ -30,7 +31,7 @@ std::string DatabaseConnection::resolve(const std::string& connectionText) const
 
 void DatabaseConnection::open(const std::string& connectionText)
 {
-    m_db = db::Database::open(resolve(connectionText), db::Database::OpenMode::MustExist);
+    m_db = &db::sharedDatabase(resolve(connectionText));
 }
 
 db::Database& DatabaseConnection::db()

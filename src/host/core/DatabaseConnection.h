@@ -18,7 +18,7 @@ public:
 
     void open(const std::string& connectionText) override;
     bool isOpen() const override { return m_db != nullptr; }
-    void close() override { m_db.reset(); }
+    void close() override { m_db = nullptr; }
     void execute(const std::string& batch) override;
     void executeChecked(const std::string& batch, const std::vector<platform::ReadCheck>& checks) override;
     platform::Recordset openRecordset(const std::string& sql) override;
@@ -29,7 +29,7 @@ public:
 private:
     db::Database& db();
     std::string m_dataFolder;
-    std::unique_ptr<db::Database> m_db;
+    db::Database* m_db = nullptr; // the process's shared connection to the file
 };
 
 } // namespace ormex::host

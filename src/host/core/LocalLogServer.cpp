@@ -2,6 +2,7 @@
 
 #include "SqlText.h"
 #include "db/Database.h"
+#include "db/SharedDatabases.h"
 #include "platform/Clock.h"
 
 namespace ormex::host {
@@ -10,7 +11,7 @@ void LocalLogServer::writeLog(const std::string& propsString, const std::string&
                               const std::string& description, const std::string& machineName,
                               const std::string& address)
 {
-    auto db = db::Database::open(m_path);
+    auto* db = &db::sharedDatabase(m_path);
     db->execute(
         "insert into t_OperLog (FDate, FUserID, FFunctionID, FType, FDescription, FMachineName, FIPAddress, "
         "FSession) values (" +

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "db/SharedDatabases.h"
 #include "platform/Text.h"
 
 namespace ormex::host {
@@ -36,7 +37,7 @@ std::string MemberLists::getListSql(const std::string& condition, const std::str
 
 platform::Recordset MemberLists::getListRecordset(const std::string& condition, const std::string& second)
 {
-    auto db = db::Database::open(m_path);
+    auto* db = &db::sharedDatabase(m_path);
     return db->query(getListSql(condition, second));
 }
 

@@ -1,12 +1,13 @@
 #include "SettingsMaintain.h"
 
 #include "SqlText.h"
+#include "db/SharedDatabases.h"
 
 namespace ormex::host {
 
 platform::FieldMap SettingsMaintain::getConfigInfo(const std::string& category)
 {
-    auto db = db::Database::open(m_path);
+    auto* db = &db::sharedDatabase(m_path);
     auto rs = db->query("select FKey, FValue from t_SystemProfile where FCategory=" + quoted(category));
     platform::FieldMap settings;
     for (; !rs.atEnd(); rs.moveNext())
@@ -16,7 +17,7 @@ platform::FieldMap SettingsMaintain::getConfigInfo(const std::string& category)
 
 bool SettingsMaintain::saveConfigInfo(std::string& batch)
 {
-    auto db = db::Database::open(m_path);
+    auto* db = &db::sharedDatabase(m_path);
     db->execute(batch);
     return true;
 }

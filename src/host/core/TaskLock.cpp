@@ -8,6 +8,7 @@
 
 #include "SqlText.h"
 #include "db/Database.h"
+#include "db/SharedDatabases.h"
 #include "platform/Clock.h"
 #include "platform/HostServices.h"
 #include "platform/Text.h"
@@ -53,7 +54,7 @@ TaskLock::TaskLock(std::string databasePath, std::string session, long processId
 
 void TaskLock::reclaimDeadSessions(const std::string& condition)
 {
-    auto db = db::Database::open(m_path);
+    auto* db = &db::sharedDatabase(m_path);
     auto rs =
         db->query("select FTaskHandle, FSession, FProcessId, FMachine, FHeartbeat from t_NetTask where " +
                   condition + " and FSession<>" + quoted(m_session));
@@ -95,7 +96,7 @@ long TaskLock::taskexec(long taskNo, const std::string& code, const std::string&
         (itemText.empty() ? " and FCode=" + quoted(code) : " and FItem=" + quoted(itemText));
     reclaimDeadSessions(conflict);
     const std::string now = quoted(platform::now().toString());
-    auto db = db::Database::open(m_path);
+    auto* db = &db::sharedDatabase(m_path);
     // The test and the registration run in one transaction, so two sessions cannot both pass.
     db->execute("update t_NetTask set FHeartbeat=" + now + " where FSession=" + quoted(m_session) + "\r\n" +
                 "If Not Exists(select 1 from t_NetTask where " + conflict + " and FSession<>" +
@@ -116,7 +117,7 @@ long TaskLock::taskexec(long taskNo, const std::string& code, const std::string&
 
 bool TaskLock::commitTask(long handle)
 {
-    auto db = db::Database::open(m_path);
+    auto* db = &db::sharedDatabase(m_path);
     db->execute("delete from t_NetTask where FTaskHandle=" + std::to_string(handle) +
                 " and FSession=" + quoted(m_session));
     return true;

@@ -4,6 +4,7 @@
 
 #include "LookupDialog.h"
 #include "db/Database.h"
+#include "db/SharedDatabases.h"
 #include "host/core/CardMaintain.h"
 #include "host/core/MemberLists.h"
 #include "host/core/SqlText.h"
@@ -95,7 +96,7 @@ platform::LookupResult LookupWindows::open(int classId, const std::string& filte
     LookupDialog dialog(
         view.title, view.columns,
         [this, classId, filter, path](const std::string& text) {
-            return db::Database::open(path)->query(lookupSql(classId, filter, text));
+            return db::sharedDatabase(path).query(lookupSql(classId, filter, text));
         },
         multiSelect, QString::fromStdString(search), QApplication::activeModalWidget());
     platform::LookupResult result;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "db/Database.h"
+#include "db/SharedDatabases.h"
 #include "host/core/CardMaintain.h"
 #include "host/core/MemberLists.h"
 #include "host/core/SqlText.h"
@@ -111,7 +112,7 @@ void NameList::show(bool everything)
     try {
         const std::string sql =
             list->table ? tableInfoSql(list->table, condition) : memberListSql(50, condition);
-        m_records = db::Database::open(m_path)->query(sql + " order by " + list->key).toRecordList();
+        m_records = db::sharedDatabase(m_path).query(sql + " order by " + list->key).toRecordList();
     } catch (const std::exception&) {
         m_records.clear();
     }

@@ -1,0 +1,69 @@
+#include "ArgumentBinding.h"
+
+#include <charconv>
+#include <cstdlib>
+#include <sqlite3.h>
+#include <string>
+
+namespace ormex::db {
+
+namespace {
+
+std::string unquoted(std::string_view literal)
+{
+    std::string text;
+    text.reserve(literal.size());
+    for (std::size_t i = 0; i < literal.size(); ++i) {
+        text += literal[i];
+        if (literal[i] == '\'' && i + 1 < literal.size() && literal[i + 1] == '\'') ++i;
+    }
+    return text;
+}
+
+platform::Value number(std::string_view digits)
+{
+    if (digits.find_first_of(".eE") == std::string_view::npos) {
+        long long value = 0;
+        const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+        if (error == std::errc() && end == digits.data() + digits.size()) return platform::Value(value);
+    }
+    // A fraction, an exponent or an integer too large: a real, as the engine reads such a literal.
+    return platform::Value(std::strtod(std::string(digits).c_str(), nullptr));
+}
+
+} // namespace
+
+platform::Value argumentValue(std::string_view text, const Argument& argument,
+                              const std::vector<platform::Value>& variables)
+{
+    switch (argument.kind) {
+    case Argument::Kind::Text:
+        return platform::Value(unquoted(text.substr(argument.at, argument.length)));
+    case Argument::Kind::Number:
+        return number(text.substr(argument.at, argument.length));
+    case Argument::Kind::Variable:
+        break;
+    }
+    return variables.at(argument.at);
+}
+
+void bindArgument(SqliteStatement& statement, int index, std::string_view text, const Argument& argument,
+                  const std::vector<platform::Value>& variables)
+{
+    if (argument.kind == Argument::Kind::Text) {
+        const std::string_view literal = text.substr(argument.at, argument.length);
+        if (literal.find('\'') == std::string_view::npos) {
+            // The batch text outlives the statement's run: no copy.
+            sqlite3_bind_text(statement.handle(), index, literal.data(), static_cast<int>(literal.size()),
+                              SQLITE_STATIC);
+            return;
+        }
+    }
+    if (argument.kind == Argument::Kind::Variable) {
+        statement.bind(index, variables.at(argument.at));
+        return;
+    }
+    statement.bind(index, argumentValue(text, argument, variables));
+}
+
+} // namespace ormex::db

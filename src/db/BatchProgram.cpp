@@ -1,0 +1,13 @@
+#include "BatchProgram.h"
+
+#include <algorithm>
+
+namespace ormex::db {
+
+int BatchProgram::lineAt(std::size_t offset) const
+{
+    const auto upTo = text.substr(0, std::min(offset, text.size()));
+    return 1 + static_cast<int>(std::count(upTo.begin(), upTo.end(), '\n'));
+}
+
+} // namespace ormex::db

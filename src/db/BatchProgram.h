@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Dialect.h"
+
+// A parsed batch, ready to run: a flat list of steps over a handful of distinct statement texts
+// (shapes). A step names its shape and the arguments bound to the shape's parameters; literals
+// are views of the batch text, so a batch over 100,000 cards holds a few hundred bytes per card
+// besides its text, and compiles each shape once.
+namespace ormex::db {
+
+struct Step
+{
+    enum class Kind : std::uint8_t {
+        Run,      // run the shape
+        SetValue, // the variable in `target` takes the one argument's value
+        SetQuery, // the variable in `target` takes the shape's one value
+        IfNot,    // go to step `target` unless the shape's one value is 1
+        Jump,     // go to step `target`
+    };
+    Kind kind = Kind::Run;
+    bool returnsRows = false; // a SELECT run as a statement
+    std::uint32_t shape = 0;  // Run, SetQuery, IfNot
+    std::uint32_t firstArgument = 0;
+    std::uint32_t argumentCount = 0;
+    std::uint32_t target = 0; // the variable's slot, or the step to go to
+    std::uint32_t textAt = 0; // the statement as written in the batch, for messages
+    std::uint32_t textLength = 0;
+};
+
+struct BatchProgram
+{
+    std::string_view text; // the batch; steps and arguments point into it
+    std::deque<Step> steps;
+    std::deque<Argument> arguments;
+    std::vector<std::string> shapes;
+    std::vector<std::uint32_t> shapeFirstStep; // the first step of each shape, to name it in errors
+    std::size_t slotCount = 0;                 // the batch's variables
+
+    // The line (from 1) of a place in the text.
+    int lineAt(std::size_t offset) const;
+    int line(const Step& step) const { return lineAt(step.textAt); }
+    std::string statementText(const Step& step) const
+    {
+        return std::string(text.substr(step.textAt, step.textLength));
+    }
+};
+
+// One query with its literals lifted out: the shape to compile and the arguments to bind, which
+// point into the query's text.
+struct QueryShape
+{
+    std::string sql;
+    std::vector<Argument> arguments;
+};
+
+} // namespace ormex::db

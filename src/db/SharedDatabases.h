@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "Database.h"
+
+// The connection this process keeps open to each database file, so that the host's objects,
+// which are created for every call, do not open the file (and compile their statements) again
+// each time. A connection is never used across fork(): a child process opens its own. A file
+// that was removed or replaced since is opened afresh.
+namespace ormex::db {
+
+// Throws OpenError as Database::open does (a missing file is never created).
+Database& sharedDatabase(const std::string& path);
+
+// Closes every shared connection of this process.
+void closeSharedDatabases();
+
+} // namespace ormex::db
