@@ -13,21 +13,21 @@ using platform::iequals;
 using platform::toLowerAscii;
 
 // Words that may stand before "(" without being a function call.
-constexpr std::array<const char*, 28> kKeywordsBeforeParen = {
+constexpr std::array<std::string_view, 28> kKeywordsBeforeParen = {
     "in",    "exists", "values", "and",  "or", "not",  "when",    "then",    "else", "as",
     "on",    "select", "where",  "from", "is", "like", "between", "case",    "end",  "join",
     "union", "all",    "any",    "some", "by", "set",  "having",  "distinct"};
 
 // Functions that mean the same on SQLite.
-constexpr std::array<const char*, 13> kSameFunctions = {"lower", "upper",    "ltrim",  "rtrim", "abs",
-                                                        "round", "count",    "sum",    "max",   "min",
-                                                        "avg",   "coalesce", "replace"};
+constexpr std::array<std::string_view, 13> kSameFunctions = {"lower", "upper",    "ltrim",  "rtrim", "abs",
+                                                             "round", "count",    "sum",    "max",   "min",
+                                                             "avg",   "coalesce", "replace"};
 
-constexpr std::array<const char*, 4> kUnsupportedWords = {"top", "output", "with", "pivot"};
+constexpr std::array<std::string_view, 4> kUnsupportedWords = {"top", "output", "with", "pivot"};
 
-template <std::size_t N> bool oneOf(std::string_view word, const std::array<const char*, N>& list)
+template <std::size_t N> bool oneOf(std::string_view word, const std::array<std::string_view, N>& list)
 {
-    for (const char* entry : list)
+    for (std::string_view entry : list)
         if (iequals(word, entry)) return true;
     return false;
 }

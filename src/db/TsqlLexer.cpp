@@ -3,33 +3,26 @@
 #include <cctype>
 
 #include "DbError.h"
-#include "platform/Text.h"
 
 namespace ormex::db {
 
-bool Token::isWord(std::string_view word) const
-{
-    return kind == Kind::Word && !bracketed && platform::iequals(text, word);
-}
-
-bool Token::isSymbol(std::string_view symbol) const
-{
-    return kind == Kind::Symbol && text == symbol;
-}
-
 namespace {
 
-bool isIdentStart(unsigned char c)
-{
-    return std::isalpha(c) || c == '_' || c == '#' || c >= 0x80;
-}
-bool isIdentChar(unsigned char c)
-{
-    return std::isalnum(c) || c == '_' || c == '#' || c == '$' || c >= 0x80;
-}
 bool isDigit(char c)
 {
     return c >= '0' && c <= '9';
+}
+bool isLetter(unsigned char c)
+{
+    return (c | 0x20) >= 'a' && (c | 0x20) <= 'z';
+}
+bool isIdentStart(unsigned char c)
+{
+    return isLetter(c) || c == '_' || c == '#' || c >= 0x80;
+}
+bool isIdentChar(unsigned char c)
+{
+    return isLetter(c) || isDigit(static_cast<char>(c)) || c == '_' || c == '#' || c == '$' || c >= 0x80;
 }
 
 } // namespace

@@ -18,8 +18,16 @@ struct Token
     std::size_t offset = 0; // where the token starts in the text as written, and its length there
     std::size_t length = 0;
 
-    bool isWord(std::string_view word) const; // case-insensitive keyword test
-    bool isSymbol(std::string_view symbol) const;
+    // Case-insensitive keyword test; `word` is lower case.
+    bool isWord(std::string_view word) const
+    {
+        if (kind != Kind::Word || bracketed || text.size() != word.size()) return false;
+        for (std::size_t i = 0; i < word.size(); ++i)
+            if ((text[i] | 0x20) != word[i])
+                return false; // lower case for letters; keywords are letters only
+        return true;
+    }
+    bool isSymbol(std::string_view symbol) const { return kind == Kind::Symbol && text == symbol; }
     // Where `text` starts in the text read.
     std::size_t textOffset() const { return offset + length - text.size() - (bracketed ? 1 : 0); }
 };

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <set>
 #include <unordered_map>
 
 #include "DbError.h"
@@ -15,7 +14,7 @@ namespace {
 using platform::toLowerAscii;
 
 // Keywords that begin a statement; at the top level of a statement they end the one before.
-const std::set<std::string, std::less<>> kStatementWords = {
+constexpr std::string_view kStatementWords[] = {
     "insert", "update", "delete", "if",      "else",   "begin",    "end",   "declare", "set",
     "select", "while",  "exec",   "execute", "go",     "create",   "drop",  "alter",   "truncate",
     "return", "print",  "goto",   "use",     "commit", "rollback", "merge", "break",   "continue"};
@@ -26,8 +25,10 @@ constexpr std::size_t kMaxLiftedLiterals = 500;
 
 bool isStatementWord(const Token& t)
 {
-    if (t.kind != Token::Kind::Word || t.bracketed || t.text.size() > 8) return false;
-    return kStatementWords.count(toLowerAscii(t.text)) > 0;
+    if (t.kind != Token::Kind::Word || t.bracketed || t.text.size() > 8 || t.text.size() < 2) return false;
+    for (std::string_view word : kStatementWords)
+        if (t.isWord(word)) return true;
+    return false;
 }
 
 class Parser
@@ -72,6 +73,7 @@ public:
 private:
     const Token& at(std::size_t ahead = 0)
     {
+        if (m_pos + ahead < m_tokens.size()) return m_tokens[m_pos + ahead];
         while (m_pos + ahead >= m_tokens.size() &&
                (m_tokens.empty() || m_tokens.back().kind != Token::Kind::End))
             m_tokens.push_back(m_lexer.next());
@@ -207,7 +209,7 @@ private:
         int caseDepth = 0;
         const std::size_t start = m_pos;
         for (;; ++m_pos) {
-            const Token t = at();
+            const Token& t = at(); // nothing below reads further tokens
             if (t.kind == Token::Kind::End) {
                 if (depth > 0) fail("missing ')'");
                 return;
