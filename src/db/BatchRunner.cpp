@@ -14,6 +14,13 @@ constexpr std::size_t kKeptCompiled = 512;
 
 } // namespace
 
+BatchRunner::~BatchRunner()
+{
+    // The batch text goes away after the run: no statement keeps a value bound from it.
+    for (const auto& statement : m_compiled)
+        if (statement) statement->clearBindings();
+}
+
 void BatchRunner::run(const BatchProgram& program)
 {
     compile(program);
@@ -71,7 +78,7 @@ platform::Value BatchRunner::run(const BatchProgram& program, const Step& step, 
             recompiled = m_cache.get(program.shapes[step.shape]);
             statement = recompiled.get();
         }
-        StatementUse use(*statement);
+        StatementUse use(*statement, recompiled != nullptr);
         bindArguments(*statement, program.text, program.arguments, step.firstArgument, step.argumentCount,
                       m_variables);
         platform::Value value;

@@ -20,6 +20,9 @@ class BatchRunner
 {
 public:
     BatchRunner(sqlite3* db, StatementCache& cache) : m_db(db), m_cache(cache) {}
+    ~BatchRunner();
+    BatchRunner(const BatchRunner&) = delete;
+    BatchRunner& operator=(const BatchRunner&) = delete;
     // Throws ParseError when SQLite finds a statement unreadable (nothing ran), StatementError
     // naming the statement that could not be compiled or failed.
     void run(const BatchProgram& program);

@@ -28,22 +28,27 @@ private:
     std::unordered_map<std::string, std::shared_ptr<SqliteStatement>> m_statements;
 };
 
-// Resets a statement when its use ends, however it ends, so that it holds no lock, keeps no value
-// bound from text that may be gone, and is ready for the next use.
+// Resets a statement when its use ends, however it ends, so that it holds no lock and is ready
+// for the next use. With `forget`, it also keeps no value bound from text that may be gone; a
+// batch, whose steps bind every parameter anew, forgets once at its end instead.
 class StatementUse
 {
 public:
-    explicit StatementUse(SqliteStatement& statement) : m_statement(statement) {}
+    explicit StatementUse(SqliteStatement& statement, bool forget = true)
+        : m_statement(statement), m_forget(forget)
+    {
+    }
     ~StatementUse()
     {
         m_statement.reset();
-        m_statement.clearBindings();
+        if (m_forget) m_statement.clearBindings();
     }
     StatementUse(const StatementUse&) = delete;
     StatementUse& operator=(const StatementUse&) = delete;
 
 private:
     SqliteStatement& m_statement;
+    bool m_forget;
 };
 
 } // namespace ormex::db
