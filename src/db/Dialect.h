@@ -19,8 +19,9 @@ struct Argument
 {
     enum class Kind : std::uint8_t { Text, Number, Variable };
     Kind kind = Kind::Text;
-    std::uint32_t at = 0;     // Text, Number: offset in the batch text (a text without its quotes)
-    std::uint32_t length = 0; // Variable: the variable's slot in `at`
+    std::uint32_t at = 0;     // Text, Number: offset in the batch text (a text without its quotes);
+                              // Variable: the variable's slot
+    std::uint32_t length = 0; // Variable: where the variable stands in the batch text
 };
 
 struct Translation

@@ -130,7 +130,8 @@ private:
             const long slot = m_translation.slot ? m_translation.slot(name) : -1;
             if (slot < 0) fail(i, "must declare the variable " + std::string(t.text));
             if (!m_translation.arguments) return m_dialect.variableName(name);
-            return parameter(Argument{Argument::Kind::Variable, static_cast<std::uint32_t>(slot), 0});
+            return parameter(Argument{Argument::Kind::Variable, static_cast<std::uint32_t>(slot),
+                                      static_cast<std::uint32_t>(t.offset)});
         }
         case Token::Kind::String:
             if (!m_translation.arguments || !m_translation.liftLiterals) return std::string(t.text);

@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "DbError.h"
+#include "TranslationMemo.h"
 #include "platform/Text.h"
 
 namespace ormex::db {
@@ -113,8 +114,24 @@ private:
 
     // Translates a statement with build(); when it has too many literals to lift, again with
     // them as text.
-    template <typename Build> std::string translated(Build build)
+    // A statement read in the same context with the same tokens but for its literals and
+    // variables is not translated again (see TranslationMemo).
+    template <typename Build>
+    std::string translated(char context, std::size_t begin, std::size_t end, Build build)
     {
+        const auto slotOf = [this](const std::string& name) -> long {
+            auto it = m_slots.find(name);
+            return it == m_slots.end() ? -1 : static_cast<long>(it->second);
+        };
+        m_shapeOfText = nullptr;
+        if (m_program) {
+            if (auto recalled = m_memo.recall(context, m_tokens, begin, end, slotOf, m_arguments)) {
+                m_shapeOfText = &recalled->shape;
+                // The program has the text already: the step needs only its number.
+                if (*m_shapeOfText != TranslationMemo::kNoShape) return {};
+                return recalled->sql;
+            }
+        }
         m_arguments.clear();
         m_liftLiterals = true;
         std::string sql = build();
@@ -127,6 +144,7 @@ private:
             sql = build();
             m_liftLiterals = true;
         }
+        if (m_program) m_shapeOfText = m_memo.remember(sql, m_arguments);
         return sql;
     }
 
@@ -148,7 +166,7 @@ private:
                 orderBy = i;
         }
         from = std::min(from, orderBy);
-        return translated([&] {
+        return translated('Q', begin, end, [&] {
             std::string sql = translate(begin, from, false);
             if (orderBy > from) sql += " " + translate(from, orderBy);
             if (end > orderBy) sql += " " + translate(orderBy, end, false);
@@ -177,13 +195,19 @@ private:
         std::tie(step.textAt, step.textLength) = source(begin, end);
         const std::size_t index = m_program->steps.size();
         if (kind != Step::Kind::Jump && kind != Step::Kind::SetValue) {
-            auto [it, added] = m_shapes.try_emplace(std::move(sql), m_program->shapes.size());
-            if (added) {
-                m_program->shapes.push_back(it->first);
-                m_program->shapeFirstStep.push_back(static_cast<std::uint32_t>(index));
+            if (m_shapeOfText && *m_shapeOfText != TranslationMemo::kNoShape) {
+                step.shape = *m_shapeOfText;
+            } else {
+                auto [it, added] = m_shapes.try_emplace(std::move(sql), m_program->shapes.size());
+                if (added) {
+                    m_program->shapes.push_back(it->first);
+                    m_program->shapeFirstStep.push_back(static_cast<std::uint32_t>(index));
+                }
+                step.shape = it->second;
+                if (m_shapeOfText) *m_shapeOfText = step.shape;
             }
-            step.shape = it->second;
         }
+        m_shapeOfText = nullptr;
         step.firstArgument = static_cast<std::uint32_t>(m_program->arguments.size());
         step.argumentCount = static_cast<std::uint32_t>(m_arguments.size());
         m_program->arguments.insert(m_program->arguments.end(), m_arguments.begin(), m_arguments.end());
@@ -285,7 +309,8 @@ private:
             const std::size_t from = m_pos;
             skipClause(false, false);
             if (m_pos == from) fail("IF needs a condition");
-            std::string sql = translated([&] { return m_dialect.conditionQuery(translate(from, m_pos)); });
+            std::string sql = translated('I', from, m_pos,
+                                         [&] { return m_dialect.conditionQuery(translate(from, m_pos)); });
             const std::size_t test = addStep(Step::Kind::IfNot, begin, m_pos, std::move(sql));
             skipSemicolon();
             if (at().kind == Token::Kind::End || at().isWord("else") || at().isWord("end"))
@@ -355,7 +380,8 @@ private:
                 addStep(Step::Kind::SetValue, begin, m_pos, {}, slot->second);
                 return;
             }
-            std::string sql = translated([&] { return m_dialect.valueQuery(translate(from, m_pos)); });
+            std::string sql =
+                translated('S', from, m_pos, [&] { return m_dialect.valueQuery(translate(from, m_pos)); });
             addStep(Step::Kind::SetQuery, begin, m_pos, std::move(sql), slot->second);
             return;
         }
@@ -385,7 +411,7 @@ private:
             } else {
                 skipClause(false, true);
             }
-            std::string sql = translated([&] {
+            std::string sql = translated('N', begin, m_pos, [&] {
                 std::string text = "INSERT INTO " + translate(table, open ? open : from);
                 if (open) text += " (" + translate(open + 1, close) + ")";
                 return text + " " + translate(from, m_pos);
@@ -401,8 +427,9 @@ private:
             if (!at().isWord("set")) fail("UPDATE needs SET, not " + describe(at()));
             const std::size_t from = m_pos;
             skipClause(true, false);
-            std::string sql = translated(
-                [&] { return "UPDATE " + translate(table, tableEnd) + " " + translate(from, m_pos); });
+            std::string sql = translated('U', begin, m_pos, [&] {
+                return "UPDATE " + translate(table, tableEnd) + " " + translate(from, m_pos);
+            });
             addStep(Step::Kind::Run, begin, m_pos, std::move(sql));
             return;
         }
@@ -416,7 +443,7 @@ private:
                 !isStatementWord(at()))
                 fail("DELETE needs WHERE, not " + describe(at()));
             skipClause(false, false);
-            std::string sql = translated([&] {
+            std::string sql = translated('D', begin, m_pos, [&] {
                 std::string text = "DELETE FROM " + translate(table, from);
                 if (m_pos > from) text += " " + translate(from, m_pos);
                 return text;
@@ -441,6 +468,8 @@ private:
     std::unordered_map<std::string, std::uint32_t> m_slots;  // declared variables
     std::unordered_map<std::string, std::uint32_t> m_shapes; // distinct statement texts
     std::vector<Argument> m_arguments;                       // the current statement's parameters
+    TranslationMemo m_memo;
+    std::uint32_t* m_shapeOfText = nullptr; // where the memo keeps the shape of the statement being read
     bool m_liftLiterals = true;
 };
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "db/DbError.h"
 #include "db/SqliteDialect.h"
 #include "db/TsqlParser.h"
 
@@ -138,4 +139,44 @@ TEST(DialectTranslation, ResultColumnsAndOrderByKeepTheirLiterals)
               "select 'A' as kind , 1 , FName from t_Item where FNumber = ?1 and FItemID in ( "
               "select FItemID from x where y = ?2 ) order by 2 , case when FName = 'z' then 1 else 0 end");
     ASSERT_EQ(shape.arguments.size(), 2u);
+}
+
+TEST(DialectTranslation, ARepeatedStatementTakesTheTranslationOnlyWhereItsWrittenLiteralsMatch)
+{
+    // Literals the translation writes as text: a type's length, and a result column.
+    const std::string batch = "declare @a int\r\n"
+                              "update T set x=convert(varchar(10),y,120) where c='A'\r\n"
+                              "update T set x=convert(varchar(20),y,120) where c='B'\r\n"
+                              "update T set x=convert(varchar(10),y,120) where c='C'\r\n"
+                              "select 'one', x from T where c='A'\r\n"
+                              "select 'two', x from T where c='B'\r\n"
+                              "update T set x=@a where c='D'\r\n";
+    const auto program = parseBatch(batch, SqliteDialect::instance());
+    ASSERT_EQ(program.steps.size(), 6u);
+    EXPECT_EQ(written(program, program.steps[0]),
+              "UPDATE T set x = substr(CAST((y) AS TEXT), 1, 10) where c = 'A'");
+    EXPECT_EQ(written(program, program.steps[1]),
+              "UPDATE T set x = substr(CAST((y) AS TEXT), 1, 20) where c = 'B'");
+    EXPECT_EQ(written(program, program.steps[2]),
+              "UPDATE T set x = substr(CAST((y) AS TEXT), 1, 10) where c = 'C'");
+    EXPECT_EQ(program.steps[2].shape, program.steps[0].shape);
+    EXPECT_EQ(written(program, program.steps[3]), "select 'one' , x from T where c = 'A'");
+    EXPECT_EQ(written(program, program.steps[4]), "select 'two' , x from T where c = 'B'");
+
+    // A statement like one translated before is still refused for what differs.
+    const auto refused = [](const std::string& text) {
+        try {
+            parseBatch(text, SqliteDialect::instance());
+        } catch (const ParseError& error) {
+            return error.line() == 3 ? error.message() : "line " + std::to_string(error.line());
+        }
+        return std::string("accepted");
+    };
+    EXPECT_NE(refused("declare @a int\r\nupdate T set x=convert(varchar(10),y,120) where c=@a\r\n"
+                      "update T set x=convert(varchar(10),y,101) where c=@a")
+                  .find("convert style 101"),
+              std::string::npos);
+    EXPECT_NE(refused("declare @a int\r\nupdate T set x=1 where c=@a\r\nupdate T set x=1 where c=@b")
+                  .find("must declare the variable @b"),
+              std::string::npos);
 }
