@@ -1,0 +1,111 @@
+#!/usr/bin/env bash
+# Builds, then runs the batch-shape and card-search benchmarks (the T-SQL executor next to native
+# SQLite) and prints a summary table. The results stay in <build>/bench-results/*.json.
+#
+#   scripts/bench.sh           every size: 1,000 to 100,000 cards per batch, 10,000 and 1,000,000
+#                              cards for the searches (a few minutes)
+#   scripts/bench.sh --smoke   the smallest sizes only, one short run each (CI)
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+dir=${BUILD_DIR:-$root/build}
+
+smoke=0
+for arg in "$@"; do
+  case "$arg" in
+    --smoke) smoke=1 ;;
+    *) echo "usage: $0 [--smoke]" >&2; exit 2 ;;
+  esac
+done
+
+"$root/scripts/build.sh"
+for program in ormex_batch_bench ormex_search_bench; do
+  if [ ! -x "$dir/bin/$program" ]; then
+    echo "$program was not built (Qt 6 or Google Benchmark missing?)" >&2
+    exit 1
+  fi
+done
+
+out=$dir/bench-results
+mkdir -p "$out"
+batch_args=()
+search_args=()
+if [ "$smoke" = 1 ]; then
+  batch_args=(--benchmark_filter='/1000$' --benchmark_min_time=0.01)
+  search_args=(--benchmark_filter='/10000/' --benchmark_min_time=0.01)
+fi
+
+# The console shows progress; the JSON file is what the table is made from.
+"$dir/bin/ormex_batch_bench" "${batch_args[@]}" --benchmark_out="$out/batch.json" --benchmark_out_format=json
+"$dir/bin/ormex_search_bench" "${search_args[@]}" --benchmark_out="$out/search.json" --benchmark_out_format=json
+
+python3 - "$out/batch.json" "$out/search.json" <<'EOF'
+import json
+import sys
+
+failed = False
+
+
+def runs(path):
+    global failed
+    with open(path) as f:
+        data = json.load(f)
+    for b in data.get("benchmarks", []):
+        if b.get("run_type") == "aggregate":
+            continue
+        if b.get("error_occurred"):
+            failed = True
+            print(f"ERROR {b['name']}: {b.get('error_message', '')}")
+            continue
+        yield b
+
+
+def table(title, headers, rows):
+    print()
+    print(title)
+    widths = [max(len(h), *(len(r[i]) for r in rows)) if rows else len(h) for i, h in enumerate(headers)]
+    line = lambda cells: "  ".join(c.rjust(w) if i else c.ljust(w) for i, (c, w) in enumerate(zip(cells, widths)))
+    print(line(headers))
+    print(line(["-" * w for w in widths]))
+    for r in rows:
+        print(line(r))
+
+
+batch = [
+    [
+        b["name"].split("/")[0],
+        f"{b['cards']:.0f}",
+        f"{b['exec_ms']:.1f}",
+        f"{b['floor_ms']:.1f}",
+        f"{b['ratio']:.2f}",
+        f"{b['per_card_us']:.1f}",
+        f"{b['floor_per_card_us']:.1f}",
+        f"{b['batch_mb']:.1f}",
+        f"{b['peak_extra_mb']:.1f}",
+    ]
+    for b in runs(sys.argv[1])
+]
+table(
+    "Batches: T-SQL executor vs native SQLite floor (same row changes, one transaction)",
+    ["shape", "cards", "executor ms", "floor ms", "ratio", "us/card", "floor us/card", "batch MB", "peak extra MB"],
+    batch,
+)
+
+search = [
+    [
+        b["name"].split("/")[0],
+        f"{b['cards']:.0f}",
+        f"{b['exec_us']:.1f}",
+        f"{b['floor_us']:.1f}",
+        f"{b['ratio']:.2f}",
+        f"{b['median_us']:.1f}",
+        f"{b['floor_median_us']:.1f}",
+    ]
+    for b in runs(sys.argv[2])
+]
+table(
+    "Card search: host member list vs native SQLite floor (per search)",
+    ["search", "cards", "executor us", "floor us", "ratio", "median us", "floor median us"],
+    search,
+)
+sys.exit(1 if failed else 0)
+EOF
