@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "TsqlLexer.h"
@@ -26,8 +27,8 @@ struct Argument
 
 struct Translation
 {
-    // The slot of a declared variable (lower case, with its '@'), or -1 when it is not declared.
-    std::function<long(const std::string&)> slot;
+    // The slot of a declared variable (with its '@', in any case), or -1 when it is not declared.
+    std::function<long(std::string_view)> slot;
     // Where parameters go, numbered from 1 in the order they are added. Without it everything
     // stays text and variables are written by name.
     std::vector<Argument>* arguments = nullptr;

@@ -126,10 +126,9 @@ private:
         next = i + 1;
         switch (t.kind) {
         case Token::Kind::Variable: {
-            const std::string name = toLowerAscii(t.text);
-            const long slot = m_translation.slot ? m_translation.slot(name) : -1;
+            const long slot = m_translation.slot ? m_translation.slot(t.text) : -1;
             if (slot < 0) fail(i, "must declare the variable " + std::string(t.text));
-            if (!m_translation.arguments) return m_dialect.variableName(name);
+            if (!m_translation.arguments) return m_dialect.variableName(toLowerAscii(t.text));
             return parameter(Argument{Argument::Kind::Variable, static_cast<std::uint32_t>(slot),
                                       static_cast<std::uint32_t>(t.offset)});
         }

@@ -1,7 +1,5 @@
 #include "TranslationMemo.h"
 
-#include "platform/Text.h"
-
 namespace ormex::db {
 
 namespace {
@@ -74,7 +72,7 @@ bool TranslationMemo::fill(const Entry& entry, const SlotOf& slotOf, std::vector
     for (std::uint32_t value : entry.parameters) {
         const Token& t = *m_values[value];
         if (t.kind == Token::Kind::Variable) {
-            const long slot = slotOf(platform::toLowerAscii(t.text));
+            const long slot = slotOf(t.text);
             if (slot < 0) return false; // translating names the undeclared variable
             arguments.push_back(
                 Argument{Argument::Kind::Variable, static_cast<std::uint32_t>(slot), argumentOffset(t)});

@@ -23,7 +23,7 @@ namespace ormex::db {
 class TranslationMemo
 {
 public:
-    using SlotOf = std::function<long(const std::string&)>;
+    using SlotOf = std::function<long(std::string_view)>;
 
     // The remembered translation of tokens [begin, end) read in `context` (a statement kind),
     // with `arguments` set to this statement's parameters; null when there is none (then the

@@ -12,7 +12,6 @@ namespace ormex::db {
 
 namespace {
 
-using platform::toLowerAscii;
 
 // Keywords that begin a statement; at the top level of a statement they end the one before.
 constexpr std::string_view kStatementWords[] = {
@@ -103,7 +102,7 @@ private:
     std::string translate(std::size_t begin, std::size_t end, bool liftLiterals = true)
     {
         Translation translation;
-        translation.slot = [this](const std::string& name) -> long {
+        translation.slot = [this](std::string_view name) -> long {
             auto it = m_slots.find(name);
             return it == m_slots.end() ? -1 : static_cast<long>(it->second);
         };
@@ -119,7 +118,7 @@ private:
     template <typename Build>
     std::string translated(char context, std::size_t begin, std::size_t end, Build build)
     {
-        const auto slotOf = [this](const std::string& name) -> long {
+        const auto slotOf = [this](std::string_view name) -> long {
             auto it = m_slots.find(name);
             return it == m_slots.end() ? -1 : static_cast<long>(it->second);
         };
@@ -336,8 +335,7 @@ private:
             for (;;) {
                 const Token v = at();
                 if (v.kind != Token::Kind::Variable) fail("DECLARE needs a variable, not " + describe(v));
-                const std::string name = toLowerAscii(v.text);
-                if (m_slots.count(name))
+                if (m_slots.count(v.text))
                     fail("the variable " + std::string(v.text) + " has already been declared in this batch");
                 ++m_pos;
                 if (at().isWord("as")) ++m_pos;
@@ -351,7 +349,7 @@ private:
                     ++m_pos;
                 }
                 // A variable starts null; there are no loops, so a declaration runs once.
-                m_slots.emplace(name, static_cast<std::uint32_t>(m_slots.size()));
+                m_slots.emplace(v.text, static_cast<std::uint32_t>(m_slots.size()));
                 if (!at().isSymbol(",")) break;
                 ++m_pos;
             }
@@ -362,8 +360,7 @@ private:
             const Token v = at();
             if (v.kind != Token::Kind::Variable)
                 fail("SET is supported for variables only, not " + describe(v));
-            const std::string name = toLowerAscii(v.text);
-            const auto slot = m_slots.find(name);
+            const auto slot = m_slots.find(v.text);
             if (slot == m_slots.end()) fail("must declare the variable " + std::string(v.text));
             ++m_pos;
             if (!at().isSymbol("=")) fail("SET " + std::string(v.text) + " needs '='");
@@ -465,7 +462,8 @@ private:
     std::size_t m_pos = 0;
     const Dialect& m_dialect;
     BatchProgram* m_program;
-    std::unordered_map<std::string, std::uint32_t> m_slots;  // declared variables
+    // Declared variables by name as first written (a view of the text), compared without case.
+    std::unordered_map<std::string_view, std::uint32_t, platform::NoCaseHash, platform::NoCaseEqual> m_slots;
     std::unordered_map<std::string, std::uint32_t> m_shapes; // distinct statement texts
     std::vector<Argument> m_arguments;                       // the current statement's parameters
     TranslationMemo m_memo;

@@ -23,6 +23,14 @@ bool isSpaceOrBreak(char c)
 }
 } // namespace
 
+std::size_t NoCaseHash::operator()(std::string_view s) const
+{
+    std::size_t hash = 1469598103934665603ull; // FNV-1a
+    for (char c : s)
+        hash = (hash ^ static_cast<unsigned char>(lowerAscii(c))) * 1099511628211ull;
+    return hash;
+}
+
 bool iequals(std::string_view a, std::string_view b)
 {
     if (a.size() != b.size()) return false;

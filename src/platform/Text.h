@@ -23,6 +23,16 @@ std::string quoteDoubled(std::string_view s);
 std::vector<std::string> split(std::string_view s, char separator);
 std::string join(const std::vector<std::string>& parts, std::string_view separator);
 bool startsWithNoCase(std::string_view s, std::string_view prefix);
+
+// Hashing and equality without ASCII case, for maps keyed by names as written.
+struct NoCaseHash
+{
+    std::size_t operator()(std::string_view s) const;
+};
+struct NoCaseEqual
+{
+    bool operator()(std::string_view a, std::string_view b) const { return iequals(a, b); }
+};
 bool containsText(std::string_view haystack, std::string_view needle);
 
 // Number of characters (code points) of a UTF-8 text.
