@@ -36,11 +36,11 @@ platform::Value number(std::string_view digits)
 platform::Value argumentValue(std::string_view text, const Argument& argument,
                               const std::vector<platform::Value>& variables)
 {
-    switch (argument.kind) {
+    switch (argument.kind()) {
     case Argument::Kind::Text:
-        return platform::Value(unquoted(text.substr(argument.at, argument.length)));
+        return platform::Value(unquoted(text.substr(argument.at, argument.length())));
     case Argument::Kind::Number:
-        return number(text.substr(argument.at, argument.length));
+        return number(text.substr(argument.at, argument.length()));
     case Argument::Kind::Variable:
         break;
     }
@@ -50,8 +50,8 @@ platform::Value argumentValue(std::string_view text, const Argument& argument,
 void bindArgument(SqliteStatement& statement, int index, std::string_view text, const Argument& argument,
                   const std::vector<platform::Value>& variables)
 {
-    if (argument.kind == Argument::Kind::Text) {
-        const std::string_view literal = text.substr(argument.at, argument.length);
+    if (argument.kind() == Argument::Kind::Text) {
+        const std::string_view literal = text.substr(argument.at, argument.length());
         if (literal.find('\'') == std::string_view::npos) {
             // The batch text outlives the statement's run: no copy.
             sqlite3_bind_text(statement.handle(), index, literal.data(), static_cast<int>(literal.size()),
@@ -59,7 +59,7 @@ void bindArgument(SqliteStatement& statement, int index, std::string_view text, 
             return;
         }
     }
-    if (argument.kind == Argument::Kind::Variable) {
+    if (argument.kind() == Argument::Kind::Variable) {
         statement.bind(index, variables.at(argument.at));
         return;
     }

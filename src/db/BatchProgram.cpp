@@ -4,6 +4,9 @@
 
 namespace ormex::db {
 
+static_assert(sizeof(Step) == 24);
+static_assert(sizeof(Argument) == 8);
+
 int BatchProgram::lineAt(std::size_t offset) const
 {
     const auto upTo = text.substr(0, std::min(offset, text.size()));

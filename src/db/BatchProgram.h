@@ -23,11 +23,12 @@ struct Step
         IfNot,    // go to step `target` unless the shape's one value is 1
         Jump,     // go to step `target`
     };
+    // 24 bytes: a batch over every card holds millions of steps.
     Kind kind = Kind::Run;
-    bool returnsRows = false; // a SELECT run as a statement
-    std::uint32_t shape = 0;  // Run, SetQuery, IfNot
+    bool returnsRows = false;        // a SELECT run as a statement
+    std::uint16_t argumentCount = 0; // at most kMaxArguments
+    std::uint32_t shape = 0;         // Run, SetQuery, IfNot
     std::uint32_t firstArgument = 0;
-    std::uint32_t argumentCount = 0;
     std::uint32_t target = 0; // the variable's slot, or the step to go to
     std::uint32_t textAt = 0; // the statement as written in the batch, for messages
     std::uint32_t textLength = 0;
@@ -35,6 +36,9 @@ struct Step
 
 struct BatchProgram
 {
+    // The parameters one statement may take.
+    static constexpr std::size_t kMaxArguments = 0xffff;
+
     std::string_view text; // the batch; steps and arguments point into it
     std::deque<Step> steps;
     std::deque<Argument> arguments;

@@ -16,13 +16,25 @@ namespace ormex::db {
 // A value a translated statement takes as a parameter instead of as text: a literal of the batch
 // (a view of its text) or a variable of the batch. Statements that differ only in their literals
 // and variables thus translate to the same text and are compiled once.
+// Eight bytes: a batch over every card holds millions of them.
 struct Argument
 {
     enum class Kind : std::uint8_t { Text, Number, Variable };
-    Kind kind = Kind::Text;
-    std::uint32_t at = 0;     // Text, Number: offset in the batch text (a text without its quotes);
-                              // Variable: the variable's slot
-    std::uint32_t length = 0; // Variable: where the variable stands in the batch text
+    Argument() = default;
+    // `length` is below 2^30: batches are shorter than that.
+    Argument(Kind kind, std::uint32_t at, std::uint32_t length)
+        : at(at), m_lengthAndKind(length << 2 | static_cast<std::uint32_t>(kind))
+    {
+    }
+    Kind kind() const { return static_cast<Kind>(m_lengthAndKind & 3u); }
+    // Text, Number: the literal's length (a text without its quotes); Variable: where the variable
+    // stands in the batch text.
+    std::uint32_t length() const { return m_lengthAndKind >> 2; }
+
+    std::uint32_t at = 0; // Text, Number: offset in the batch text; Variable: the variable's slot
+
+private:
+    std::uint32_t m_lengthAndKind = 0;
 };
 
 struct Translation

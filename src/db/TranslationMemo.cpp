@@ -22,7 +22,7 @@ std::uint32_t argumentOffset(const Token& t)
 
 std::uint32_t argumentOffset(const Argument& a)
 {
-    return a.kind == Argument::Kind::Variable ? a.length : a.at;
+    return a.kind() == Argument::Kind::Variable ? a.length() : a.at;
 }
 
 } // namespace

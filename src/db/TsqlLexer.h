@@ -14,9 +14,9 @@ struct Token
     Kind kind = Kind::End;
     bool bracketed = false; // a [quoted] identifier
     int line = 0;
-    std::string_view text;  // strings include their quotes (an N prefix is dropped); [x] is x
-    std::size_t offset = 0; // where the token starts in the text as written, and its length there
-    std::size_t length = 0;
+    std::string_view text;    // strings include their quotes (an N prefix is dropped); [x] is x
+    std::uint32_t offset = 0; // where the token starts in the text as written, and its length there
+    std::uint32_t length = 0; // (a batch is shorter than 4 GB)
 
     // Case-insensitive keyword test; `word` is lower case.
     bool isWord(std::string_view word) const
@@ -27,7 +27,12 @@ struct Token
                 return false; // lower case for letters; keywords are letters only
         return true;
     }
-    bool isSymbol(std::string_view symbol) const { return kind == Kind::Symbol && text == symbol; }
+    // Symbols are one or two characters.
+    bool isSymbol(std::string_view symbol) const
+    {
+        return kind == Kind::Symbol && text.size() == symbol.size() && text[0] == symbol[0] &&
+               (text.size() == 1 || text[1] == symbol[1]);
+    }
     // Where `text` starts in the text read.
     std::size_t textOffset() const { return offset + length - text.size() - (bracketed ? 1 : 0); }
 };

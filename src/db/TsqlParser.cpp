@@ -12,7 +12,6 @@ namespace ormex::db {
 
 namespace {
 
-
 // Keywords that begin a statement; at the top level of a statement they end the one before.
 constexpr std::string_view kStatementWords[] = {
     "insert", "update", "delete", "if",      "else",   "begin",    "end",   "declare", "set",
@@ -38,8 +37,7 @@ public:
     Parser(std::string_view text, const Dialect& dialect, BatchProgram* program)
         : m_text(text), m_lexer(text), m_dialect(dialect), m_program(program)
     {
-        if (text.size() >= std::numeric_limits<std::uint32_t>::max())
-            throw ParseError(1, "the batch is too long");
+        if (text.size() >= (std::size_t{1} << 30)) throw ParseError(1, "the batch is too long");
         if (m_program) m_program->text = text;
     }
 
@@ -135,7 +133,7 @@ private:
         m_liftLiterals = true;
         std::string sql = build();
         const auto literals = std::count_if(m_arguments.begin(), m_arguments.end(), [](const Argument& a) {
-            return a.kind != Argument::Kind::Variable;
+            return a.kind() != Argument::Kind::Variable;
         });
         if (static_cast<std::size_t>(literals) > kMaxLiftedLiterals) {
             m_arguments.clear();
@@ -207,8 +205,12 @@ private:
             }
         }
         m_shapeOfText = nullptr;
+        if (m_arguments.size() > BatchProgram::kMaxArguments)
+            throw ParseError(m_tokens[begin].line, "the statement has more than " +
+                                                       std::to_string(BatchProgram::kMaxArguments) +
+                                                       " variables");
         step.firstArgument = static_cast<std::uint32_t>(m_program->arguments.size());
-        step.argumentCount = static_cast<std::uint32_t>(m_arguments.size());
+        step.argumentCount = static_cast<std::uint16_t>(m_arguments.size());
         m_program->arguments.insert(m_program->arguments.end(), m_arguments.begin(), m_arguments.end());
         m_arguments.clear();
         m_program->steps.push_back(step);

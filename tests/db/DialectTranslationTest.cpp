@@ -18,13 +18,13 @@ std::string written(const BatchProgram& program, const Step& step)
     std::string sql = program.shapes.at(step.shape);
     for (std::size_t k = step.argumentCount; k >= 1; --k) {
         const Argument& a = program.arguments.at(step.firstArgument + k - 1);
-        const std::string value = a.kind == Argument::Kind::Variable
+        const std::string value = a.kind() == Argument::Kind::Variable
                                       ? "@slot" + std::to_string(a.at)
-                                      : std::string(program.text.substr(a.at, a.length));
+                                      : std::string(program.text.substr(a.at, a.length()));
         const std::string marker = "?" + std::to_string(k);
         const auto at = sql.find(marker);
         if (at == std::string::npos) return "(parameter " + marker + " missing from " + sql + ")";
-        sql.replace(at, marker.size(), a.kind == Argument::Kind::Text ? "'" + value + "'" : value);
+        sql.replace(at, marker.size(), a.kind() == Argument::Kind::Text ? "'" + value + "'" : value);
     }
     return sql;
 }
