@@ -4,16 +4,22 @@
 // compiled once and bound, in one transaction, on a connection with the same settings. The ratio
 // of the two is the price of running the screens' T-SQL instead of hand-written native code.
 //
+// The gift catalogue save is one batch too: the whole catalogue emptied and N gift rows written.
+// The single-card commits (a recharge of the stored-value screen, a card status operation of the
+// card screen) and the member settings save are small batches the screens send one at a time:
+// they run N times, each its own execute() and so its own transaction, against a floor that
+// commits N transactions as well (its statements compiled once for all of them).
+//
 // Every iteration starts both from a copy of the same database of N generated cards. The floor's
 // result is checked against the executor's after every run (totals of every table the shapes
 // touch) and row by row after the first run of each benchmark, so the floor cannot get cheaper by
 // doing less.
 //
 // The reported time is the executor's; the counters give both sides:
-//   exec_ms, floor_ms      mean time of one run over all N cards
+//   exec_ms, floor_ms      mean time of one run over all N cards (gift rows, settings saves)
 //   ratio                  executor time / floor time, over all runs
 //   per_card_us            executor time per card; floor_per_card_us the same for the floor
-//   batch_mb               size of the batch text
+//   batch_mb               size of the batch text (of all N batches of a single-card shape)
 //   peak_extra_mb          the highest resident memory during execute() above what the process
 //                          held just before it (the largest over the runs)
 #include <benchmark/benchmark.h>
@@ -37,16 +43,22 @@
 #include "db/Database.h"
 #include "db/LargeData.h"
 #include "db/Schema.h"
+#include "module/frame/SavePackage.h"
+#include "module/points/GiftCatalogueStatements.h"
 #include "module/points/PointsStatements.h"
+#include "module/settings/MemberSettingsKeys.h"
 #include "module/storedvalue/StoredValueStatements.h"
 #include "platform/BalanceCodec.h"
 #include "platform/Clock.h"
+#include "platform/FieldMap.h"
 #include "platform/NumberText.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+namespace frame = ormex::module::frame;
 namespace points = ormex::module::points;
+namespace settings = ormex::module::settings;
 namespace storedvalue = ormex::module::storedvalue;
 using ormex::db::Database;
 using SteadyClock = std::chrono::steady_clock;
@@ -206,16 +218,107 @@ Files& files()
     return instance;
 }
 
-const Template& templateFor(long cards)
+// What a template holds besides its cards and the branch number: for the catalogue save, the
+// gift catalogue the screen loaded whole (with its goods and the gift warehouse); for the settings
+// save, the member settings.
+enum class Fixture { Cards, GiftCatalogue, MemberSettings };
+
+// The gift warehouse of the branch (t_stock), which every gift row names.
+constexpr long long kGiftWarehouseId = 2;
+constexpr const char* kGiftWarehouseNo = "0101";
+
+// The member settings as stored, in the screen's order (the values of the demo database).
+constexpr std::pair<const char*, const char*> kStoredSettings[] = {
+    {"MCType", "0"},
+    {"SVCType", "1"},
+    {"CardNumProfix", ";"},
+    {"CardNumSuffix", "?"},
+    {"GoodsPointWork", "1"},
+    {"CoverCardNum", "0"},
+    {"PrintCardNum", "1"},
+    {"UptMemMsgDirect", "1"},
+    {"PrintMemName", "1"},
+    {"BranchShareMem", "1"},
+    {"ManPointRuleIndep", "0"},
+    {"SetVipGiftAtZb", "1"},
+    {"SVCardShareType", "1"},
+    {"LeaveAmount", "0"},
+    {"DailyAmtLimit", "2000"},
+    {"MaxFillAmount", "5000"},
+    {"MothlyAmtLimit", "20000"},
+    {"AllowFillPlusAmt", "0"},
+    {"PrintCardShowNum", "1"},
+    {"InputPSWOverLim", "1"},
+    {"LimitAmount", "500"},
+};
+static_assert(std::size(kStoredSettings) == settings::kMemberSettings.size());
+
+std::string fixtureSql(Fixture fixture, long cards)
 {
-    static std::map<long, Template> made;
-    auto found = made.find(cards);
+    switch (fixture) {
+    case Fixture::Cards:
+        break;
+    case Fixture::GiftCatalogue:
+        // Goods 1..N, each a gift for one card type: every fourth for gold cards ('03'), the others
+        // for all cards, 1 to 3 pieces for 100 to 149 points.
+        return "BEGIN;"
+               "INSERT INTO t_stock (FItemID, FNumber, FName) VALUES (1, '01', '一分店'), (" +
+               std::to_string(kGiftWarehouseId) + ", '" + kGiftWarehouseNo +
+               "', '一分店礼品仓');"
+               "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
+               std::to_string(cards) +
+               ") INSERT INTO t_Item (FItemID, FNumber, FBarCode, FName, FUnit)"
+               " SELECT i, printf('G%06d', i), printf('69%011d', i), '礼品' || i, '个' FROM n;"
+               "INSERT INTO T_Pos_VipGift (FItemId, FCardType, FBranchID, FBranchNo, FItemNum, FVipNum,"
+               " FBeginDate, FEndDate) SELECT FItemID, CASE WHEN FItemID % 4 = 0 THEN '03' ELSE 'All' END, " +
+               std::to_string(kGiftWarehouseId) + ", '" + kGiftWarehouseNo +
+               "', 1 + FItemID % 3, 100 + FItemID % 50, '2026-11-01', '2026-12-31' FROM t_Item;"
+               "COMMIT;";
+    case Fixture::MemberSettings: {
+        std::string sql = "BEGIN;";
+        for (const auto& [key, value] : kStoredSettings)
+            sql += std::string("INSERT INTO t_SystemProfile (FCategory, FKey, FValue) VALUES ('VIP', '") +
+                   key + "', '" + value + "');";
+        return sql + "COMMIT;";
+    }
+    }
+    return {};
+}
+
+const char* fixtureName(Fixture fixture)
+{
+    switch (fixture) {
+    case Fixture::Cards:
+        break;
+    case Fixture::GiftCatalogue:
+        return "-gifts";
+    case Fixture::MemberSettings:
+        return "-settings";
+    }
+    return "";
+}
+
+const Template& templateFor(long cards, Fixture fixture)
+{
+    static std::map<std::pair<long, Fixture>, Template> made;
+    auto found = made.find({cards, fixture});
     if (found != made.end()) return found->second;
 
     Template t;
-    t.path = tempFile(std::to_string(cards));
+    t.path = tempFile(std::to_string(cards) + fixtureName(fixture));
     files().paths.push_back(t.path);
     removeDatabase(t.path);
+    if (fixture != Fixture::Cards) {
+        // The cards' template with the fixture added.
+        const Template& cardsOnly = templateFor(cards, Fixture::Cards);
+        fs::copy_file(cardsOnly.path, t.path);
+        {
+            auto db = Database::open(t.path.string());
+            db->executeNative(fixtureSql(fixture, cards));
+        }
+        t.cards = cardsOnly.cards;
+        return made.emplace(std::pair{cards, fixture}, std::move(t)).first->second;
+    }
     {
         auto db = Database::open(t.path.string(), Database::OpenMode::Create);
         ormex::db::applySchema(*db);
@@ -239,13 +342,37 @@ const Template& templateFor(long cards)
     if (t.cards.size() != static_cast<std::size_t>(cards))
         throw std::runtime_error("the template holds " + std::to_string(t.cards.size()) + " cards, not " +
                                  std::to_string(cards));
-    return made.emplace(cards, std::move(t)).first->second;
+    return made.emplace(std::pair{cards, fixture}, std::move(t)).first->second;
 }
 
 // ---------------------------------------------------------------------------------------------
 // The shapes: the executor's batch from the screens' builders, and the floor's native equivalent.
 
-enum class Shape { Reward, Deduction, Clearing, Exchange, Recharge, Conversion };
+enum class Shape {
+    Reward,
+    Deduction,
+    Clearing,
+    Exchange,
+    Recharge,
+    Conversion,
+    GiftCatalogue,
+    SingleRecharge,
+    CardOperation,
+    Settings
+};
+
+// The shapes the screens send one card (or one save) at a time: N batches, N transactions.
+bool oneBatchPerCard(Shape shape)
+{
+    return shape == Shape::SingleRecharge || shape == Shape::CardOperation || shape == Shape::Settings;
+}
+
+Fixture fixtureOf(Shape shape)
+{
+    return shape == Shape::GiftCatalogue ? Fixture::GiftCatalogue
+           : shape == Shape::Settings    ? Fixture::MemberSettings
+                                         : Fixture::Cards;
+}
 
 constexpr double kRewardPoints = 10;
 constexpr double kDeductionPoints = 5;
@@ -256,12 +383,120 @@ constexpr double kConversionAmount = 10;
 constexpr const char* kRechargeMemo = "充值";
 constexpr const char* kClearAddress = "127.0.0.1";
 constexpr const char* kClearMachine = "bench-host";
+constexpr const char* kGiftBegin = "2026-11-23";
+constexpr const char* kGiftEnd = "2026-12-23";
+// The status a report of loss gives a card.
+constexpr const char* kLostStatus = "2";
 
-std::string buildBatch(Shape shape, const std::vector<Card>& cards)
+// Gift row `i` (1..N) of the catalogue as saved: the row the template's catalogue holds for the
+// same goods, its points raised by 10 and its dates renewed.
+struct GiftRow
+{
+    long long item = 0;
+    std::string cardType; // as the grid holds it: "" for all card types
+    long long pieces = 0;
+    double points = 0;
+};
+
+GiftRow giftRow(long i)
+{
+    return {i, i % 4 == 0 ? "03" : "", 1 + i % 3, static_cast<double>(110 + i % 50)};
+}
+
+// The grid row of a gift as the screen's save package holds it: the columns marked "S" in the
+// order of the catalogue grid, number cells as numbers and every other cell as its text.
+ormex::platform::FieldMap giftPackageRow(const GiftRow& g)
+{
+    return {{"FItemNum", std::to_string(g.pieces)},
+            {"FVipNum", g.points},
+            {"FBeginDate", kGiftBegin},
+            {"FEndDate", kGiftEnd},
+            {"FBranchID", std::to_string(kGiftWarehouseId)},
+            {"FBranchNo", kGiftWarehouseNo},
+            {"FItemID", std::to_string(g.item)},
+            {"FCardType", g.cardType}};
+}
+
+// The values of settings save `n`: what is stored, with the daily limit, the limit amount and
+// the cover-card flag changed from one save to the next.
+ormex::platform::FieldMap settingsSave(long n)
+{
+    ormex::platform::FieldMap values;
+    for (const auto& [key, stored] : kStoredSettings)
+        values.set(key, stored);
+    values.set("DailyAmtLimit", std::to_string(2000 + 100 * (n % 10)));
+    values.set("LimitAmount", std::to_string(500 + n % 10));
+    values.set("CoverCardNum", std::to_string(n % 2));
+    return values;
+}
+
+// The update of one card that the host's card object runs for a status operation of the card
+// screen (CardMaintain::updateMCInfo on the change {FCardId, FCardStatus}): the card status
+// written as text, nothing else in the batch. The host's object is not part of this program, so
+// the text is made here the way it makes it. Report loss is the operation measured; restore and
+// void differ only in the status, extend and set password in the column.
+std::string cardStatusBatch(const std::string& card, const char* status)
+{
+    return "update T_Pos_VipRecord set FCardStatus='" + std::string(status) + "' where FCardId='" + card +
+           "'";
+}
+
+storedvalue::Recharge recharge(const Card& c)
+{
+    storedvalue::Recharge r;
+    r.card = c.id;
+    r.amount = kRechargeAmount;
+    r.paid = kRechargeAmount;
+    r.oldBalance = c.balance;
+    r.newBalance = c.balance + kRechargeAmount;
+    r.listedBalance = r.newBalance;
+    r.memo = kRechargeMemo;
+    r.operDate = kOperDate;
+    return r;
+}
+
+// The batches of a shape: one for the shapes the screens send for all cards at once, N for the
+// single-card shapes.
+std::vector<std::string> buildBatches(Shape shape, const std::vector<Card>& cards)
 {
     const points::PointsSession ps{"1", kBranchNo, kUserId};
     const storedvalue::StoredValueSession ss{kUserId, "1", kBranchNo};
     const points::ExchangedGift gift{"1", kBranchNo, "1", "1", "5", "0"};
+    std::vector<std::string> batches;
+    if (shape == Shape::GiftCatalogue) {
+        // The save after the whole catalogue was loaded: the emptying, then every row of the
+        // package (the package of the catalogue grid names the table and its key).
+        frame::SavePackage package;
+        package.setTable("T_Pos_VipGift", {"FItemId", "FCardType", "FBranchID"});
+        for (long i = 1; i <= static_cast<long>(cards.size()); ++i)
+            package.addRow(giftPackageRow(giftRow(i)));
+        std::string batch;
+        for (const auto& row : package.rows())
+            batch += points::GiftRowStatements(package, row);
+        batches.push_back(points::GiftCatalogueEmptying({points::CatalogueScope::Kind::Whole, {}}) + batch);
+        return batches;
+    }
+    if (oneBatchPerCard(shape)) {
+        batches.reserve(cards.size());
+        long n = 0;
+        for (const Card& c : cards) {
+            ++n;
+            switch (shape) {
+            case Shape::SingleRecharge:
+                batches.push_back(storedvalue::RechargeStatements(ss, recharge(c)));
+                break;
+            case Shape::CardOperation:
+                batches.push_back(cardStatusBatch(c.id, kLostStatus));
+                break;
+            case Shape::Settings:
+                batches.push_back(settings::buildSettingsSaveBatch(settingsSave(n)));
+                break;
+            default:
+                break;
+            }
+        }
+        return batches;
+    }
     std::string batch;
     int n = 0;
     for (const Card& c : cards) {
@@ -281,19 +516,9 @@ std::string buildBatch(Shape shape, const std::vector<Card>& cards)
         case Shape::Exchange:
             batch += points::ExchangeGroup(ps, n, c.id, gift, kGiftPoints);
             break;
-        case Shape::Recharge: {
-            storedvalue::Recharge r;
-            r.card = c.id;
-            r.amount = kRechargeAmount;
-            r.paid = kRechargeAmount;
-            r.oldBalance = c.balance;
-            r.newBalance = c.balance + kRechargeAmount;
-            r.listedBalance = r.newBalance;
-            r.memo = kRechargeMemo;
-            r.operDate = kOperDate;
-            batch += storedvalue::RechargeStatements(ss, r);
+        case Shape::Recharge:
+            batch += storedvalue::RechargeStatements(ss, recharge(c));
             break;
-        }
         case Shape::Conversion: {
             storedvalue::Conversion v;
             v.card = c.id;
@@ -306,26 +531,50 @@ std::string buildBatch(Shape shape, const std::vector<Card>& cards)
             batch += storedvalue::ConversionStatements(ss, n, v);
             break;
         }
+        default:
+            break;
         }
     }
     if (shape == Shape::Clearing) batch += points::PointClearRecord(kClearAddress, kClearMachine, kUserId);
-    return batch;
+    batches.push_back(std::move(batch));
+    return batches;
 }
 
 // What the floor needs besides the card list, prepared before the clock starts as the batch text
-// is: the encoded new balances of the stored-value shapes and the number texts of the money list.
+// is: the encoded new balances of the stored-value shapes and the number texts of the money list,
+// the gift rows of the catalogue, the values of every settings save.
 struct FloorInput
 {
-    std::vector<std::string> encoded; // the card's new FResidualAmt
-    std::vector<std::string> listed;  // T_Pos_AddMoneyList.FResidualAmt
+    std::vector<std::string> encoded;       // the card's new FResidualAmt
+    std::vector<std::string> listed;        // T_Pos_AddMoneyList.FResidualAmt
+    std::vector<GiftRow> gifts;             // T_Pos_VipGift rows, FCardType as written ("All" for "")
+    std::vector<std::string> settingValues; // save n, key k (the screen's order) at n * keys + k
 };
 
 FloorInput floorInput(Shape shape, const std::vector<Card>& cards)
 {
     FloorInput in;
-    const double plus = shape == Shape::Recharge     ? kRechargeAmount
-                        : shape == Shape::Conversion ? kConversionAmount
-                                                     : 0;
+    if (shape == Shape::GiftCatalogue) {
+        in.gifts.reserve(cards.size());
+        for (long i = 1; i <= static_cast<long>(cards.size()); ++i) {
+            GiftRow g = giftRow(i);
+            if (g.cardType.empty()) g.cardType = "All";
+            in.gifts.push_back(std::move(g));
+        }
+        return in;
+    }
+    if (shape == Shape::Settings) {
+        in.settingValues.reserve(cards.size() * settings::kMemberSettings.size());
+        for (long n = 1; n <= static_cast<long>(cards.size()); ++n) {
+            const ormex::platform::FieldMap values = settingsSave(n);
+            for (const settings::MemberSetting& setting : settings::kMemberSettings)
+                in.settingValues.push_back(values.text(setting.key));
+        }
+        return in;
+    }
+    const double plus = shape == Shape::Recharge || shape == Shape::SingleRecharge ? kRechargeAmount
+                        : shape == Shape::Conversion                               ? kConversionAmount
+                                                                                   : 0;
     if (plus == 0) return in;
     in.encoded.reserve(cards.size());
     in.listed.reserve(cards.size());
@@ -485,7 +734,21 @@ void floorExchange(sqlite3* db, const std::vector<Card>& cards, const std::strin
 // does not ask.
 constexpr const char* kBalanceSql = "UPDATE T_Pos_VipRecord SET FResidualAmt = ?2 WHERE FCardId = ?1";
 
-void floorRecharge(sqlite3* db, const std::vector<Card>& cards, const FloorInput& in)
+// Runs `work` in a transaction of its own.
+template <typename Work> void inTransaction(sqlite3* db, Work&& work)
+{
+    exec(db, "BEGIN IMMEDIATE");
+    try {
+        work();
+        exec(db, "COMMIT");
+    } catch (...) {
+        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
+    }
+}
+
+// The recharge of every card, in the caller's transaction or, card by card, each in its own.
+void floorRecharge(sqlite3* db, const std::vector<Card>& cards, const FloorInput& in, bool eachCommitted)
 {
     Statement balance(db, kBalanceSql);
     Statement money(
@@ -494,13 +757,19 @@ void floorRecharge(sqlite3* db, const std::vector<Card>& cards, const FloorInput
             " VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, 0, '1')");
     for (std::size_t i = 0; i < cards.size(); ++i) {
         const Card& c = cards[i];
-        balance.text(1, c.id).text(2, in.encoded[i]).run();
-        money.text(1, c.id)
-            .integer(2, static_cast<long long>(kRechargeAmount))
-            .integer(3, kUser)
-            .text(4, kOperDate);
-        money.real(5, c.balance).integer(6, kBranchId).text(7, kBranchNo).text(8, kRechargeMemo);
-        money.real(9, kRechargeAmount).text(10, in.listed[i]).run();
+        const auto one = [&] {
+            balance.text(1, c.id).text(2, in.encoded[i]).run();
+            money.text(1, c.id)
+                .integer(2, static_cast<long long>(kRechargeAmount))
+                .integer(3, kUser)
+                .text(4, kOperDate);
+            money.real(5, c.balance).integer(6, kBranchId).text(7, kBranchNo).text(8, kRechargeMemo);
+            money.real(9, kRechargeAmount).text(10, in.listed[i]).run();
+        };
+        if (eachCommitted)
+            inTransaction(db, one);
+        else
+            one();
     }
 }
 
@@ -547,10 +816,57 @@ void floorConversion(sqlite3* db, const std::vector<Card>& cards, const FloorInp
     }
 }
 
+// The emptying and the rows. The batch deletes each row's key before inserting it; after the
+// emptying those deletes find nothing, so the floor has no need of them.
+void floorGiftCatalogue(sqlite3* db, const FloorInput& in)
+{
+    exec(db, "DELETE FROM T_Pos_VipGift");
+    Statement insert(db, "INSERT INTO T_Pos_VipGift (FItemNum, FVipNum, FBeginDate, FEndDate, FBranchID,"
+                         " FBranchNo, FItemId, FCardType) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)");
+    for (const GiftRow& g : in.gifts) {
+        insert.integer(1, g.pieces).real(2, g.points).text(3, kGiftBegin).text(4, kGiftEnd);
+        insert.integer(5, kGiftWarehouseId).text(6, kGiftWarehouseNo).integer(7, g.item).text(8, g.cardType);
+        insert.run();
+    }
+}
+
+// The status update of every card, each in its own transaction.
+void floorCardOperations(sqlite3* db, const std::vector<Card>& cards)
+{
+    Statement update(db, "UPDATE T_Pos_VipRecord SET FCardStatus = ?2 WHERE FCardId = ?1");
+    for (const Card& c : cards)
+        inTransaction(db, [&] { update.text(1, c.id).text(2, kLostStatus).run(); });
+}
+
+// Every settings save, each in its own transaction.
+void floorSettings(sqlite3* db, const FloorInput& in)
+{
+    Statement update(db, "UPDATE t_SystemProfile SET FValue = ?1 WHERE FCategory = 'VIP' AND FKey = ?2");
+    const std::size_t keys = settings::kMemberSettings.size();
+    for (std::size_t at = 0; at < in.settingValues.size(); at += keys) {
+        inTransaction(db, [&] {
+            for (std::size_t k = 0; k < keys; ++k)
+                update.text(1, in.settingValues[at + k]).text(2, settings::kMemberSettings[k].key).run();
+        });
+    }
+}
+
 void runFloor(Shape shape, sqlite3* db, const std::vector<Card>& cards, const FloorInput& in)
 {
-    exec(db, "BEGIN IMMEDIATE");
-    try {
+    switch (shape) {
+    case Shape::SingleRecharge:
+        floorRecharge(db, cards, in, true);
+        return;
+    case Shape::CardOperation:
+        floorCardOperations(db, cards);
+        return;
+    case Shape::Settings:
+        floorSettings(db, in);
+        return;
+    default:
+        break;
+    }
+    inTransaction(db, [&] {
         // getdate() of the batch: one date-time for the whole run.
         const std::string now = ormex::platform::now().toString();
         switch (shape) {
@@ -567,17 +883,18 @@ void runFloor(Shape shape, sqlite3* db, const std::vector<Card>& cards, const Fl
             floorExchange(db, cards, now);
             break;
         case Shape::Recharge:
-            floorRecharge(db, cards, in);
+            floorRecharge(db, cards, in, false);
             break;
         case Shape::Conversion:
             floorConversion(db, cards, in);
             break;
+        case Shape::GiftCatalogue:
+            floorGiftCatalogue(db, in);
+            break;
+        default:
+            break;
         }
-        exec(db, "COMMIT");
-    } catch (...) {
-        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
-        throw;
-    }
+    });
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -585,8 +902,8 @@ void runFloor(Shape shape, sqlite3* db, const std::vector<Card>& cards, const Fl
 
 // Totals of every table the shapes change, one line per table.
 constexpr const char* kTotals[] = {
-    "SELECT 'T_Pos_VipRecord', count(*), total(FAccNum), total(FDecNum), total(length(FResidualAmt)) "
-    "FROM {}.T_Pos_VipRecord",
+    "SELECT 'T_Pos_VipRecord', count(*), total(FAccNum), total(FDecNum), total(length(FResidualAmt)), "
+    "total(FCardStatus) FROM {}.T_Pos_VipRecord",
     "SELECT 'T_Pos_VipGiftList', count(*), total(FVipNum), total(FVipPlusAmt), total(FItemNum) "
     "FROM {}.T_Pos_VipGiftList",
     "SELECT 'T_Pos_VipConsume', count(*), total(FVipCurAccNum), total(FVipAccNum), total(FVipMinusTotalNum) "
@@ -594,6 +911,9 @@ constexpr const char* kTotals[] = {
     "SELECT 'T_Pos_AddMoneyList', count(*), total(FOldAmt), total(FPlusAmt), total(FPlusRealAmt) "
     "FROM {}.T_Pos_AddMoneyList",
     "SELECT 'T_Pos_VipPointClear', count(*) FROM {}.T_Pos_VipPointClear",
+    "SELECT 'T_Pos_VipGift', count(*), total(FItemId), total(FItemNum), total(FVipNum), "
+    "total(length(FCardType)), total(length(FBeginDate) + length(FEndDate)) FROM {}.T_Pos_VipGift",
+    "SELECT 't_SystemProfile', count(*), total(FValue), total(length(FValue)) FROM {}.t_SystemProfile",
 };
 
 // The columns compared row by row: every column, the storage class where the column has no type,
@@ -606,6 +926,8 @@ constexpr const char* kRows[][2] = {
     {"T_Pos_VipConsume", "*, typeof(FComFlag)"},
     {"T_Pos_AddMoneyList", "*, typeof(FPlusAmt), typeof(FResidualAmt)"},
     {"T_Pos_VipPointClear", "FID, hostip, hostname, fuserid, FClearDesc, memo"},
+    {"T_Pos_VipGift", "*, typeof(FItemId), typeof(FBranchID), typeof(FItemNum), typeof(FVipNum)"},
+    {"t_SystemProfile", "*"},
 };
 
 std::string withSchema(std::string sql, const std::string& schema)
@@ -697,21 +1019,21 @@ double seconds(SteadyClock::duration d)
     return std::chrono::duration<double>(d).count();
 }
 
-// The batch of the last shape and size asked for: benchmark calls a function several times while
-// it settles the number of iterations, and a batch over 100,000 cards takes a while to build.
-const std::string& batchFor(Shape shape, long cards, const Template& t)
+// The batches of the last shape and size asked for: benchmark calls a function several times
+// while it settles the number of iterations, and a batch over 100,000 cards takes a while to build.
+const std::vector<std::string>& batchesFor(Shape shape, long cards, const Template& t)
 {
     static Shape lastShape{};
     static long lastCards = 0;
-    static std::string batch;
+    static std::vector<std::string> batches;
     if (lastCards != cards || lastShape != shape) {
-        batch.clear();
-        batch.shrink_to_fit();
-        batch = buildBatch(shape, t.cards);
+        batches.clear();
+        batches.shrink_to_fit();
+        batches = buildBatches(shape, t.cards);
         lastShape = shape;
         lastCards = cards;
     }
-    return batch;
+    return batches;
 }
 
 void runShape(benchmark::State& state, Shape shape)
@@ -719,12 +1041,15 @@ void runShape(benchmark::State& state, Shape shape)
     const long cards = static_cast<long>(state.range(0));
     const Template* t = nullptr;
     try {
-        t = &templateFor(cards);
+        t = &templateFor(cards, fixtureOf(shape));
     } catch (const std::exception& error) {
         state.SkipWithError(error.what());
         return;
     }
-    const std::string& batch = batchFor(shape, cards, *t);
+    const std::vector<std::string>& batches = batchesFor(shape, cards, *t);
+    std::size_t batchBytes = 0;
+    for (const std::string& batch : batches)
+        batchBytes += batch.size();
     const FloorInput in = floorInput(shape, t->cards);
     const fs::path executed = tempFile(std::to_string(cards) + "-exec");
     const fs::path floor = tempFile(std::to_string(cards) + "-floor");
@@ -755,7 +1080,8 @@ void runShape(benchmark::State& state, Shape shape)
             const double before = statusBytes("VmRSS");
             state.ResumeTiming();
             const auto start = SteadyClock::now();
-            db->execute(batch);
+            for (const std::string& batch : batches)
+                db->execute(batch);
             const double execSeconds = seconds(SteadyClock::now() - start);
             state.PauseTiming();
             peak = std::max(peak, statusBytes("VmHWM") - before);
@@ -786,7 +1112,7 @@ void runShape(benchmark::State& state, Shape shape)
     state.counters["ratio"] = floorTotal > 0 ? execTotal / floorTotal : 0;
     state.counters["per_card_us"] = execTotal * 1e6 / static_cast<double>(runs) / n;
     state.counters["floor_per_card_us"] = floorTotal * 1e6 / static_cast<double>(runs) / n;
-    state.counters["batch_mb"] = static_cast<double>(batch.size()) / kMiB;
+    state.counters["batch_mb"] = static_cast<double>(batchBytes) / kMiB;
     state.counters["peak_extra_mb"] = peak / kMiB;
 }
 
@@ -816,6 +1142,26 @@ static void PointsToStoredValue(benchmark::State& state)
 {
     runShape(state, Shape::Conversion);
 }
+// The gift settings saved after the whole catalogue of N gifts was loaded.
+static void GiftCatalogue(benchmark::State& state)
+{
+    runShape(state, Shape::GiftCatalogue);
+}
+// The recharge of the stored-value screen's single-card tab, N times.
+static void SingleRecharge(benchmark::State& state)
+{
+    runShape(state, Shape::SingleRecharge);
+}
+// A report of loss on the card screen, for N cards one after the other.
+static void CardOperations(benchmark::State& state)
+{
+    runShape(state, Shape::CardOperation);
+}
+// The member settings saved N times.
+static void SettingsBatch(benchmark::State& state)
+{
+    runShape(state, Shape::Settings);
+}
 
 // The reported time is the executor's alone (the copies, the floor and the comparison run with
 // the clock paused). No MinTime or Iterations here: either would add a suffix to the names, and
@@ -828,3 +1174,10 @@ ORMEX_SHAPE_BENCHMARK(PointsClearing);
 ORMEX_SHAPE_BENCHMARK(GiftExchange);
 ORMEX_SHAPE_BENCHMARK(BatchRecharge);
 ORMEX_SHAPE_BENCHMARK(PointsToStoredValue);
+ORMEX_SHAPE_BENCHMARK(GiftCatalogue);
+// One batch and one commit per card: 100,000 commits would take too long for what they add.
+#define ORMEX_SINGLE_CARD_BENCHMARK(name)                                                                    \
+    BENCHMARK(name)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)
+ORMEX_SINGLE_CARD_BENCHMARK(SingleRecharge);
+ORMEX_SINGLE_CARD_BENCHMARK(CardOperations);
+ORMEX_SINGLE_CARD_BENCHMARK(SettingsBatch);

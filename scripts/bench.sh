@@ -2,8 +2,9 @@
 # Builds, then runs the batch-shape and card-search benchmarks (the T-SQL executor next to native
 # SQLite) and prints a summary table. The results stay in <build>/bench-results/*.json.
 #
-#   scripts/bench.sh           every size: 1,000 to 100,000 cards per batch, 10,000 and 1,000,000
-#                              cards for the searches (a few minutes)
+#   scripts/bench.sh           every size: 1,000 to 100,000 cards per batch (1,000 and 10,000 for
+#                              the single-card batches), 10,000 and 1,000,000 cards for the
+#                              searches (a few minutes)
 #   scripts/bench.sh --smoke   the smallest sizes only, one short run each (CI)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -85,7 +86,8 @@ batch = [
     for b in runs(sys.argv[1])
 ]
 table(
-    "Batches: T-SQL executor vs native SQLite floor (same row changes, one transaction)",
+    "Batches: T-SQL executor vs native SQLite floor (same row changes, one transaction per batch;"
+    " the single-card shapes send one batch per card)",
     ["shape", "cards", "executor ms", "floor ms", "ratio", "us/card", "floor us/card", "batch MB", "peak extra MB"],
     batch,
 )
