@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "DatabaseFiles.h"
 #include "db/Database.h"
 #include "db/LargeData.h"
 #include "db/Schema.h"
@@ -31,17 +32,10 @@
 namespace {
 
 namespace fs = std::filesystem;
+using ormex::bench::removeDatabase;
 using ormex::db::Database;
 using ormex::platform::Value;
 using SteadyClock = std::chrono::steady_clock;
-
-void removeDatabase(const fs::path& path)
-{
-    std::error_code ignored;
-    fs::remove(path, ignored);
-    fs::remove(path.string() + "-wal", ignored);
-    fs::remove(path.string() + "-shm", ignored);
-}
 
 // The databases of this process, removed when it ends.
 struct Files
