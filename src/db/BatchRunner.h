@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "BatchProgram.h"
@@ -29,11 +31,21 @@ public:
 
 private:
     void compile(const BatchProgram& program);
+    void keepAnswers(const BatchProgram& program);
+    // A condition's or a value query's answer, remembered where it cannot change in the batch.
+    platform::Value ask(const BatchProgram& program, const Step& step);
     // Runs a step's shape with its arguments bound; the first value of its first row, if asked.
     platform::Value run(const BatchProgram& program, const Step& step, bool wantValue);
 
     sqlite3* m_db;
     StatementCache& m_cache;
+    // A condition or value query that reads only tables the batch does not write, and calls no
+    // clock-like function, gives the same answer for the same arguments throughout the batch:
+    // its transaction holds the write lock, so nobody else writes meanwhile. Such answers are
+    // kept by the query's arguments.
+    std::vector<bool> m_answersKept;                                         // by shape
+    std::vector<std::unordered_map<std::string, platform::Value>> m_answers; // by shape
+    std::string m_key;                                        // the arguments of the query being asked
     std::vector<std::shared_ptr<SqliteStatement>> m_compiled; // by shape; null past kKeptCompiled
     std::vector<platform::Value> m_variables;                 // by slot
 };

@@ -22,8 +22,8 @@ struct Argument
     enum class Kind : std::uint8_t { Text, Number, Variable };
     Argument() = default;
     // `length` is below 2^30: batches are shorter than that.
-    Argument(Kind kind, std::uint32_t at, std::uint32_t length)
-        : at(at), m_lengthAndKind(length << 2 | static_cast<std::uint32_t>(kind))
+    Argument(Kind kind, std::uint32_t offsetOrSlot, std::uint32_t length)
+        : at(offsetOrSlot), m_lengthAndKind(length << 2 | static_cast<std::uint32_t>(kind))
     {
     }
     Kind kind() const { return static_cast<Kind>(m_lengthAndKind & 3u); }

@@ -17,7 +17,12 @@ bool isSyntaxError(const std::string& reason)
 
 SqliteStatement::SqliteStatement(sqlite3* db, const std::string& sql) : m_db(db)
 {
-    if (sqlite3_prepare_v2(db, sql.c_str(), static_cast<int>(sql.size()), &m_stmt, nullptr) != SQLITE_OK) {
+    int rc = SQLITE_OK;
+    {
+        FootprintRecorder recorder(db, m_footprint);
+        rc = sqlite3_prepare_v2(db, sql.c_str(), static_cast<int>(sql.size()), &m_stmt, nullptr);
+    }
+    if (rc != SQLITE_OK) {
         std::string reason = sqlite3_errmsg(db);
         sqlite3_finalize(m_stmt);
         m_stmt = nullptr;

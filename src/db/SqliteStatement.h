@@ -3,6 +3,7 @@
 #include <string>
 
 #include "DbError.h"
+#include "StatementFootprint.h"
 #include "platform/Value.h"
 
 struct sqlite3;
@@ -28,6 +29,8 @@ public:
     SqliteStatement& operator=(const SqliteStatement&) = delete;
 
     sqlite3_stmt* handle() const { return m_stmt; }
+    // The tables it reads and writes and whether it calls a clock-like function.
+    const StatementFootprint& footprint() const { return m_footprint; }
     void bind(int index, const platform::Value& value);
     // Makes the statement ready to run again; bound values stay until bound anew.
     void reset();
@@ -42,6 +45,7 @@ public:
 private:
     sqlite3* m_db;
     sqlite3_stmt* m_stmt = nullptr;
+    StatementFootprint m_footprint;
 };
 
 } // namespace ormex::db

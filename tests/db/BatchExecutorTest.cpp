@@ -197,3 +197,22 @@ TEST_F(BatchExecutor, ALongBatchIsCheckedWholeBeforeItRuns)
     EXPECT_EQ(t.rows("select count(*), min(FStatement), max(FStatement) from t_Log"),
               std::vector<std::string>{"750|2|1500"});
 }
+
+TEST_F(BatchExecutor, AConditionOnATableTheBatchWritesIsAskedAgainEachTime)
+{
+    // t_Log is written by the batch: each test sees the rows added before it.
+    t.db().execute("if (select count(*) from t_Log)=0 " + step(1) + "\r\nif (select count(*) from t_Log)=0 " +
+                   step(2) + "\r\nif (select count(*) from t_Log)=1 " + step(3));
+    EXPECT_EQ(steps(), (std::vector<std::string>{"1", "3"}));
+
+    // t_SystemProfile is not written: the same question with other arguments gets its own answer.
+    t.db().execute(
+        "declare @v int\r\nset @v=0\r\n"
+        "if (select FValue from t_SystemProfile where FKey='g_branch_no')='01' or @v=1 " +
+        step(4) + "\r\nif (select FValue from t_SystemProfile where FKey='g_branch_no')='02' or @v=1 " +
+        step(5) + "\r\nset @v=1\r\n" +
+        "if (select FValue from t_SystemProfile where FKey='g_branch_no')='02' or @v=1 " + step(6) +
+        "\r\nset @v=1.5\r\n" +
+        "if (select FValue from t_SystemProfile where FKey='g_branch_no')='02' or @v=1 " + step(7));
+    EXPECT_EQ(steps(), (std::vector<std::string>{"1", "3", "4", "6"}));
+}
