@@ -20,8 +20,16 @@ std::string textArg(sqlite3_value* value)
 
 void getdate(sqlite3_context* context, int, sqlite3_value**)
 {
-    const std::string now = platform::now().toString();
-    sqlite3_result_text(context, now.c_str(), static_cast<int>(now.size()), SQLITE_TRANSIENT);
+    // A batch over many cards asks for the time once per movement row: the text of the current
+    // second is written once. Connections are used by one thread at a time.
+    thread_local platform::DateTime shown{};
+    thread_local std::string text;
+    const platform::DateTime now = platform::now();
+    if (text.empty() || now != shown) {
+        shown = now;
+        text = now.toString();
+    }
+    sqlite3_result_text(context, text.c_str(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
 }
 
 void datediffDay(sqlite3_context* context, int, sqlite3_value** argv)
