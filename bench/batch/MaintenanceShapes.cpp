@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Shapes.h"
+#include "db/DemoData.h"
 #include "module/frame/SavePackage.h"
 #include "module/points/GiftCatalogueStatements.h"
 #include "module/settings/MemberSettingsKeys.h"
@@ -153,30 +154,8 @@ void floorCardOperations(sqlite3* db, const std::vector<Card>& cards, const std:
 // ---------------------------------------------------------------------------------------------
 // The member settings saved N times.
 
-// The member settings as stored, in the screen's order (the values of the demo database).
-constexpr std::pair<const char*, const char*> kStoredSettings[] = {
-    {"MCType", "0"},
-    {"SVCType", "1"},
-    {"CardNumProfix", ";"},
-    {"CardNumSuffix", "?"},
-    {"GoodsPointWork", "1"},
-    {"CoverCardNum", "0"},
-    {"PrintCardNum", "1"},
-    {"UptMemMsgDirect", "1"},
-    {"PrintMemName", "1"},
-    {"BranchShareMem", "1"},
-    {"ManPointRuleIndep", "0"},
-    {"SetVipGiftAtZb", "1"},
-    {"SVCardShareType", "1"},
-    {"LeaveAmount", "0"},
-    {"DailyAmtLimit", "2000"},
-    {"MaxFillAmount", "5000"},
-    {"MothlyAmtLimit", "20000"},
-    {"AllowFillPlusAmt", "0"},
-    {"PrintCardShowNum", "1"},
-    {"InputPSWOverLim", "1"},
-    {"LimitAmount", "500"},
-};
+// The member settings as stored: those of the demo database.
+constexpr const auto& kStoredSettings = ormex::db::kDemoMemberSettings;
 static_assert(std::size(kStoredSettings) == settings::kMemberSettings.size());
 
 std::string storedSettingsSql(long)

@@ -69,33 +69,11 @@ const std::array<CardType, 5> kCardTypes = {{{"01", "普通会员卡", 0, 1},
 void seedSettings(Database& db, DemoRole role)
 {
     const bool branch = role == DemoRole::Branch;
-    const std::vector<std::pair<const char*, const char*>> vip = {
-        {"MCType", "0"},
-        {"SVCType", "1"},
-        {"CardNumProfix", ";"},
-        {"CardNumSuffix", "?"},
-        {"GoodsPointWork", "1"},
-        {"CoverCardNum", "0"},
-        {"PrintCardNum", "1"},
-        {"UptMemMsgDirect", "1"},
-        {"PrintMemName", "1"},
-        {"BranchShareMem", "1"},
-        {"ManPointRuleIndep", "0"},
-        {"SetVipGiftAtZb", "1"},
-        {"SVCardShareType", "1"},
-        {"LeaveAmount", "0"},
-        {"DailyAmtLimit", "2000"},
-        {"MaxFillAmount", "5000"},
-        {"MothlyAmtLimit", "20000"},
-        {"AllowFillPlusAmt", "0"},
-        {"PrintCardShowNum", "1"},
-        {"InputPSWOverLim", "1"},
-        {"LimitAmount", "500"},
-        {"PosSavingServerDb", "(local)/HQ/sa/ormex"},
-    };
-    for (const auto& [key, value] : vip)
+    for (const auto& [key, value] : kDemoMemberSettings)
         insert(db, "insert into t_SystemProfile (FCategory, FKey, FValue) values ('VIP', ?, ?)",
                {key, value});
+    insert(db, "insert into t_SystemProfile (FCategory, FKey, FValue) values ('VIP', ?, ?)",
+           {"PosSavingServerDb", "(local)/HQ/sa/ormex"});
     insert(db, "insert into t_SystemProfile (FCategory, FKey, FValue) values ('ic', 'g_branch_no', ?)",
            {branch ? kDemoBranchNum : kDemoHeadquartersNum});
     insert(db, "insert into t_SystemProfile (FCategory, FKey, FValue) values ('ic', 'is_branch', ?)",

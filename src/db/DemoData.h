@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "Database.h"
 
 // The demo data that makes every screen meaningful on first start: card types and point tiers,
@@ -15,6 +17,31 @@ inline constexpr const char* kDemoBranchNum = "01";
 inline constexpr int kDemoBranchId = 2;
 inline constexpr const char* kDemoHeadquartersNum = "00";
 inline constexpr int kDemoHeadquartersId = 1;
+
+// The member settings of the demo databases, in the settings screen's order.
+inline constexpr std::pair<const char*, const char*> kDemoMemberSettings[] = {
+    {"MCType", "0"},
+    {"SVCType", "1"},
+    {"CardNumProfix", ";"},
+    {"CardNumSuffix", "?"},
+    {"GoodsPointWork", "1"},
+    {"CoverCardNum", "0"},
+    {"PrintCardNum", "1"},
+    {"UptMemMsgDirect", "1"},
+    {"PrintMemName", "1"},
+    {"BranchShareMem", "1"},
+    {"ManPointRuleIndep", "0"},
+    {"SetVipGiftAtZb", "1"},
+    {"SVCardShareType", "1"},
+    {"LeaveAmount", "0"},
+    {"DailyAmtLimit", "2000"},
+    {"MaxFillAmount", "5000"},
+    {"MothlyAmtLimit", "20000"},
+    {"AllowFillPlusAmt", "0"},
+    {"PrintCardShowNum", "1"},
+    {"InputPSWOverLim", "1"},
+    {"LimitAmount", "500"},
+};
 
 // Seeds an empty database that has the schema, in one transaction. Throws DbError.
 void seedDemo(Database& db, DemoRole role);
