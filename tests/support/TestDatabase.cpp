@@ -54,6 +54,11 @@ platform::Value TestDatabase::scalar(const std::string& sql)
     return rs.atEnd() ? platform::Value() : rs.field(std::size_t{0});
 }
 
+platform::Value TestDatabase::decodedBalance(const std::string& card)
+{
+    return scalar("select dbo.f_decrypt(FResidualAmt) from T_Pos_VipRecord where FCardId='" + card + "'");
+}
+
 std::vector<std::string> TestDatabase::rows(const std::string& sql)
 {
     std::vector<std::string> out;

@@ -28,6 +28,8 @@ public:
     void exec(const std::string& sql);
     // The first value of a query's first row (null when there is none).
     platform::Value scalar(const std::string& sql);
+    // A card's stored-value balance as the screens read it: decoded from FResidualAmt.
+    platform::Value decodedBalance(const std::string& card);
     // Every row of a query, each value as text, fields joined by "|".
     std::vector<std::string> rows(const std::string& sql);
     // A snapshot of every row of every table, to compare before and after.

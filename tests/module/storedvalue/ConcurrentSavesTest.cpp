@@ -145,9 +145,7 @@ TEST(ConcurrentSaves, EightTillsOnTenCardsLoseNothing)
         const double sum =
             db.scalar("select isnull(sum(FPlusAmt),0) from T_Pos_AddMoneyList where FCardId='" + id + "'")
                 .toDouble();
-        const double balance =
-            db.scalar("select dbo.f_decrypt(FResidualAmt) from T_Pos_VipRecord where FCardId='" + id + "'")
-                .toDouble();
+        const double balance = db.decodedBalance(id).toDouble();
         EXPECT_EQ(platform::formatNumber(balance), platform::formatNumber(100 + sum)) << id;
         const double used =
             db.scalar("select FDecNum from T_Pos_VipRecord where FCardId='" + id + "'").toDouble();

@@ -93,9 +93,7 @@ public:
     void ok() { screen.findChild<QPushButton*>("cmdOk")->click(); }
     std::string balance(const std::string& card, TestDatabase* db = nullptr)
     {
-        return (db ? *db : host.branch())
-            .scalar("select dbo.f_decrypt(FResidualAmt) from T_Pos_VipRecord where FCardId='" + card + "'")
-            .toString();
+        return (db ? *db : host.branch()).decodedBalance(card).toString();
     }
     std::vector<std::string> moneyRows(TestDatabase* db = nullptr)
     {

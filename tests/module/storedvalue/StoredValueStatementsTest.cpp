@@ -24,12 +24,7 @@ protected:
                " ('S1','0',300,100,1,'" +
                encodeBalance("50") + "'), ('S2','0',100,0,1,'" + encodeBalance("5") + "');");
     }
-    std::string balance(const std::string& card)
-    {
-        return t
-            .scalar("select dbo.f_decrypt(FResidualAmt) from T_Pos_VipRecord where FCardId='" + card + "'")
-            .toString();
-    }
+    std::string balance(const std::string& card) { return t.decodedBalance(card).toString(); }
 
     ScopedClock clock{2026, 11, 23, 9, 5, 7};
     TestDatabase t;
