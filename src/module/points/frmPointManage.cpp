@@ -80,11 +80,10 @@ void frmPointManage::buildUi()
     m_progress->setVisible(false);
     bottom->addWidget(m_progress, 1);
     bottom->addStretch();
-    m_cmdOk = widgets::CommandButton(this, "cmdOk", "确定(&O)");
-    m_cmdPrint = widgets::CommandButton(this, "cmdPrint", "打印(&P)");
-    m_cmdCancel = widgets::CommandButton(this, "cmdCancel", "取消(&C)");
-    for (QPushButton* b : {m_cmdOk, m_cmdPrint, m_cmdCancel})
-        bottom->addWidget(b);
+    const auto commands = widgets::AddOkPrintCancel(this, *bottom);
+    m_cmdOk = commands.ok;
+    m_cmdPrint = commands.print;
+    m_cmdCancel = commands.cancel;
     root->addLayout(bottom);
 
     connect(m_cmdOk, &QPushButton::clicked, this, &frmPointManage::onOk);

@@ -54,11 +54,10 @@ frmStoreCardManage::frmStoreCardManage(QWidget* parent) : frame::ModuleForm(pare
     root->addWidget(m_tabs, 1);
     auto* bottom = new QHBoxLayout;
     bottom->addStretch();
-    m_cmdOk = widgets::CommandButton(this, "cmdOk", "确定(&O)");
-    m_cmdPrint = widgets::CommandButton(this, "cmdPrint", "打印(&P)");
-    m_cmdCancel = widgets::CommandButton(this, "cmdCancel", "取消(&C)");
-    for (QPushButton* b : {m_cmdOk, m_cmdPrint, m_cmdCancel})
-        bottom->addWidget(b);
+    const auto commands = widgets::AddOkPrintCancel(this, *bottom);
+    m_cmdOk = commands.ok;
+    m_cmdPrint = commands.print;
+    m_cmdCancel = commands.cancel;
     root->addLayout(bottom);
     connect(m_cmdOk, &QPushButton::clicked, this, &frmStoreCardManage::onOk);
     connect(m_cmdPrint, &QPushButton::clicked, this, &frmStoreCardManage::onPrint);
