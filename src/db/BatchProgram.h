@@ -25,7 +25,6 @@ struct Step
     };
     // 24 bytes: a batch over every card holds millions of steps.
     Kind kind = Kind::Run;
-    bool returnsRows = false;        // a SELECT run as a statement
     std::uint16_t argumentCount = 0; // at most kMaxArguments
     std::uint32_t shape = 0;         // Run, SetQuery, IfNot
     std::uint32_t firstArgument = 0;

@@ -10,8 +10,6 @@
 #include "StatementCache.h"
 #include "platform/Value.h"
 
-struct sqlite3;
-
 // Runs a parsed batch on one connection: each distinct statement text compiled once (from the
 // connection's cache), each step binding its literals and variables, control flow here. Every
 // statement text is compiled before the first step runs, so text SQLite cannot read stops the
@@ -21,7 +19,7 @@ namespace ormex::db {
 class BatchRunner
 {
 public:
-    BatchRunner(sqlite3* db, StatementCache& cache) : m_db(db), m_cache(cache) {}
+    explicit BatchRunner(StatementCache& cache) : m_cache(cache) {}
     ~BatchRunner();
     BatchRunner(const BatchRunner&) = delete;
     BatchRunner& operator=(const BatchRunner&) = delete;
@@ -37,7 +35,6 @@ private:
     // Runs a step's shape with its arguments bound; the first value of its first row, if asked.
     platform::Value run(const BatchProgram& program, const Step& step, bool wantValue);
 
-    sqlite3* m_db;
     StatementCache& m_cache;
     // A condition or value query that reads only tables the batch does not write, and calls no
     // clock-like function, gives the same answer for the same arguments throughout the batch:

@@ -74,7 +74,7 @@ void Database::execute(std::string_view batch)
 {
     const BatchProgram program = parseBatch(batch, SqliteDialect::instance());
     Transaction transaction(*this);
-    BatchRunner(m_db, m_statements).run(program);
+    BatchRunner(m_statements).run(program);
     transaction.commit();
 }
 

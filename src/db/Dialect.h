@@ -37,6 +37,21 @@ private:
     std::uint32_t m_lengthAndKind = 0;
 };
 
+// The argument a literal token stands for, or a variable token with its slot.
+inline Argument argumentOf(const Token& t, std::uint32_t slot = 0)
+{
+    switch (t.kind) {
+    case Token::Kind::String:
+        return {Argument::Kind::Text, static_cast<std::uint32_t>(t.textOffset() + 1),
+                static_cast<std::uint32_t>(t.text.size() - 2)};
+    case Token::Kind::Number:
+        return {Argument::Kind::Number, static_cast<std::uint32_t>(t.textOffset()),
+                static_cast<std::uint32_t>(t.text.size())};
+    default:
+        return {Argument::Kind::Variable, slot, t.offset};
+    }
+}
+
 struct Translation
 {
     // The slot of a declared variable (with its '@', in any case), or -1 when it is not declared.

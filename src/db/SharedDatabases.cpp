@@ -92,10 +92,4 @@ Database& sharedDatabase(const std::string& path)
     return opened;
 }
 
-void closeSharedDatabases()
-{
-    registry().adoptAfterFork();
-    registry().connections.clear();
-}
-
 } // namespace ormex::db

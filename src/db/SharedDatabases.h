@@ -13,7 +13,4 @@ namespace ormex::db {
 // Throws OpenError as Database::open does (a missing file is never created).
 Database& sharedDatabase(const std::string& path);
 
-// Closes every shared connection of this process.
-void closeSharedDatabases();
-
 } // namespace ormex::db

@@ -129,17 +129,12 @@ private:
             const long slot = m_translation.slot ? m_translation.slot(t.text) : -1;
             if (slot < 0) fail(i, "must declare the variable " + std::string(t.text));
             if (!m_translation.arguments) return m_dialect.variableName(toLowerAscii(t.text));
-            return parameter(Argument{Argument::Kind::Variable, static_cast<std::uint32_t>(slot),
-                                      static_cast<std::uint32_t>(t.offset)});
+            return parameter(argumentOf(t, static_cast<std::uint32_t>(slot)));
         }
         case Token::Kind::String:
-            if (!m_translation.arguments || !m_translation.liftLiterals) return std::string(t.text);
-            return parameter(Argument{Argument::Kind::Text, static_cast<std::uint32_t>(t.textOffset() + 1),
-                                      static_cast<std::uint32_t>(t.text.size() - 2)});
         case Token::Kind::Number:
             if (!m_translation.arguments || !m_translation.liftLiterals) return std::string(t.text);
-            return parameter(Argument{Argument::Kind::Number, static_cast<std::uint32_t>(t.textOffset()),
-                                      static_cast<std::uint32_t>(t.text.size())});
+            return parameter(argumentOf(t));
         case Token::Kind::Symbol:
             if (t.isSymbol(";")) fail(i, "unexpected ';'");
             // The server joins texts with '+'; SQLite would add them as numbers. The system

@@ -20,7 +20,6 @@ public:
     // Throws SqliteStatement::SyntaxError or DbError when the text does not compile.
     std::shared_ptr<SqliteStatement> get(const std::string& sql);
     void clear() { m_statements.clear(); }
-    std::size_t size() const { return m_statements.size(); }
 
 private:
     sqlite3* m_db;

@@ -7,19 +7,7 @@ namespace {
 // Statements with other shapes than those remembered are translated without being remembered.
 constexpr std::size_t kMaxRemembered = 1024;
 
-// Where the argument of a literal or variable token points, as the dialect writes it.
-std::uint32_t argumentOffset(const Token& t)
-{
-    switch (t.kind) {
-    case Token::Kind::String:
-        return static_cast<std::uint32_t>(t.textOffset() + 1);
-    case Token::Kind::Number:
-        return static_cast<std::uint32_t>(t.textOffset());
-    default:
-        return static_cast<std::uint32_t>(t.offset);
-    }
-}
-
+// Where an argument points in the batch text: a literal's text, a variable's place.
 std::uint32_t argumentOffset(const Argument& a)
 {
     return a.kind() == Argument::Kind::Variable ? a.length() : a.at;
@@ -71,18 +59,10 @@ bool TranslationMemo::fill(const Entry& entry, const SlotOf& slotOf, std::vector
     arguments.clear();
     for (std::uint32_t value : entry.parameters) {
         const Token& t = *m_values[value];
-        if (t.kind == Token::Kind::Variable) {
-            const long slot = slotOf(t.text);
-            if (slot < 0) return false; // translating names the undeclared variable
-            arguments.push_back(
-                Argument{Argument::Kind::Variable, static_cast<std::uint32_t>(slot), argumentOffset(t)});
-        } else if (t.kind == Token::Kind::String) {
-            arguments.push_back(Argument{Argument::Kind::Text, argumentOffset(t),
-                                         static_cast<std::uint32_t>(t.text.size() - 2)});
-        } else {
-            arguments.push_back(Argument{Argument::Kind::Number, argumentOffset(t),
-                                         static_cast<std::uint32_t>(t.text.size())});
-        }
+        long slot = 0;
+        if (t.kind == Token::Kind::Variable && (slot = slotOf(t.text)) < 0)
+            return false; // translating names the undeclared variable
+        arguments.push_back(argumentOf(t, static_cast<std::uint32_t>(slot)));
     }
     return true;
 }
@@ -96,7 +76,7 @@ std::uint32_t* TranslationMemo::remember(const std::string& sql, const std::vect
     std::vector<bool> used(m_values.size(), false);
     for (const Argument& a : arguments) {
         std::uint32_t value = 0;
-        while (value < m_values.size() && argumentOffset(*m_values[value]) != argumentOffset(a))
+        while (value < m_values.size() && argumentOffset(argumentOf(*m_values[value])) != argumentOffset(a))
             ++value;
         if (value == m_values.size()) return nullptr; // a parameter not read from this statement's tokens
         entry.parameters.push_back(value);

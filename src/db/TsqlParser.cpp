@@ -35,7 +35,7 @@ class Parser
 public:
     // With a program, statements go into it with their parameters; without, literals stay text.
     Parser(std::string_view text, const Dialect& dialect, BatchProgram* program)
-        : m_text(text), m_lexer(text), m_dialect(dialect), m_program(program)
+        : m_lexer(text), m_dialect(dialect), m_program(program)
     {
         if (text.size() >= (std::size_t{1} << 30)) throw ParseError(1, "the batch is too long");
         if (m_program) m_program->text = text;
@@ -95,15 +95,19 @@ private:
         m_pos = 0;
     }
 
+    // The slot of a declared variable, or -1.
+    long slotOf(std::string_view name) const
+    {
+        const auto it = m_slots.find(name);
+        return it == m_slots.end() ? -1 : static_cast<long>(it->second);
+    }
+
     // Translates tokens [begin, end) of the current statement; its parameters collect in
     // m_arguments.
     std::string translate(std::size_t begin, std::size_t end, bool liftLiterals = true)
     {
         Translation translation;
-        translation.slot = [this](std::string_view name) -> long {
-            auto it = m_slots.find(name);
-            return it == m_slots.end() ? -1 : static_cast<long>(it->second);
-        };
+        translation.slot = [this](std::string_view name) { return slotOf(name); };
         translation.arguments = m_program ? &m_arguments : nullptr;
         translation.liftLiterals = liftLiterals && m_liftLiterals;
         return m_dialect.translate(m_tokens, begin, end, translation);
@@ -116,13 +120,10 @@ private:
     template <typename Build>
     std::string translated(char context, std::size_t begin, std::size_t end, Build build)
     {
-        const auto slotOf = [this](std::string_view name) -> long {
-            auto it = m_slots.find(name);
-            return it == m_slots.end() ? -1 : static_cast<long>(it->second);
-        };
         m_shapeOfText = nullptr;
         if (m_program) {
-            if (auto recalled = m_memo.recall(context, m_tokens, begin, end, slotOf, m_arguments)) {
+            const auto slot = [this](std::string_view name) { return slotOf(name); };
+            if (auto recalled = m_memo.recall(context, m_tokens, begin, end, slot, m_arguments)) {
                 m_shapeOfText = &recalled->shape;
                 // The program has the text already: the step needs only its number.
                 if (*m_shapeOfText != TranslationMemo::kNoShape) return {};
@@ -182,12 +183,11 @@ private:
 
     // Adds a step for the statement of tokens [begin, end) with its translation and parameters.
     std::size_t addStep(Step::Kind kind, std::size_t begin, std::size_t end, std::string sql,
-                        std::uint32_t target = 0, bool rows = false)
+                        std::uint32_t target = 0)
     {
         if (!m_program) return 0;
         Step step;
         step.kind = kind;
-        step.returnsRows = rows;
         step.target = target;
         std::tie(step.textAt, step.textLength) = source(begin, end);
         const std::size_t index = m_program->steps.size();
@@ -452,13 +452,12 @@ private:
         }
         if (t.isWord("select")) {
             skipClause(false, true);
-            addStep(Step::Kind::Run, begin, m_pos, selectText(begin, m_pos), 0, true);
+            addStep(Step::Kind::Run, begin, m_pos, selectText(begin, m_pos));
             return;
         }
         fail("not understood: " + describe(t));
     }
 
-    std::string_view m_text;
     Lexer m_lexer;
     std::vector<Token> m_tokens; // the statement being read and what was read ahead
     std::size_t m_pos = 0;
