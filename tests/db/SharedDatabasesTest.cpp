@@ -1,0 +1,39 @@
+// The connection kept per database file: reused while the file stands, opened afresh when the
+// file was replaced, and never creating a missing file.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "db/DbError.h"
+#include "db/SharedDatabases.h"
+#include "support/TestDatabase.h"
+
+using ormex::db::sharedDatabase;
+using ormex::test::TestDatabase;
+
+TEST(SharedDatabases, AReplacedFileIsOpenedAfreshAndAMissingOneIsNotCreated)
+{
+    TestDatabase first("cards.db");
+    first.exec("insert into T_Pos_VipRecord (FCardId) values ('OLD')");
+    const std::string path = first.path();
+    auto& kept = sharedDatabase(path);
+    EXPECT_EQ(&sharedDatabase(path), &kept);
+    EXPECT_EQ(kept.query("select count(*) as n from T_Pos_VipRecord").field("n").toInt(), 1);
+
+    // Another database moved into its place, as a restore does (both written through to their
+    // main files first).
+    TestDatabase second("replacement.db");
+    second.exec("insert into T_Pos_VipRecord (FCardId) values ('NEW1'), ('NEW2')");
+    for (TestDatabase* db : {&first, &second})
+        db->db().executeNative("PRAGMA wal_checkpoint(TRUNCATE)");
+    std::filesystem::rename(second.path(), path);
+    EXPECT_EQ(sharedDatabase(path)
+                  .query("select count(*) as n from T_Pos_VipRecord where FCardId like 'NEW%'")
+                  .field("n")
+                  .toInt(),
+              2);
+
+    std::filesystem::remove(path);
+    EXPECT_THROW(sharedDatabase(path), ormex::db::OpenError);
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
