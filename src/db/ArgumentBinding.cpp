@@ -63,6 +63,16 @@ void bindArgument(SqliteStatement& statement, int index, std::string_view text, 
         statement.bind(index, variables.at(argument.at));
         return;
     }
+    if (argument.kind() == Argument::Kind::Number) {
+        // Most literals of a batch are whole numbers (branch ids, quantities): bound straight away.
+        const std::string_view digits = text.substr(argument.at, argument.length());
+        long long value = 0;
+        const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+        if (error == std::errc() && end == digits.data() + digits.size()) {
+            sqlite3_bind_int64(statement.handle(), index, value);
+            return;
+        }
+    }
     statement.bind(index, argumentValue(text, argument, variables));
 }
 

@@ -1,6 +1,7 @@
 #include "TsqlParser.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <unordered_map>
 
@@ -22,11 +23,22 @@ constexpr std::string_view kStatementWords[] = {
 // one statement, and such a statement (a long IN list) is rarely repeated anyway.
 constexpr std::size_t kMaxLiftedLiterals = 500;
 
+// Which lower-case letters begin one of those keywords: most words of a statement are column
+// names, told apart by their first letter alone.
+constexpr std::array<bool, 256> kStatementInitials = [] {
+    std::array<bool, 256> initials{};
+    for (std::string_view word : kStatementWords)
+        initials[static_cast<unsigned char>(word[0])] = true;
+    return initials;
+}();
+
 bool isStatementWord(const Token& t)
 {
     if (t.kind != Token::Kind::Word || t.bracketed || t.text.size() > 8 || t.text.size() < 2) return false;
+    const char initial = static_cast<char>(t.text[0] | 0x20);
+    if (!kStatementInitials[static_cast<unsigned char>(initial)]) return false;
     for (std::string_view word : kStatementWords)
-        if (t.isWord(word)) return true;
+        if (word[0] == initial && t.isWord(word)) return true;
     return false;
 }
 
@@ -96,10 +108,16 @@ private:
     }
 
     // The slot of a declared variable, or -1.
-    long slotOf(std::string_view name) const
+    // A batch over many cards declares a variable per card and names it again in the next few
+    // statements: the variable last found is tried before the table.
+    long slotOf(std::string_view name)
     {
+        if (m_lastSlot >= 0 && platform::NoCaseEqual()(name, m_lastName)) return m_lastSlot;
         const auto it = m_slots.find(name);
-        return it == m_slots.end() ? -1 : static_cast<long>(it->second);
+        if (it == m_slots.end()) return -1;
+        m_lastName = it->first;
+        m_lastSlot = it->second;
+        return m_lastSlot;
     }
 
     // Translates tokens [begin, end) of the current statement; its parameters collect in
@@ -275,13 +293,33 @@ private:
         }
     }
 
-    // A table name, with an optional dbo. prefix; returns it as the engine writes it.
-    std::string tableName()
+    // True when tokens [begin, end) are a plain list of values: no clause (FROM, WHERE, …), no
+    // alias, nothing but expressions at the top level. Such a SELECT yields exactly one row.
+    bool isValueList(std::size_t begin, std::size_t end) const
+    {
+        static constexpr std::string_view kExpressionWords[] = {
+            "case", "when", "then", "else", "end", "null", "and", "or", "not", "is", "like", "in", "between"};
+        if (begin >= end) return false;
+        int depth = 0;
+        for (std::size_t i = begin; i < end; ++i) {
+            const Token& t = m_tokens[i];
+            if (t.isSymbol("(")) ++depth;
+            if (t.isSymbol(")")) --depth;
+            if (depth > 0 || t.kind != Token::Kind::Word) continue;
+            if (i + 1 < end && m_tokens[i + 1].isSymbol("(")) continue; // a function
+            if (std::none_of(std::begin(kExpressionWords), std::end(kExpressionWords),
+                             [&](std::string_view word) { return t.isWord(word); }))
+                return false;
+        }
+        return true;
+    }
+
+    // Passes a table name with an optional dbo. prefix; the statement's translation writes it.
+    void tableName()
     {
         if (at().isWord("dbo") && at(1).isSymbol(".")) m_pos += 2;
         if (at().kind != Token::Kind::Word) fail("a table name was expected, not " + describe(at()));
         ++m_pos;
-        return translate(m_pos - 1, m_pos);
     }
 
     void statement()
@@ -337,7 +375,9 @@ private:
             for (;;) {
                 const Token v = at();
                 if (v.kind != Token::Kind::Variable) fail("DECLARE needs a variable, not " + describe(v));
-                if (m_slots.count(v.text))
+                const auto [declared, added] =
+                    m_slots.try_emplace(v.text, static_cast<std::uint32_t>(m_slots.size()));
+                if (!added)
                     fail("the variable " + std::string(v.text) + " has already been declared in this batch");
                 ++m_pos;
                 if (at().isWord("as")) ++m_pos;
@@ -351,7 +391,8 @@ private:
                     ++m_pos;
                 }
                 // A variable starts null; there are no loops, so a declaration runs once.
-                m_slots.emplace(v.text, static_cast<std::uint32_t>(m_slots.size()));
+                m_lastName = declared->first;
+                m_lastSlot = declared->second;
                 if (!at().isSymbol(",")) break;
                 ++m_pos;
             }
@@ -362,8 +403,8 @@ private:
             const Token v = at();
             if (v.kind != Token::Kind::Variable)
                 fail("SET is supported for variables only, not " + describe(v));
-            const auto slot = m_slots.find(v.text);
-            if (slot == m_slots.end()) fail("must declare the variable " + std::string(v.text));
+            const long slot = slotOf(v.text);
+            if (slot < 0) fail("must declare the variable " + std::string(v.text));
             ++m_pos;
             if (!at().isSymbol("=")) fail("SET " + std::string(v.text) + " needs '='");
             ++m_pos;
@@ -376,12 +417,12 @@ private:
                 // A constant: the executor sets it without asking the engine.
                 m_arguments.clear();
                 translate(from, m_pos);
-                addStep(Step::Kind::SetValue, begin, m_pos, {}, slot->second);
+                addStep(Step::Kind::SetValue, begin, m_pos, {}, static_cast<std::uint32_t>(slot));
                 return;
             }
             std::string sql =
                 translated('S', from, m_pos, [&] { return m_dialect.valueQuery(translate(from, m_pos)); });
-            addStep(Step::Kind::SetQuery, begin, m_pos, std::move(sql), slot->second);
+            addStep(Step::Kind::SetQuery, begin, m_pos, std::move(sql), static_cast<std::uint32_t>(slot));
             return;
         }
         if (t.isWord("insert")) {
@@ -413,6 +454,9 @@ private:
             std::string sql = translated('N', begin, m_pos, [&] {
                 std::string text = "INSERT INTO " + translate(table, open ? open : from);
                 if (open) text += " (" + translate(open + 1, close) + ")";
+                // One row of values: the engine runs VALUES without setting up a query.
+                if (m_tokens[from].isWord("select") && isValueList(from + 1, m_pos))
+                    return text + " VALUES (" + translate(from + 1, m_pos) + ")";
                 return text + " " + translate(from, m_pos);
             });
             addStep(Step::Kind::Run, begin, m_pos, std::move(sql));
@@ -465,6 +509,8 @@ private:
     BatchProgram* m_program;
     // Declared variables by name as first written (a view of the text), compared without case.
     std::unordered_map<std::string_view, std::uint32_t, platform::NoCaseHash, platform::NoCaseEqual> m_slots;
+    std::string_view m_lastName; // the variable last declared or found, and its slot
+    long m_lastSlot = -1;
     std::unordered_map<std::string, std::uint32_t> m_shapes; // distinct statement texts
     std::vector<Argument> m_arguments;                       // the current statement's parameters
     TranslationMemo m_memo;

@@ -68,7 +68,14 @@ TEST(DialectTranslation, StatementsAreNormalised)
 {
     const std::pair<const char*, const char*> cases[] = {
         {"insert T_Pos_AddMoneyList(FCardId, FPlusAmt) select 'A',1",
-         "INSERT INTO T_Pos_AddMoneyList (FCardId , FPlusAmt) select 'A' , 1"},
+         "INSERT INTO T_Pos_AddMoneyList (FCardId , FPlusAmt) VALUES ('A' , 1)"},
+        // Only a SELECT of plain values becomes VALUES: a clause, an alias or a keyword keeps it.
+        {"insert T(a,b) select case when 1>2 then isnull(null,1) else (select 2) end, -1",
+         "INSERT INTO T (a , b) VALUES (case when 1 > 2 then ifnull(null, 1) else ( select 2 ) end , - 1)"},
+        {"insert T(a) select x from U", "INSERT INTO T (a) select x from U"},
+        {"insert T(a) select 1 one", "INSERT INTO T (a) select 1 one"},
+        {"insert T(a) select distinct x from U", "INSERT INTO T (a) select distinct x from U"},
+        {"insert T(a) select 1 union select 2", "INSERT INTO T (a) select 1 union select 2"},
         {"Insert Into T_Pos_VipGift(FItemNum)\r\nValues('1')",
          "INSERT INTO T_Pos_VipGift (FItemNum) Values ( '1' )"},
         {"delete T_Pos_VipGift where FItemID=5", "DELETE FROM T_Pos_VipGift where FItemID = 5"},
