@@ -13,11 +13,35 @@ void applySchema(Database& db)
     transaction.commit();
 }
 
+namespace {
+
+// Where the part of the schema that can run again begins, and a table of that part made last.
+constexpr std::string_view kUpgradeMarker = "-- Added after the first databases were made.";
+constexpr const char* kLastAddedTable = "t_HqReplay";
+
+bool hasTable(Database& db, const char* name)
+{
+    SqliteStatement stmt(db.handle(), std::string("SELECT count(*) FROM sqlite_master WHERE type='table' AND "
+                                                  "name='") +
+                                          name + "'");
+    return stmt.step() && stmt.column(0).toInt() == 1;
+}
+
+} // namespace
+
+void upgradeSchema(Database& db)
+{
+    if (!hasSchema(db) || hasTable(db, kLastAddedTable)) return;
+    const std::size_t from = kSchemaSql.find(kUpgradeMarker);
+    if (from == std::string_view::npos) return;
+    Database::Transaction transaction(db);
+    db.executeNative(kSchemaSql.substr(from));
+    transaction.commit();
+}
+
 bool hasSchema(Database& db)
 {
-    SqliteStatement stmt(db.handle(),
-                         "SELECT count(*) FROM sqlite_master WHERE type='table' AND name='T_Pos_VipRecord'");
-    return stmt.step() && stmt.column(0).toInt() == 1;
+    return hasTable(db, "T_Pos_VipRecord");
 }
 
 } // namespace ormex::db

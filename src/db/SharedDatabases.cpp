@@ -6,6 +6,8 @@
 #include <memory>
 #include <unordered_map>
 
+#include "Schema.h"
+
 namespace ormex::db {
 
 namespace {
@@ -86,6 +88,7 @@ Database& sharedDatabase(const std::string& path)
     }
     r.prune();
     auto db = Database::open(path); // throws for a missing file
+    upgradeSchema(*db);
     if (!exists) identify(path, file);
     Database& opened = *db;
     r.connections.emplace(path, Shared{std::move(db), file});

@@ -266,3 +266,32 @@ CREATE TABLE t_OperLog (
     FIPAddress     TEXT COLLATE NOCASE,
     FSession       TEXT COLLATE NOCASE
 );
+
+-- ---------------------------------------------------------------------------------------------
+-- Added after the first databases were made. Everything from this line on can run again on an
+-- existing database, and runs whenever one is opened that lacks it.
+
+-- A branch linked to headquarters: the changes waiting to be replayed there, oldest first. A row
+-- is written in the same transaction as the local change and deleted once headquarters holds the
+-- replay.
+CREATE TABLE IF NOT EXISTS t_HqOutbox (
+    FSeq        INTEGER PRIMARY KEY AUTOINCREMENT,
+    FOrigin     TEXT COLLATE BINARY NOT NULL, -- this database, as headquarters knows it
+    FBranchNo   TEXT COLLATE NOCASE,
+    FDate       TEXT,
+    FOperation  INTEGER,
+    FBatch      TEXT NOT NULL,
+    FChecks     TEXT NOT NULL DEFAULT '',     -- values the batch was computed from
+    FAttempts   INTEGER NOT NULL DEFAULT 0,
+    FLastError  TEXT NOT NULL DEFAULT ''
+);
+
+-- Headquarters: every replay applied, written in the replay's own transaction, so that a replay
+-- sent again (the branch did not hear back) is not applied twice.
+CREATE TABLE IF NOT EXISTS t_HqReplay (
+    FOrigin    TEXT COLLATE BINARY NOT NULL,
+    FSeq       INTEGER NOT NULL,
+    FBranchNo  TEXT COLLATE NOCASE,
+    FDate      TEXT,
+    PRIMARY KEY (FOrigin, FSeq)
+);

@@ -37,3 +37,17 @@ TEST(SharedDatabases, AReplacedFileIsOpenedAfreshAndAMissingOneIsNotCreated)
     EXPECT_THROW(sharedDatabase(path), ormex::db::OpenError);
     EXPECT_FALSE(std::filesystem::exists(path));
 }
+
+TEST(SharedDatabases, ADatabaseMadeBeforeTheHeadquartersQueueGetsItWhenOpened)
+{
+    TestDatabase older("older.db");
+    older.exec("drop table t_HqOutbox; drop table t_HqReplay");
+    older.exec("insert into T_Pos_VipRecord (FCardId) values ('KEPT')");
+    auto& db = sharedDatabase(older.path());
+    db.execute("insert into t_HqOutbox (FOrigin,FBatch) values ('o','select 1')");
+    db.execute("insert into t_HqReplay (FOrigin,FSeq) values ('o',1)");
+    EXPECT_EQ(db.query("select count(*) as n from T_Pos_VipRecord").field("n").toInt(), 1);
+    EXPECT_THROW(db.execute("insert into t_HqReplay (FOrigin,FSeq) values ('o',1)"),
+                 ormex::db::StatementError)
+        << "a replay is recorded once";
+}
