@@ -75,6 +75,10 @@ public:
     virtual long changeMemberCard(Value& oldKey, Value& oldKey2, std::string& newCardNo, Value& newType) = 0;
     // Writes the changed columns of the record (FCardId names the card). True on success.
     virtual bool updateMCInfo(FieldMap& record, int mode, int& operationCode) = 0;
+    // The same, with `followingBatch` run in the update's transaction: both are written or
+    // neither. Throws when the batch fails.
+    virtual bool updateMCInfo(FieldMap& record, int mode, int& operationCode,
+                              const std::string& followingBatch) = 0;
 };
 
 // "OrmexMCardManage.CheckMaintain": member records waiting for approval.

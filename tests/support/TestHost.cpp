@@ -4,6 +4,17 @@
 
 namespace ormex::test {
 
+namespace {
+
+void addBranchSettings(TestDatabase& db, const std::string& branchNum)
+{
+    db.exec("insert into t_SystemProfile values ('VIP','PosSavingServerDb','(local)/HQ/sa/pw'),"
+            " ('ic','g_branch_no','" +
+            branchNum + "'), ('ic','is_branch','1')");
+}
+
+} // namespace
+
 TestHost::TestHost(TestHostOptions options)
     : m_system(std::make_shared<FakeSystemInfo>()), m_messages(std::make_shared<ScriptedMessageService>())
 {
@@ -12,9 +23,7 @@ TestHost::TestHost(TestHostOptions options)
     services.setSystemInfo(m_system);
     services.setMessageService(m_messages);
     m_branch = std::make_unique<TestDatabase>("branch.db");
-    m_branch->exec("insert into t_SystemProfile values ('VIP','PosSavingServerDb','(local)/HQ/sa/pw'),"
-                   " ('ic','g_branch_no','" +
-                   options.branchNum + "'), ('ic','is_branch','1')");
+    addBranchSettings(*m_branch, options.branchNum);
     if (options.withHeadquarters) {
         m_hq = std::make_unique<TestDatabase>(m_branch->folder(), "HQ.db");
         m_hq->exec("insert into t_SystemProfile values ('ic','g_branch_no','00'), ('ic','is_branch','0')");
@@ -41,6 +50,24 @@ void TestHost::setHeadquartersSetting(const std::string& value)
 {
     m_branch->exec("update t_SystemProfile set FValue=" + host::quoted(value) +
                    " where FKey='PosSavingServerDb'");
+}
+
+TestDatabase& TestHost::useBranch(const std::string& fileName, const std::string& branchNum)
+{
+    TestDatabase* db = fileName == "branch.db" ? m_branch.get() : nullptr;
+    for (const auto& other : m_otherBranches)
+        if (other->path() == m_branch->folder() + "/" + fileName) db = other.get();
+    if (!db) {
+        m_otherBranches.push_back(std::make_unique<TestDatabase>(m_branch->folder(), fileName));
+        db = m_otherBranches.back().get();
+        addBranchSettings(*db, branchNum);
+    }
+    host::HostConfig config = m_runtime->config();
+    config.databaseFile = fileName;
+    config.branchNum = branchNum;
+    m_runtime.reset();
+    m_runtime = std::make_unique<host::HostRuntime>(config);
+    return *db;
 }
 
 } // namespace ormex::test

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "ScriptedMessageService.h"
 #include "TestClock.h"
@@ -55,8 +56,13 @@ public:
     ScopedClock& clock() { return m_clock; }
     const host::HostConfig& config() const { return m_runtime->config(); }
 
-    // Points the headquarters setting somewhere else ("(local)/Gone/sa/x" is unreachable).
+    // Points the headquarters setting somewhere else ("(local)/Gone/sa/x" is unreachable); the
+    // component sees it once its kept connection text is reset.
     void setHeadquartersSetting(const std::string& value);
+    // The session goes on in another branch database of the same folder (made on first use, with
+    // the same headquarters), with that branch's number; "branch.db" goes back to the first one.
+    // The component's kept headquarters connection text is for the test to reset.
+    TestDatabase& useBranch(const std::string& fileName, const std::string& branchNum);
 
 private:
     ScopedClock m_clock{2026, 11, 23, 10, 30, 0};
@@ -64,6 +70,7 @@ private:
     std::shared_ptr<ScriptedMessageService> m_messages;
     std::unique_ptr<TestDatabase> m_branch;
     std::unique_ptr<TestDatabase> m_hq;
+    std::vector<std::unique_ptr<TestDatabase>> m_otherBranches;
     std::unique_ptr<host::HostRuntime> m_runtime;
 };
 

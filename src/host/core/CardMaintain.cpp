@@ -151,7 +151,12 @@ long CardMaintain::changeMemberCard(platform::Value& oldKey, platform::Value&, s
     return 1;
 }
 
-bool CardMaintain::updateMCInfo(platform::FieldMap& record, int, int&)
+bool CardMaintain::updateMCInfo(platform::FieldMap& record, int mode, int& operationCode)
+{
+    return updateMCInfo(record, mode, operationCode, {});
+}
+
+bool CardMaintain::updateMCInfo(platform::FieldMap& record, int, int&, const std::string& followingBatch)
 {
     const std::string cardNo = record.text("FCardId");
     if (cardNo.empty()) return false;
@@ -166,8 +171,11 @@ bool CardMaintain::updateMCInfo(platform::FieldMap& record, int, int&)
         const bool textColumn = platform::iequals(column, "FCardStatus");
         assignments += column + "=" + (textColumn ? quoted(value.toString()) : literal(value));
     }
-    if (assignments.empty()) return true;
-    db().execute("update T_Pos_VipRecord set " + assignments + " where FCardId=" + quoted(cardNo));
+    std::string batch;
+    if (!assignments.empty())
+        batch = "update T_Pos_VipRecord set " + assignments + " where FCardId=" + quoted(cardNo);
+    if (!followingBatch.empty()) batch += "\r\n" + followingBatch;
+    if (!batch.empty()) db().execute(batch);
     return true;
 }
 

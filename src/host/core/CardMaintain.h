@@ -30,6 +30,8 @@ public:
     long changeMemberCard(platform::Value& oldKey, platform::Value& oldKey2, std::string& newCardNo,
                           platform::Value& newType) override;
     bool updateMCInfo(platform::FieldMap& record, int mode, int& operationCode) override;
+    bool updateMCInfo(platform::FieldMap& record, int mode, int& operationCode,
+                      const std::string& followingBatch) override;
 
 private:
     db::Database& db();

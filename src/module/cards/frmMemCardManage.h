@@ -79,8 +79,8 @@ private:
     void changeCard(int status);
     void voidCard(int status);
     void setPassword();
-    bool saveChange(platform::FieldMap& change);
-    void forward(const std::string& statement);
+    // Writes the change; in a linked branch `replayed` is queued for headquarters with it.
+    bool saveChange(platform::FieldMap& change, const std::string& replayed);
 
     widgets::InputField* m_itNumber = nullptr;
     QPushButton* m_cmdSearch = nullptr;

@@ -10,6 +10,7 @@
 #include "module/frame/Gateway.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/OperationLog.h"
+#include "module/hq/ReplayOutbox.h"
 #include "module/widgets/InputField.h"
 #include "platform/Clock.h"
 #include "platform/Text.h"
@@ -61,22 +62,20 @@ void frmMemCardManage::onStatusClicked(int index)
     }
 }
 
-bool frmMemCardManage::saveChange(platform::FieldMap& change)
+bool frmMemCardManage::saveChange(platform::FieldMap& change, const std::string& replayed)
 {
     bool saved = false;
     if (!m_itNumber->text().isEmpty()) {
         auto maintain = frame::CardObject();
         int operationCode = m_operationCode;
-        saved = maintain->updateMCInfo(change, 4, operationCode);
+        // In a linked branch the change is queued for headquarters in the same transaction.
+        saved = maintain->updateMCInfo(change, 4, operationCode,
+                                       hq::QueueOnHQ(replayed, hq::HQOperation::CardStatus));
     }
     change = {};
     m_card.reset();
+    if (saved) hq::SendQueuedToHQ();
     return saved;
-}
-
-void frmMemCardManage::forward(const std::string& statement)
-{
-    hq::LogOnHQ(statement, hq::HQOperation::CardStatus);
 }
 
 void frmMemCardManage::reportLoss(int status)
@@ -89,8 +88,7 @@ void frmMemCardManage::reportLoss(int status)
                                     platform::MessageIcon::Question))
         return;
     platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 2}};
-    if (!saveChange(change)) return;
-    forward(statusUpdateStatement('2', m_searchKey));
+    if (!saveChange(change, statusUpdateStatement('2', m_searchKey))) return;
     frame::Messages().message("会员卡(" + platform::trimRight(m_itNumber->textStd()) + ")" +
                               frame::GetStatusName(2) + "操作成功！");
 }
@@ -105,8 +103,7 @@ void frmMemCardManage::restore(int status)
                                     platform::MessageIcon::Information))
         return;
     platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 0}};
-    if (!saveChange(change)) return;
-    forward(statusUpdateStatement('0', m_searchKey));
+    if (!saveChange(change, statusUpdateStatement('0', m_searchKey))) return;
     frame::Messages().message("会员卡(" + m_searchKey + ")恢复操作成功！");
 }
 
@@ -127,8 +124,7 @@ void frmMemCardManage::extend()
     const platform::Date newEnd = extendedEndDate(m_card->text("FVipEndDate"), days, today);
     platform::FieldMap change{{"FCardId", m_searchKey}, {"FVipEndDate", newEnd.toString()}};
     if (newEnd >= today) change.set("FCardStatus", 0);
-    if (!saveChange(change)) return;
-    forward(endDateUpdateStatement(newEnd, m_searchKey));
+    if (!saveChange(change, endDateUpdateStatement(newEnd, m_searchKey))) return;
     frame::Messages().message("会员卡(" + m_searchKey + ")延期操作成功！");
 }
 
@@ -165,8 +161,7 @@ void frmMemCardManage::voidCard(int status)
                                     platform::MessageIcon::Information))
         return;
     platform::FieldMap change{{"FCardId", m_searchKey}, {"FCardStatus", 3}};
-    if (!saveChange(change)) return;
-    forward(statusUpdateStatement('3', m_searchKey));
+    if (!saveChange(change, statusUpdateStatement('3', m_searchKey))) return;
     frame::Messages().message("会员卡(" + m_searchKey + ")作废操作成功！");
 }
 
@@ -183,8 +178,7 @@ void frmMemCardManage::setPassword()
     if (!frame::Messages().question("确定修改会员卡【" + m_searchKey + "】的密码？", "信息提示",
                                     platform::MessageIcon::Information))
         return;
-    if (!saveChange(change)) return;
-    forward(passwordUpdateStatement(password, m_searchKey));
+    if (!saveChange(change, passwordUpdateStatement(password, m_searchKey))) return;
     frame::Messages().message("会员卡(" + m_searchKey + ")修改密码成功！");
 }
 

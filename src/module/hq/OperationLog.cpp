@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "HqLink.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Session.h"
 #include "platform/Clock.h"
@@ -47,25 +46,6 @@ std::string LogRowStatement(HQOperation operation)
            std::string(date) + "'," + std::to_string(frame::CurrentUserId()) + ",'MCM0001',5,'分店[" +
            frame::GetBranchNum() + text + platform::trim(frame::GetMachineName()) + "','" +
            platform::trim(frame::GetTcpAddress()) + "')";
-}
-
-void LogOnHQ(const std::string& statements, HQOperation operation)
-{
-    LogOnHQ(statements, operation, {});
-}
-
-void LogOnHQ(const std::string& statements, HQOperation operation,
-             const std::vector<platform::ReadCheck>& checks)
-{
-    try {
-        if (!frame::IsHQLinkedBranch()) return;
-        const std::string batch = statements + "\r\n" + LogRowStatement(operation);
-        if (checks.empty())
-            ExecOnHQ(batch);
-        else
-            ExecOnHQ(batch, checks);
-    } catch (const std::exception&) {
-    }
 }
 
 void WriteLocalLog(const std::string& areaPrefix, const std::string& operation)

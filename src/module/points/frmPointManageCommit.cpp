@@ -12,6 +12,7 @@
 #include "module/frame/Session.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/OperationLog.h"
+#include "module/hq/ReplayOutbox.h"
 #include "module/widgets/InputField.h"
 
 namespace ormex::module::points {
@@ -106,10 +107,13 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
                 batch += PointClearRecord(frame::GetTcpAddress(), frame::GetMachineName(), m_userId);
             if (!hq::HQChecksHold(m_hqChecks))
                 throw platform::ChangedSinceReadError("changed at headquarters");
-            frame::ExecuteSQL(batch, m_localChecks);
+            // Deductions and exchanges go to headquarters too, queued with the local change.
+            const bool replayed = (tab == PointsTab && operation() == Deduction) || tab == ExchangeTab;
+            const std::string queued =
+                replayed ? hq::QueueOnHQ(batch, static_cast<hq::HQOperation>(tab / 2), m_hqChecks) : "";
+            frame::ExecuteSQL(batch + queued, m_localChecks);
             hq::WriteLocalLog("积分管理---", logText);
-            if ((tab == PointsTab && operation() == Deduction) || tab == ExchangeTab)
-                hq::LogOnHQ(batch, static_cast<hq::HQOperation>(tab / 2), m_hqChecks);
+            if (replayed) hq::SendQueuedToHQ();
             result = true;
             onQuery(tab);
         }

@@ -12,6 +12,7 @@
 #include "module/frame/GridHelpers.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/OperationLog.h"
+#include "module/hq/ReplayOutbox.h"
 #include "module/widgets/InputField.h"
 #include "platform/BalanceCodec.h"
 #include "platform/Clock.h"
@@ -281,11 +282,11 @@ bool frmStoreCardManage::SaveStoredValue(int tab)
         if (!built || batch.empty()) return false;
         if (!frame::Messages().question("是否确认【" + caption + "】?")) return false;
         if (!hq::HQChecksHold(m_hqChecks)) throw platform::ChangedSinceReadError("changed at headquarters");
-        frame::ExecuteSQL(batch, m_localChecks);
+        const auto operation =
+            tab == PointsTab ? hq::HQOperation::PointsToStoredValue : hq::HQOperation::Recharge;
+        frame::ExecuteSQL(batch + hq::QueueOnHQ(batch, operation, m_hqChecks), m_localChecks);
         hq::WriteLocalLog("储值管理---", caption);
-        hq::LogOnHQ(batch,
-                    tab == PointsTab ? hq::HQOperation::PointsToStoredValue : hq::HQOperation::Recharge,
-                    m_hqChecks);
+        hq::SendQueuedToHQ();
         return true;
     } catch (const platform::ChangedSinceReadError&) {
         // Another operator or a till changed a balance after it was read: nothing was written; the

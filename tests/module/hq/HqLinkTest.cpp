@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include "module/frame/Gateway.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/OperationLog.h"
+#include "module/hq/ReplayOutbox.h"
 #include "support/TestHost.h"
 
 using namespace ormex;
@@ -13,6 +15,14 @@ struct FreshText
     FreshText() { ResetHQConnectionText(); }
     ~FreshText() { ResetHQConnectionText(); }
 };
+
+// Queues statements for headquarters as an operation does with its local change, and sends them.
+ReplayState replay(const std::string& statements, HQOperation operation)
+{
+    const std::string queued = QueueOnHQ(statements, operation);
+    if (!queued.empty()) module::frame::ExecuteSQL(queued);
+    return SendQueuedToHQ();
+}
 } // namespace
 
 TEST(HqLink, ConnectionTextFromTheSetting)
@@ -82,7 +92,9 @@ TEST(OperationLog, LinkedBranchReplaysTheStatementsWithALogRow)
     FreshText fresh;
     host.clock().set({{2026, 11, 23}, 14, 7, 59});
     host.hq().exec("insert into T_Pos_VipRecord (FCardId,FCardStatus) values ('C1','2')");
-    LogOnHQ("UPDATE T_Pos_VipRecord SET FCardStatus='0' WHERE FCardId='C1'", HQOperation::CardStatus);
+    EXPECT_EQ(replay("UPDATE T_Pos_VipRecord SET FCardStatus='0' WHERE FCardId='C1'", HQOperation::CardStatus)
+                  .waiting,
+              0);
     EXPECT_EQ(host.hq().scalar("select FCardStatus from T_Pos_VipRecord").toString(), "0");
     EXPECT_EQ(
         host.hq().rows(
@@ -92,7 +104,7 @@ TEST(OperationLog, LinkedBranchReplaysTheStatementsWithALogRow)
 
     // Any other code sends the statements alone.
     EXPECT_EQ(LogRowStatement(static_cast<HQOperation>(7)), "");
-    LogOnHQ("UPDATE T_Pos_VipRecord SET FCardStatus='3' WHERE FCardId='C1'", static_cast<HQOperation>(7));
+    replay("UPDATE T_Pos_VipRecord SET FCardStatus='3' WHERE FCardId='C1'", static_cast<HQOperation>(7));
     EXPECT_EQ(host.hq().scalar("select FCardStatus from T_Pos_VipRecord").toString(), "3");
     EXPECT_EQ(host.hq().scalar("select count(*) from t_Log").toInt(), 1);
 
@@ -106,7 +118,8 @@ TEST(OperationLog, NothingReachesHeadquartersOutsideALinkedBranch)
 {
     test::TestHost host({.isBranch = false, .svCardShareType = true, .withHeadquarters = true});
     FreshText fresh;
-    LogOnHQ("insert into t_Log (FUserID) values (1)", HQOperation::CardStatus);
+    EXPECT_EQ(QueueOnHQ("insert into t_Log (FUserID) values (1)", HQOperation::CardStatus), "");
+    EXPECT_EQ(SendQueuedToHQ().waiting, 0);
     EXPECT_EQ(host.hq().scalar("select count(*) from t_Log").toInt(), 0);
     WriteLocalLog("储值管理---", "会员卡充值");
     EXPECT_EQ(

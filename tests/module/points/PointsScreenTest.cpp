@@ -15,6 +15,8 @@
 #include "module/Application.h"
 #include "module/frame/FormRegistry.h"
 #include "module/frame/GridPrinter.h"
+#include "module/hq/HqLink.h"
+#include "module/hq/ReplayOutbox.h"
 #include "module/widgets/CodeList.h"
 
 using namespace ormex;
@@ -320,6 +322,39 @@ TEST(PointsScreen, TheProgressBarAdvancesWhileTheBatchIsBuilt)
     EXPECT_FALSE(okEnabled) << "the commands are off during the commit";
     EXPECT_FALSE(t.screen.progressBar()->isVisible());
     EXPECT_TRUE(t.screen.findChild<QPushButton*>("cmdOk")->isEnabled());
+}
+
+TEST(PointsScreen, ADeductionMadeWhileHeadquartersGoesAwayStandsAndWaitsForIt)
+{
+    PointsScreen t({.isBranch = true, .svCardShareType = true, .withHeadquarters = true});
+    module::hq::ResetHQConnectionText();
+    t.host.hq().exec("update T_Pos_VipRecord set FDecNum=70 where FCardId='P1'");
+    t.query();
+    t.screen.option(Op::Deduction)->click();
+    t.type(t.row("P1"), "FVipNum", "10");
+    // The link drops after headquarters was read and checked, as the branch writes its change.
+    t.log.beforeRun = [&] {
+        t.host.setHeadquartersSetting("(local)/Gone/sa/pw");
+        module::hq::ResetHQConnectionText();
+    };
+    t.host.messages().answer(true);
+    t.ok();
+    t.log.beforeRun = nullptr;
+    EXPECT_EQ(t.card("P1"), "100|80") << "the local change stands";
+    EXPECT_TRUE(t.movements(&t.host.hq()).empty());
+    EXPECT_EQ(t.host.branch().rows("select FOperation,FAttempts,FLastError from t_HqOutbox"),
+              std::vector<std::string>{"0|1|总部数据库无法连接"});
+    EXPECT_EQ(module::hq::QueuedForHQ().waiting, 1);
+
+    t.host.setHeadquartersSetting("(local)/HQ/sa/pw");
+    module::hq::ResetHQConnectionText();
+    EXPECT_EQ(module::hq::SendQueuedToHQ().waiting, 0);
+    EXPECT_EQ(t.movements(&t.host.hq()), std::vector<std::string>{"P1|1|0|10|7|积分冲减|1"})
+        << "replayed once headquarters is back";
+    EXPECT_EQ(t.host.hq().rows("select FDescription from t_Log"),
+              std::vector<std::string>{"分店[01]进行积分管理---积分冲减"});
+    EXPECT_EQ(module::hq::SendQueuedToHQ().waiting, 0);
+    EXPECT_EQ(t.movements(&t.host.hq()).size(), 1u) << "and only once";
 }
 
 TEST(PointsScreen, LinkedBranchChecksAndReplaysDeductionsAtHeadquarters)
