@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "platform/Value.h"
 
 // The member-card component's one public class. The host loads libOrmexCardManage.so on demand,
@@ -19,6 +21,11 @@ public:
     virtual void ShowForm(int CFuncID, const platform::Value& FunClassParam = platform::Value(0)) = 0;
     // True when the headquarters database can be opened.
     virtual bool ConnHQ() = 0;
+    // How many changes of this branch wait for headquarters after sending what headquarters takes
+    // now, and why the oldest of them was not taken ("" when none waits or none was tried).
+    virtual int SendToHQ(std::string& lastError) = 0;
+    // The same without sending.
+    virtual int WaitingForHQ(std::string& lastError) = 0;
 };
 
 } // namespace ormex::module

@@ -3,6 +3,7 @@
 #include "Application.h"
 #include "frame/FormRegistry.h"
 #include "hq/HqLink.h"
+#include "hq/ReplayOutbox.h"
 
 namespace ormex::module {
 
@@ -31,6 +32,17 @@ public:
     }
 
     bool ConnHQ() override { return hq::ConnHQ(); }
+
+    int SendToHQ(std::string& lastError) override { return report(hq::SendQueuedToHQ(), lastError); }
+
+    int WaitingForHQ(std::string& lastError) override { return report(hq::QueuedForHQ(), lastError); }
+
+private:
+    static int report(const hq::ReplayState& state, std::string& lastError)
+    {
+        lastError = state.lastError;
+        return state.waiting;
+    }
 };
 
 } // namespace

@@ -40,6 +40,7 @@ LauncherWindow::LauncherWindow(const HostConfig& config, ModuleLoader& loader, Q
     title->setFont(big);
     layout->addWidget(title);
     const bool linked = config.isBranch.value_or(false) && config.svCardShareType.value_or(false);
+    m_linked = linked;
     auto* session =
         new QLabel(QStringLiteral("操作员：%1（%2）    分店：%3    %4")
                        .arg(QString::fromStdString(config.userName))
@@ -76,6 +77,27 @@ LauncherWindow::LauncherWindow(const HostConfig& config, ModuleLoader& loader, Q
     statusRow->addWidget(refresh);
     layout->addLayout(statusRow);
     connect(refresh, &QPushButton::clicked, this, &LauncherWindow::refreshHeadquartersStatus);
+
+    auto* replayRow = new QHBoxLayout;
+    m_replayStatus = new QLabel(this);
+    m_replayStatus->setObjectName("replayStatus");
+    m_replayStatus->setWordWrap(true);
+    replayRow->addWidget(m_replayStatus, 1);
+    m_sendNow = new QPushButton(QStringLiteral("立即上传总部"), this);
+    m_sendNow->setObjectName("sendToHq");
+    replayRow->addWidget(m_sendNow);
+    layout->addLayout(replayRow);
+    connect(m_sendNow, &QPushButton::clicked, this, [this] {
+        std::string lastError;
+        try {
+            const int waiting = m_loader.sendToHQ(lastError);
+            showWaitingChanges(waiting, lastError);
+        } catch (const std::exception& error) {
+            platform::HostServices::instance().messages().error(error.what());
+        }
+    });
+    m_replayStatus->setVisible(linked);
+    m_sendNow->setVisible(linked);
     refreshHeadquartersStatus();
 }
 
@@ -96,6 +118,30 @@ void LauncherWindow::refreshHeadquartersStatus()
     m_hqStatus->setText(connected ? QStringLiteral("● 总部已连接") : QStringLiteral("○ 总部未连接"));
     m_hqStatus->setStyleSheet(connected ? QStringLiteral("color: #1a7f37;")
                                         : QStringLiteral("color: #b42318;"));
+    if (!m_linked) return;
+    std::string lastError;
+    try {
+        const int waiting = connected ? m_loader.sendToHQ(lastError) : m_loader.waitingForHQ(lastError);
+        showWaitingChanges(waiting, lastError);
+    } catch (const std::exception& error) {
+        m_replayStatus->setText(
+            QStringLiteral("待上传总部的变更：未知（%1）").arg(QString::fromStdString(error.what())));
+    }
+}
+
+void LauncherWindow::showWaitingChanges(int waiting, const std::string& lastError)
+{
+    if (waiting == 0) {
+        m_replayStatus->setText(QStringLiteral("所有变更均已上传总部"));
+        m_replayStatus->setStyleSheet(QStringLiteral("color: #1a7f37;"));
+    } else {
+        QString text = QStringLiteral("待上传总部的变更：%1 笔").arg(waiting);
+        if (!lastError.empty())
+            text += QStringLiteral("（上次未成功：%1）").arg(QString::fromStdString(lastError));
+        m_replayStatus->setText(text);
+        m_replayStatus->setStyleSheet(QStringLiteral("color: #b42318;"));
+    }
+    m_sendNow->setEnabled(waiting > 0);
 }
 
 void LauncherWindow::openFunction(int functionId)

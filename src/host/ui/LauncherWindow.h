@@ -11,20 +11,26 @@ namespace ormex::host {
 
 class ModuleLoader;
 
-// The host's launcher: the five member-card functions by name, the session and whether
-// headquarters can be reached.
+// The host's launcher: the five member-card functions by name, the session, whether headquarters
+// can be reached and, in a branch linked to it, how many changes wait to be sent there.
 class LauncherWindow : public QWidget
 {
 public:
     LauncherWindow(const HostConfig& config, ModuleLoader& loader, QWidget* parent = nullptr);
 
+    // Checks the link and sends the changes that wait for headquarters.
     void refreshHeadquartersStatus();
     void openFunction(int functionId);
     QPushButton* functionButton(int functionId) const;
 
 private:
     ModuleLoader& m_loader;
+    void showWaitingChanges(int waiting, const std::string& lastError);
+
+    bool m_linked = false;
     QLabel* m_hqStatus = nullptr;
+    QLabel* m_replayStatus = nullptr;
+    QPushButton* m_sendNow = nullptr;
     QPushButton* m_buttons[5] = {};
 };
 

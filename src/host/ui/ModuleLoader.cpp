@@ -54,4 +54,14 @@ bool ModuleLoader::connHQ()
     return application().ConnHQ();
 }
 
+int ModuleLoader::sendToHQ(std::string& lastError)
+{
+    return application().SendToHQ(lastError);
+}
+
+int ModuleLoader::waitingForHQ(std::string& lastError)
+{
+    return application().WaitingForHQ(lastError);
+}
+
 } // namespace ormex::host

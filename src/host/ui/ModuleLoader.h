@@ -25,6 +25,10 @@ public:
     // dispatch (an unknown function number) come back from the component.
     void showForm(int functionId, const platform::Value& parameter = platform::Value(0));
     bool connHQ();
+    // The changes waiting for headquarters, after sending (sendToHQ) or not; `lastError` says why
+    // the oldest was not taken.
+    int sendToHQ(std::string& lastError);
+    int waitingForHQ(std::string& lastError);
 
     static std::string defaultLibraryPath();
 

@@ -102,6 +102,30 @@ TEST(Launcher, OffersTheFiveFunctionsAndTheHeadquartersStatus)
     EXPECT_NE(host.messages().last().find("no screen for function number 6"), std::string::npos);
 }
 
+TEST(Launcher, ShowsTheChangesWaitingForHeadquartersAndSendsThem)
+{
+    test::TestHost host({.isBranch = true, .svCardShareType = true, .withHeadquarters = true});
+    host.setHeadquartersSetting("(local)/Gone/sa/pw");
+    host.branch().exec("insert into t_HqOutbox (FOrigin,FBranchNo,FBatch,FAttempts,FLastError) values "
+                       "('o1','01','insert into t_Log (FUserID) values (7)',1,'总部数据库无法连接')");
+    {
+        host::ModuleLoader loader(ORMEX_MODULE_LIBRARY);
+        host::LauncherWindow launcher(host.config(), loader);
+        auto* status = launcher.findChild<QLabel*>("replayStatus");
+        EXPECT_EQ(status->text(), "待上传总部的变更：1 笔（上次未成功：总部数据库无法连接）");
+        shot(launcher, "launcher-waiting.png");
+    }
+    // Headquarters is back at the next start: what waited is sent and the count says so.
+    host.setHeadquartersSetting("(local)/HQ/sa/pw");
+    host::ModuleLoader restarted(ORMEX_MODULE_LIBRARY);
+    host::LauncherWindow launcher(host.config(), restarted);
+    EXPECT_EQ(launcher.findChild<QLabel*>("replayStatus")->text(), "所有变更均已上传总部");
+    EXPECT_FALSE(launcher.findChild<QPushButton*>("sendToHq")->isEnabled());
+    EXPECT_EQ(host.hq().scalar("select count(*) from t_Log").toInt(), 1);
+    EXPECT_EQ(host.hq().rows("select FOrigin,FSeq,FBranchNo from t_HqReplay"),
+              std::vector<std::string>{"o1|1|01"});
+}
+
 TEST(NameList, DropsDownMatchingCardsAndWritesTheChoice)
 {
     test::TestHost host;
