@@ -50,6 +50,12 @@ public:
         : m_lexer(text), m_dialect(dialect), m_program(program)
     {
         if (text.size() >= (std::size_t{1} << 30)) throw ParseError(1, "the batch is too long");
+        // Text is stored and compared as UTF-8: anything else would be written as it came.
+        if (const std::size_t bad = platform::invalidUtf8At(text); bad != std::string_view::npos) {
+            const auto before = text.substr(0, bad);
+            const int line = 1 + static_cast<int>(std::count(before.begin(), before.end(), '\n'));
+            throw ParseError(line, "the text is not valid UTF-8");
+        }
         if (m_program) m_program->text = text;
     }
 
