@@ -70,7 +70,9 @@ TEST(NestingLimit, DeepCallsAndParenthesesAreRefusedNamingTheLine)
     expectExpressionTooDeep(times("lower(", kDeep) + "'a'" + times(")", kDeep));
     expectExpressionTooDeep(times("isnull(", kDeep) + "1" + times(",0)", kDeep));
     expectExpressionTooDeep(times("(", kDeep) + "1" + times(")", kDeep));
-    // Refused before anything is translated: the text need not even be complete.
+    // Refused at the first level too deep, before anything is translated or the rest is split
+    // into tokens.
+    expectExpressionTooDeep(times("isnull(", 40000) + "1" + times(",0)", 40000));
     expectExpressionTooDeep(times("isnull(", 40000));
 }
 
