@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "DbError.h"
+#include "NestingLimit.h"
 #include "TranslationMemo.h"
 #include "platform/Text.h"
 
@@ -50,6 +51,12 @@ public:
         : m_lexer(text), m_dialect(dialect), m_program(program)
     {
         if (text.size() >= (std::size_t{1} << 30)) throw ParseError(1, "the batch is too long");
+        // Text is stored and compared as UTF-8: anything else would be written as it came.
+        if (const std::size_t bad = platform::invalidUtf8At(text); bad != std::string_view::npos) {
+            const auto before = text.substr(0, bad);
+            const int line = 1 + static_cast<int>(std::count(before.begin(), before.end(), '\n'));
+            throw ParseError(line, "the text is not valid UTF-8");
+        }
         if (m_program) m_program->text = text;
     }
 
@@ -258,7 +265,7 @@ private:
                 return;
             }
             if (t.isSymbol("(")) {
-                ++depth;
+                if (++depth > kMaxNesting) throw nestingTooDeep(t.line);
                 continue;
             }
             if (t.isSymbol(")")) {
@@ -322,8 +329,10 @@ private:
         ++m_pos;
     }
 
+    // One statement; IF, ELSE and BEGIN read theirs through here, one level deeper.
     void statement()
     {
+        const Nested nested(m_depth, at().line);
         forgetRead();
         const std::size_t begin = m_pos;
         const Token t = at();
@@ -502,6 +511,20 @@ private:
         fail("not understood: " + describe(t));
     }
 
+    // Counts a level of statement nesting while it is read.
+    struct Nested
+    {
+        Nested(int& counter, int line) : depth(counter)
+        {
+            if (depth >= kMaxNesting) throw nestingTooDeep(line);
+            ++depth;
+        }
+        ~Nested() { --depth; }
+        Nested(const Nested&) = delete;
+        Nested& operator=(const Nested&) = delete;
+        int& depth;
+    };
+
     Lexer m_lexer;
     std::vector<Token> m_tokens; // the statement being read and what was read ahead
     std::size_t m_pos = 0;
@@ -516,6 +539,7 @@ private:
     TranslationMemo m_memo;
     std::uint32_t* m_shapeOfText = nullptr; // where the memo keeps the shape of the statement being read
     bool m_liftLiterals = true;
+    int m_depth = 0; // statements being read, one inside the other
 };
 
 } // namespace

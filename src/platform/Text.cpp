@@ -1,6 +1,8 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace ormex::platform {
 
@@ -126,6 +128,49 @@ std::size_t utf8Length(std::string_view s)
     for (unsigned char c : s)
         if ((c & 0xC0) != 0x80) ++n;
     return n;
+}
+
+std::size_t invalidUtf8At(std::string_view s)
+{
+    const auto* p = reinterpret_cast<const unsigned char*>(s.data());
+    const std::size_t n = s.size();
+    std::size_t i = 0;
+    while (i < n) {
+        // Runs of ASCII, eight bytes at a time.
+        while (i + 8 <= n) {
+            std::uint64_t word;
+            std::memcpy(&word, p + i, 8);
+            if (word & 0x8080808080808080u) break;
+            i += 8;
+        }
+        while (i < n && p[i] < 0x80)
+            ++i;
+        if (i >= n) break;
+        // One multi-byte character. The second byte's range rules out overlong forms (after E0
+        // and F0), surrogates (after ED) and code points past U+10FFFF (after F4).
+        const unsigned char lead = p[i];
+        std::size_t length = 0;
+        unsigned char low = 0x80;
+        unsigned char high = 0xBF;
+        if (lead >= 0xC2 && lead <= 0xDF) {
+            length = 2;
+        } else if (lead >= 0xE0 && lead <= 0xEF) {
+            length = 3;
+            if (lead == 0xE0) low = 0xA0;
+            if (lead == 0xED) high = 0x9F;
+        } else if (lead >= 0xF0 && lead <= 0xF4) {
+            length = 4;
+            if (lead == 0xF0) low = 0x90;
+            if (lead == 0xF4) high = 0x8F;
+        } else {
+            return i; // a continuation byte without a lead, C0, C1 or F5 to FF
+        }
+        if (i + 1 >= n || p[i + 1] < low || p[i + 1] > high) return i;
+        for (std::size_t k = 2; k < length; ++k)
+            if (i + k >= n || (p[i + k] & 0xC0) != 0x80) return i;
+        i += length;
+    }
+    return std::string_view::npos;
 }
 
 std::size_t dbcsWidth(std::string_view s)

@@ -38,6 +38,11 @@ bool containsText(std::string_view haystack, std::string_view needle);
 // Number of characters (code points) of a UTF-8 text.
 std::size_t utf8Length(std::string_view s);
 
+// Where the first byte that is not part of well-formed UTF-8 stands (an overlong form, a
+// surrogate, a code point past U+10FFFF, a truncated sequence, a stray continuation byte), or
+// npos when the whole text is well-formed. ASCII is checked eight bytes at a time.
+std::size_t invalidUtf8At(std::string_view s);
+
 // Width of a text in the double-byte code page: ASCII counts 1, any other character 2.
 std::size_t dbcsWidth(std::string_view s);
 

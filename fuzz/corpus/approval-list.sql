@@ -1,0 +1,1 @@
+select * from T_Pos_VipRecord where 1=1 and FCardId ='9000' and FVipName ='张' and FModifyDate >='2026-11-01' and FCardStatus ='1' and FBranchno ='01' and mobile ='139'

@@ -1,0 +1,1 @@
+UPDATE T_Pos_VipRecord SET FVipEndDate='2027-02-28' WHERE FCardId='A'01'

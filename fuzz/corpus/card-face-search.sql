@@ -1,0 +1,1 @@
+select * from T_Pos_VipRecord where  FCardFlowno='9000000001' or mobile='9000000001'

@@ -1,0 +1,1 @@
+UPDATE T_Pos_VipRecord SET password='p'ss' WHERE FCardId='9000000001'

@@ -1,0 +1,1 @@
+select * from T_Pos_VipRecord where  (FCardId='139'0001' or mobile='139'0001') and FDeleted=0 

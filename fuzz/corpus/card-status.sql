@@ -1,0 +1,1 @@
+UPDATE T_Pos_VipRecord SET FCardStatus='2' WHERE FCardId='9000000001'

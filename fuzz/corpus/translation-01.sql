@@ -1,0 +1,1 @@
+select FAccNum-FDecNum as LeavePoint,* from T_Pos_VipRecord where FCardId='A1'

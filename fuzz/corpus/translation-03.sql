@@ -1,0 +1,1 @@
+select IsNull(FValue,'') as FValue from t_systemprofile where FCategory='VIP'

@@ -1,0 +1,1 @@
+select * from x where FEndDate>=convert(varchar(10),getdate(),120)

@@ -1,0 +1,1 @@
+select * from x where FEndDate >= substr(CAST((ormex_getdate()) AS TEXT), 1, 10)

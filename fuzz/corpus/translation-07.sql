@@ -1,0 +1,1 @@
+select 1 from x where  convert(float,dbo.f_decrypt(FResidualAmt)) >= 100

@@ -1,0 +1,1 @@
+select 1 from x where CAST((ormex_f_decrypt(FResidualAmt)) AS REAL) >= 100

@@ -1,0 +1,1 @@
+select 1 from x where  datediff(day,getdate(),FVipEndDate)>0

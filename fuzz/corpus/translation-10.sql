@@ -1,0 +1,1 @@
+select 1 from x where ormex_datediff_day(ormex_getdate(), FVipEndDate) > 0

@@ -1,0 +1,1 @@
+select [FName] from dbo.t_stock where FNumber like '01_%'

@@ -1,0 +1,1 @@
+select FCardId from T where FCardId in ( 'a' , 'b' ) and name = '张'

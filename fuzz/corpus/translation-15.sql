@@ -1,0 +1,1 @@
+select len(FVipName), substring(FCardId,1,2), cast(FAccNum as int), convert(varchar(20),FAccNum) from T

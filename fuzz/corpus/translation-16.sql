@@ -1,0 +1,1 @@
+select length(rtrim(FVipName)) , substr(FCardId , 1 , 2) , CAST((FAccNum) AS INTEGER) , substr(CAST((FAccNum) AS TEXT), 1, 20) from T

@@ -1,0 +1,1 @@
+SELECT COUNT(*) AS n FROM T WHERE FDate>=convert(datetime,'2026-01-01') AND x<>'it''s'

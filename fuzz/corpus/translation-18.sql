@@ -1,0 +1,1 @@
+SELECT count(*) AS n FROM T WHERE FDate >= ('2026-01-01') AND x <> 'it''s'

@@ -1,0 +1,1 @@
+insert T_Pos_AddMoneyList(FCardId, FPlusAmt) select 'A',1

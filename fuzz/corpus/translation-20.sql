@@ -1,0 +1,1 @@
+INSERT INTO T_Pos_AddMoneyList (FCardId , FPlusAmt) VALUES ('A' , 1)

@@ -1,0 +1,1 @@
+insert T(a,b) select case when 1>2 then isnull(null,1) else (select 2) end, -1

@@ -1,0 +1,1 @@
+INSERT INTO T (a , b) VALUES (case when 1 > 2 then ifnull(null, 1) else ( select 2 ) end , - 1)

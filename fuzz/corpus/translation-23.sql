@@ -1,0 +1,1 @@
+insert T(a) select x from U

@@ -1,0 +1,1 @@
+INSERT INTO T (a) select x from U

@@ -1,0 +1,1 @@
+insert T(a) select 1 one

@@ -1,0 +1,1 @@
+insert T(a) select distinct x from U

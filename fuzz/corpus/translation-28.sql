@@ -1,0 +1,1 @@
+INSERT INTO T (a) select distinct x from U

@@ -1,0 +1,1 @@
+INSERT INTO T (a) select 1 union select 2

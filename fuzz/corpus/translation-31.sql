@@ -1,0 +1,2 @@
+Insert Into T_Pos_VipGift(FItemNum)
+Values('1')

@@ -1,0 +1,1 @@
+INSERT INTO T_Pos_VipGift (FItemNum) Values ( '1' )

@@ -1,0 +1,1 @@
+delete T_Pos_VipGift where FItemID=5

@@ -1,0 +1,1 @@
+Delete from T_Pos_VipGift

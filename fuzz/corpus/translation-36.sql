@@ -1,0 +1,1 @@
+DELETE FROM T_Pos_VipGift

@@ -1,0 +1,1 @@
+If Not Exists(select 1 from T where a='x')

@@ -1,0 +1,1 @@
+SELECT CASE WHEN (( select v from P ) = '01' or @slot0 = 1) THEN 1 ELSE 0 END

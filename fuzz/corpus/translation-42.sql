@@ -1,0 +1,1 @@
+declare @a int, @b int

@@ -1,0 +1,1 @@
+if exists(select 1 from T where FCardId='C

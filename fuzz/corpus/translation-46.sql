@@ -1,0 +1,1 @@
+UPDATE T set x = x + ?1 where FCardId = ?2 and y = ?3

@@ -1,0 +1,1 @@
+SELECT CASE WHEN (exists ( select ?1 from T where FCardId = ?2 )) THEN 1 ELSE 0 END

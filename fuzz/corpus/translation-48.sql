@@ -1,0 +1,1 @@
+UPDATE T set x = x + 1.5 where FCardId = 'C1' and y = @slot0

@@ -1,0 +1,1 @@
+select 'A' as kind , 1 , FName from t_Item where FNumber = ?1 and FItemID in ( select FItemID from x where y = ?2 ) order by 2 , case when FName = 'z' then 1 else 0 end

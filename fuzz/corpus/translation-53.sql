@@ -1,0 +1,1 @@
+UPDATE T set x = substr(CAST((y) AS TEXT), 1, 20) where c = 'B'

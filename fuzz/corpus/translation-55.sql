@@ -1,0 +1,1 @@
+select 'one' , x from T where c = 'A'

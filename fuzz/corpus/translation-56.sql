@@ -1,0 +1,1 @@
+select 'two' , x from T where c = 'B'
