@@ -94,7 +94,7 @@ public:
             throw std::runtime_error("cannot open " + path.string() + ": " + reason);
         }
         sqlite3_busy_timeout(m_db, 10000);
-        if (sqlite3_exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;",
+        if (sqlite3_exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;",
                          nullptr, nullptr, nullptr) != SQLITE_OK)
             fail("cannot set up the connection");
     }

@@ -6,8 +6,7 @@ namespace ormex::bench {
 
 namespace {
 
-constexpr const char* kPragmas =
-    "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;";
+constexpr const char* kPragmas = "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;";
 
 } // namespace
 

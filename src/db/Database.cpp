@@ -24,8 +24,10 @@ std::unique_ptr<Database> Database::open(const std::string& path, OpenMode mode)
     std::unique_ptr<Database> db(new Database(path, handle));
     // Several operator processes share one file: wait for each other instead of failing at once.
     db->setBusyTimeout(kBusyTimeout);
+    // The file holds money: synchronous=FULL syncs the write-ahead log at every commit, so a
+    // commit that returned survives a power cut (with NORMAL the last ones may roll back).
     try {
-        db->executeNative("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;");
+        db->executeNative("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;");
     } catch (const BusyError&) {
         throw;
     } catch (const DbError& error) {

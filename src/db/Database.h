@@ -13,6 +13,7 @@ struct sqlite3;
 // A connection to one SQLite database file that runs the system's T-SQL with the server's
 // meaning. query() runs one SELECT and returns its rows; execute() runs a statement batch (the
 // module's statements joined by CR LF, no semicolons) in one transaction: all of it or none of it.
+// A transaction that committed is on the disk: it survives a killed process and a power cut.
 // Several operators' processes share a file and take turns writing: a connection that finds the
 // database locked waits for it, up to its busy timeout, then throws BusyError (nothing written).
 namespace ormex::db {

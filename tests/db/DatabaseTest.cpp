@@ -52,6 +52,7 @@ TEST(Database, EveryConnectionSharesTheFileAndKnowsTheFunctions)
     ormex::test::ScopedClock clock(2026, 3, 4, 5, 6, 7);
     TestDatabase t;
     EXPECT_EQ(pragma(t.db(), "journal_mode"), "wal");
+    EXPECT_EQ(pragma(t.db(), "synchronous"), "2") << "FULL: a commit survives a power cut";
     // Operators' processes wait for each other's batches rather than give up at once.
     EXPECT_GE(std::stoi(pragma(t.db(), "busy_timeout")), 10000);
 
