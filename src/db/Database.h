@@ -26,10 +26,11 @@ public:
         Create,    // creates the file when missing (the schema is not applied)
     };
 
-    // How long a connection waits for another one's lock by default. The longest batches of the
-    // screens (a recharge or a points run over every card) hold the lock for a few seconds; a
-    // single card's save for milliseconds.
-    static constexpr std::chrono::milliseconds kBusyTimeout{10000};
+    // How long a connection waits for another one's lock by default. A single card's save holds
+    // the lock for a millisecond or two, but the longest batches of the screens (points turned
+    // into stored value, or a recharge, over 100,000 cards) hold it for ten seconds and more, and
+    // an operator's save queued behind one of them must still go through.
+    static constexpr std::chrono::milliseconds kBusyTimeout{30000};
 
     // Throws OpenError, or BusyError when another connection keeps the file locked.
     static std::unique_ptr<Database> open(const std::string& path, OpenMode mode = OpenMode::MustExist);
