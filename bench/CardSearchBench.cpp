@@ -93,8 +93,8 @@ public:
             sqlite3_close(m_db);
             throw std::runtime_error("cannot open " + path.string() + ": " + reason);
         }
-        sqlite3_busy_timeout(m_db, 10000);
-        if (sqlite3_exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;",
+        sqlite3_busy_timeout(m_db, static_cast<int>(Database::kBusyTimeout.count()));
+        if (sqlite3_exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;",
                          nullptr, nullptr, nullptr) != SQLITE_OK)
             fail("cannot set up the connection");
     }

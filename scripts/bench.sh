@@ -71,6 +71,7 @@ def table(title, headers, rows):
         print(line(r))
 
 
+batch_runs = list(runs(sys.argv[1]))
 batch = [
     [
         b["name"].split("/")[0],
@@ -83,13 +84,37 @@ batch = [
         f"{b['batch_mb']:.1f}",
         f"{b['peak_extra_mb']:.1f}",
     ]
-    for b in runs(sys.argv[1])
+    for b in batch_runs
+    if "exec_ms" in b
 ]
 table(
     "Batches: T-SQL executor vs native SQLite floor (same row changes, one transaction per batch;"
     " the single-card shapes send one batch per card)",
     ["shape", "cards", "executor ms", "floor ms", "ratio", "us/card", "floor us/card", "batch MB", "peak extra MB"],
     batch,
+)
+
+sync = [
+    [
+        b["name"].split("/")[0],
+        f"{b['commits']:.0f}",
+        f"{b['normal_us']:.0f}",
+        f"{b['full_us']:.0f}",
+        f"{b['full_vs_normal']:.1f}",
+        f"{b['floor_normal_us']:.0f}",
+        f"{b['floor_full_us']:.0f}",
+        f"{b['floor_full_vs_normal']:.1f}",
+        f"{b['ratio_full']:.2f}",
+    ]
+    for b in batch_runs
+    if "full_us" in b
+]
+table(
+    "Commits: synchronous=NORMAL vs FULL (the system's setting), executor and native SQLite floor"
+    " (per commit, one transaction per card)",
+    ["shape", "commits", "NORMAL us", "FULL us", "FULL/NORMAL", "floor NORMAL us", "floor FULL us",
+     "floor FULL/NORMAL", "FULL exec/floor"],
+    sync,
 )
 
 search = [

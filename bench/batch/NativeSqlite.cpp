@@ -2,12 +2,13 @@
 
 #include <stdexcept>
 
+#include "db/Database.h"
+
 namespace ormex::bench {
 
 namespace {
 
-constexpr const char* kPragmas =
-    "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;";
+constexpr const char* kPragmas = "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;";
 
 } // namespace
 
@@ -34,7 +35,7 @@ Connection::Connection(const std::filesystem::path& path, int flags)
         throw std::runtime_error("cannot open " + path.string() + ": " + reason);
     }
     // The executor's connection settings (Database::open).
-    sqlite3_busy_timeout(m_db, 10000);
+    sqlite3_busy_timeout(m_db, static_cast<int>(ormex::db::Database::kBusyTimeout.count()));
     exec(m_db, kPragmas);
 }
 

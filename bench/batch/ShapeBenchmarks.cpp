@@ -17,6 +17,7 @@ namespace {
     registerShape("SingleRecharge", kSingleRecharge);
     registerShape("CardOperations", kCardOperations);
     registerShape("SettingsBatch", kSettingsBatch);
+    registerCommitSync("SingleRechargeSync", kSingleRecharge);
     return true;
 }();
 

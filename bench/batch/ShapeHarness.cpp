@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -171,6 +172,15 @@ void runFloor(const Shape& shape, const Floor& floor, sqlite3* db)
     });
 }
 
+// Both sides start from a copy of the template.
+void freshCopies(const Template& t, std::initializer_list<fs::path> paths)
+{
+    for (const auto& path : paths) {
+        removeDatabase(path);
+        fs::copy_file(t.path, path, fs::copy_options::overwrite_existing);
+    }
+}
+
 void runShape(benchmark::State& state, const Shape* shape)
 {
     const long cards = static_cast<long>(state.range(0));
@@ -198,10 +208,7 @@ void runShape(benchmark::State& state, const Shape* shape)
     for (auto _ : state) {
         state.PauseTiming();
         try {
-            for (const auto& path : {executed, floor}) {
-                removeDatabase(path);
-                fs::copy_file(t->path, path, fs::copy_options::overwrite_existing);
-            }
+            freshCopies(*t, {executed, floor});
             auto db = Database::open(executed.string());
             double floorSeconds = 0;
             {
@@ -251,6 +258,86 @@ void runShape(benchmark::State& state, const Shape* shape)
     state.counters["peak_extra_mb"] = peak / kMiB;
 }
 
+// The time of one synchronous setting: the executor's and the floor's over all runs.
+struct SyncTimes
+{
+    double exec = 0;
+    double floor = 0;
+};
+
+// A shape sent one card at a time, run under synchronous=NORMAL and under FULL (the system's
+// setting) by the executor and by the floor, one after the other in every iteration: what syncing
+// the write-ahead log at every commit costs, next to what it costs raw SQLite. The reported time
+// is the executor's under FULL.
+void runCommitSync(benchmark::State& state, const Shape* shape)
+{
+    const long cards = static_cast<long>(state.range(0));
+    const Template* t = nullptr;
+    try {
+        t = &templateFor(cards, shape->fixture);
+    } catch (const std::exception& error) {
+        state.SkipWithError(error.what());
+        return;
+    }
+    const std::vector<std::string>& batches = batchesFor(*shape, cards, *t);
+    const Floor floorRun = shape->floor(t->cards);
+    const fs::path executed = tempFile(std::to_string(cards) + "-sync-exec");
+    const fs::path floor = tempFile(std::to_string(cards) + "-sync-floor");
+    files().paths.push_back(executed);
+    files().paths.push_back(floor);
+
+    SyncTimes normal, full;
+    long runs = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        try {
+            for (SyncTimes* times : {&normal, &full}) {
+                const std::string pragma =
+                    std::string("PRAGMA synchronous=") + (times == &full ? "FULL" : "NORMAL");
+                freshCopies(*t, {executed, floor});
+                {
+                    Connection native(floor);
+                    exec(native.handle(), pragma);
+                    const auto start = SteadyClock::now();
+                    runFloor(*shape, floorRun, native.handle());
+                    times->floor += seconds(SteadyClock::now() - start);
+                }
+                auto db = Database::open(executed.string());
+                db->executeNative(pragma);
+                if (times == &full) state.ResumeTiming();
+                const auto start = SteadyClock::now();
+                for (const std::string& batch : batches)
+                    db->execute(batch);
+                times->exec += seconds(SteadyClock::now() - start);
+                if (times == &full) state.PauseTiming();
+                db.reset();
+                const std::string difference = compare(executed, floor, runs == 0);
+                if (!difference.empty())
+                    throw std::runtime_error("the floor's rows differ from the executor's: " + difference);
+            }
+            ++runs;
+        } catch (const std::exception& error) {
+            state.SkipWithError(error.what());
+            break;
+        }
+        state.ResumeTiming();
+    }
+    for (const auto& path : {executed, floor})
+        removeDatabase(path);
+    if (runs == 0) return;
+
+    const double commits = static_cast<double>(batches.size()) * static_cast<double>(runs);
+    state.counters["commits"] = static_cast<double>(batches.size());
+    state.counters["normal_us"] = normal.exec * 1e6 / commits;
+    state.counters["full_us"] = full.exec * 1e6 / commits;
+    state.counters["floor_normal_us"] = normal.floor * 1e6 / commits;
+    state.counters["floor_full_us"] = full.floor * 1e6 / commits;
+    state.counters["full_vs_normal"] = normal.exec > 0 ? full.exec / normal.exec : 0;
+    state.counters["floor_full_vs_normal"] = normal.floor > 0 ? full.floor / normal.floor : 0;
+    state.counters["ratio_normal"] = normal.floor > 0 ? normal.exec / normal.floor : 0;
+    state.counters["ratio_full"] = full.floor > 0 ? full.exec / full.floor : 0;
+}
+
 } // namespace
 
 bool isOwnBranch(sqlite3* db)
@@ -277,6 +364,12 @@ void registerShape(const char* name, const Shape& shape)
     // One batch and one commit per card: 100,000 commits would take too long for what they add.
     if (!shape.perCard) b->Arg(100000);
     b->Unit(benchmark::kMillisecond);
+}
+
+void registerCommitSync(const char* name, const Shape& shape)
+{
+    // 1,000 commits per setting: enough to average the disk's syncs, few enough to run in seconds.
+    benchmark::RegisterBenchmark(name, runCommitSync, &shape)->Arg(1000)->Unit(benchmark::kMillisecond);
 }
 
 } // namespace ormex::bench

@@ -123,4 +123,13 @@ bool isOwnBranch(sqlite3* db);
 // sent one card at a time).
 void registerShape(const char* name, const Shape& shape);
 
+// The benchmark `name` of a shape sent one card at a time, over 1,000 cards, under
+// synchronous=NORMAL and FULL, executor and floor. Its counters:
+//   commits                        transactions per run (one per card)
+//   normal_us, full_us             executor time per commit under each setting
+//   floor_normal_us, floor_full_us the floor's time per commit under each setting
+//   full_vs_normal                 executor FULL / NORMAL; floor_full_vs_normal the same for the floor
+//   ratio_normal, ratio_full       executor / floor under each setting
+void registerCommitSync(const char* name, const Shape& shape);
+
 } // namespace ormex::bench

@@ -97,6 +97,8 @@ void BatchRunner::compile(const BatchProgram& program)
             if (shape < kKeptCompiled) m_compiled[shape] = std::move(compiled);
         } catch (const SqliteStatement::SyntaxError& error) {
             throw ParseError(program.line(first), "not understood: " + std::string(error.what()));
+        } catch (const BusyError&) {
+            throw;
         } catch (const DbError& error) {
             throw StatementError(program.line(first), program.statementText(first), error.what());
         }
@@ -146,6 +148,8 @@ platform::Value BatchRunner::run(const BatchProgram& program, const Step& step, 
         while (row)
             row = statement->step();
         return value;
+    } catch (const BusyError&) {
+        throw; // not the statement's fault: the same batch may run once the lock is free
     } catch (const DbError& error) {
         throw StatementError(program.line(step), program.statementText(step), error.what());
     }

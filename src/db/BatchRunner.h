@@ -23,8 +23,9 @@ public:
     ~BatchRunner();
     BatchRunner(const BatchRunner&) = delete;
     BatchRunner& operator=(const BatchRunner&) = delete;
-    // Throws ParseError when SQLite finds a statement unreadable (nothing ran), StatementError
-    // naming the statement that could not be compiled or failed.
+    // Throws ParseError when SQLite finds a statement unreadable (nothing ran), BusyError when the
+    // database stayed locked by another connection, StatementError naming the statement that could
+    // not be compiled or failed.
     void run(const BatchProgram& program);
 
 private:

@@ -23,9 +23,13 @@ std::unique_ptr<Database> Database::open(const std::string& path, OpenMode mode)
     }
     std::unique_ptr<Database> db(new Database(path, handle));
     // Several operator processes share one file: wait for each other instead of failing at once.
-    sqlite3_busy_timeout(handle, 10000);
+    db->setBusyTimeout(kBusyTimeout);
+    // The file holds money: synchronous=FULL syncs the write-ahead log at every commit, so a
+    // commit that returned survives a power cut (with NORMAL the last ones may roll back).
     try {
-        db->executeNative("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;");
+        db->executeNative("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;");
+    } catch (const BusyError&) {
+        throw;
     } catch (const DbError& error) {
         throw OpenError("cannot open database " + path + ": " + error.what());
     }
@@ -34,6 +38,11 @@ std::unique_ptr<Database> Database::open(const std::string& path, OpenMode mode)
 }
 
 Database::Database(std::string path, sqlite3* db) : m_path(std::move(path)), m_db(db), m_statements(db) {}
+
+void Database::setBusyTimeout(std::chrono::milliseconds wait)
+{
+    sqlite3_busy_timeout(m_db, static_cast<int>(wait.count()));
+}
 
 Database::~Database()
 {
@@ -65,6 +74,8 @@ platform::Recordset Database::query(std::string_view sql)
         return platform::Recordset(std::move(columns), std::move(rows));
     } catch (const SqliteStatement::SyntaxError& error) {
         throw ParseError(1, "not understood: " + std::string(error.what()));
+    } catch (const BusyError&) {
+        throw;
     } catch (const DbError& error) {
         throw StatementError(1, std::string(sql), error.what());
     }
@@ -81,10 +92,11 @@ void Database::execute(std::string_view batch)
 void Database::executeNative(std::string_view script)
 {
     char* err = nullptr;
-    if (sqlite3_exec(m_db, std::string(script).c_str(), nullptr, nullptr, &err) != SQLITE_OK) {
+    const int rc = sqlite3_exec(m_db, std::string(script).c_str(), nullptr, nullptr, &err);
+    if (rc != SQLITE_OK) {
         std::string reason = err ? err : sqlite3_errmsg(m_db);
         sqlite3_free(err);
-        throw DbError(reason);
+        throwSqliteError(rc, reason);
     }
 }
 

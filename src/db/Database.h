@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -12,6 +13,9 @@ struct sqlite3;
 // A connection to one SQLite database file that runs the system's T-SQL with the server's
 // meaning. query() runs one SELECT and returns its rows; execute() runs a statement batch (the
 // module's statements joined by CR LF, no semicolons) in one transaction: all of it or none of it.
+// A transaction that committed is on the disk: it survives a killed process and a power cut.
+// Several operators' processes share a file and take turns writing: a connection that finds the
+// database locked waits for it, up to its busy timeout, then throws BusyError (nothing written).
 namespace ormex::db {
 
 class Database
@@ -22,7 +26,13 @@ public:
         Create,    // creates the file when missing (the schema is not applied)
     };
 
-    // Throws OpenError.
+    // How long a connection waits for another one's lock by default. A single card's save holds
+    // the lock for a millisecond or two, but the longest batches of the screens (points turned
+    // into stored value, or a recharge, over 100,000 cards) hold it for ten seconds and more, and
+    // an operator's save queued behind one of them must still go through.
+    static constexpr std::chrono::milliseconds kBusyTimeout{30000};
+
+    // Throws OpenError, or BusyError when another connection keeps the file locked.
     static std::unique_ptr<Database> open(const std::string& path, OpenMode mode = OpenMode::MustExist);
     ~Database();
     Database(const Database&) = delete;
@@ -30,15 +40,19 @@ public:
 
     const std::string& path() const { return m_path; }
 
-    // Runs one T-SQL SELECT of the dialect. Throws ParseError or StatementError.
+    // How long a statement of this connection waits for another connection's lock before it
+    // gives up with BusyError.
+    void setBusyTimeout(std::chrono::milliseconds wait);
+
+    // Runs one T-SQL SELECT of the dialect. Throws ParseError, BusyError or StatementError.
     platform::Recordset query(std::string_view sql);
 
-    // Parses the whole batch, then runs it in one transaction. Throws ParseError (nothing ran) or
-    // StatementError (everything rolled back).
+    // Parses the whole batch, then runs it in one transaction. Throws ParseError (nothing ran),
+    // BusyError or StatementError (everything rolled back).
     void execute(std::string_view batch);
 
     // Runs native SQLite script text (schema creation, bulk loading); no dialect translation.
-    // Throws DbError.
+    // Throws BusyError or DbError.
     void executeNative(std::string_view script);
 
     // The underlying handle, for prepared bulk inserts by the generators.

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 // Typed errors of the database layer. The layer never shows anything to an operator: it throws,
 // and the caller decides what the operator sees.
@@ -18,6 +19,21 @@ class OpenError : public DbError
 {
 public:
     using DbError::DbError;
+};
+
+// Another connection held the database locked for longer than this connection waits for it
+// (Database::setBusyTimeout). The transaction was rolled back, so nothing of it was written, and
+// the connection stays usable: the same work may simply be tried again.
+// what(): the text the operator reads; reason(): SQLite's own ("database is locked").
+class BusyError : public DbError
+{
+public:
+    static constexpr const char* kMessage = "数据库正忙，请稍后再试！";
+    explicit BusyError(std::string reason) : DbError(kMessage), m_reason(std::move(reason)) {}
+    const std::string& reason() const { return m_reason; }
+
+private:
+    std::string m_reason;
 };
 
 // The batch holds text outside the dialect. Nothing of the batch ran.

@@ -15,6 +15,13 @@ bool isSyntaxError(const std::string& reason)
 
 } // namespace
 
+void throwSqliteError(int resultCode, const std::string& reason)
+{
+    const int primary = resultCode & 0xff; // extended codes keep the primary one in the low byte
+    if (primary == SQLITE_BUSY || primary == SQLITE_LOCKED) throw BusyError(reason);
+    throw DbError(reason);
+}
+
 SqliteStatement::SqliteStatement(sqlite3* db, const std::string& sql) : m_db(db)
 {
     int rc = SQLITE_OK;
@@ -27,7 +34,7 @@ SqliteStatement::SqliteStatement(sqlite3* db, const std::string& sql) : m_db(db)
         sqlite3_finalize(m_stmt);
         m_stmt = nullptr;
         if (isSyntaxError(reason)) throw SyntaxError(reason);
-        throw DbError(reason);
+        throwSqliteError(rc, reason);
     }
 }
 
@@ -76,7 +83,7 @@ bool SqliteStatement::step()
     const int rc = sqlite3_step(m_stmt);
     if (rc == SQLITE_ROW) return true;
     if (rc == SQLITE_DONE) return false;
-    throw DbError(sqlite3_errmsg(m_db));
+    throwSqliteError(rc, sqlite3_errmsg(m_db));
 }
 
 int SqliteStatement::columnCount() const

@@ -12,6 +12,11 @@ struct sqlite3_stmt;
 // A prepared SQLite statement that finalizes itself.
 namespace ormex::db {
 
+// Throws the error of a failed SQLite call: BusyError when the database was locked by another
+// connection (SQLITE_BUSY) or a table by this one (SQLITE_LOCKED), DbError with the reason
+// otherwise.
+[[noreturn]] void throwSqliteError(int resultCode, const std::string& reason);
+
 class SqliteStatement
 {
 public:
@@ -22,7 +27,7 @@ public:
         using DbError::DbError;
     };
 
-    // Throws SyntaxError or DbError with SQLite's reason when the text does not compile.
+    // Throws SyntaxError, BusyError or DbError with SQLite's reason when the text does not compile.
     SqliteStatement(sqlite3* db, const std::string& sql);
     ~SqliteStatement();
     SqliteStatement(const SqliteStatement&) = delete;
@@ -36,7 +41,7 @@ public:
     void reset();
     // Forgets every bound value (so that none points into text that is gone).
     void clearBindings();
-    // Steps once; true while a row is available. Throws DbError on failure.
+    // Steps once; true while a row is available. Throws BusyError or DbError on failure.
     bool step();
     int columnCount() const;
     std::string columnName(int column) const;

@@ -1,12 +1,16 @@
 // The stored-value screen end to end: finding cards, recharging one or many, converting points,
-// the refusals of the fill settings, and the balance nobody else changed meanwhile.
+// the refusals of the fill settings, the balance nobody else changed meanwhile, and a database
+// kept busy by another operator.
 #include <gtest/gtest.h>
 
 #include <QKeyEvent>
 #include <QMessageBox>
 
+#include <chrono>
+
 #include "StoredValueFixture.h"
 #include "db/Database.h"
+#include "db/SharedDatabases.h"
 #include "host/ui/QtMessageService.h"
 #include "module/Application.h"
 #include "module/frame/FormRegistry.h"
@@ -324,6 +328,35 @@ TEST(StoredValueScreen, ABalanceChangedAfterItWasReadIsNotOverwritten)
     t.host.messages().answer(true);
     t.ok();
     EXPECT_EQ(t.balance("S1"), "120");
+}
+
+TEST(StoredValueScreen, ABusyDatabaseWritesNothingAndTheRechargeCanBeRepeated)
+{
+    StoredValueScreen t({}, kStrictFill);
+    db::sharedDatabase(t.host.config().databasePath()).setBusyTimeout(std::chrono::milliseconds(200));
+    t.screen.tabs()->setTabVisible(0, true);
+    t.open(Screen::SingleTab);
+    t.query(Screen::SingleTab, "S1");
+    t.field("itChargeAmt").setText("100");
+    // Another operator's long batch holds the write lock for longer than the save waits.
+    auto other = db::Database::open(t.host.branch().path());
+    other->executeNative("BEGIN IMMEDIATE");
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.host.messages().texts(),
+              (std::vector<std::string>{"是否确认【单卡充值】?", "数据库正忙，请稍后再试！"}));
+    EXPECT_EQ(t.host.messages().shown().back().kind, test::ScriptedMessageService::Kind::Error);
+    EXPECT_EQ(t.balance("S1"), "50");
+    EXPECT_TRUE(t.moneyRows().empty()) << "nothing of the recharge was written";
+    EXPECT_TRUE(t.host.branch().rows("select FDescription from t_OperLog").empty());
+
+    other->executeNative("COMMIT");
+    t.host.messages().clear();
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{"是否确认【单卡充值】?"});
+    EXPECT_EQ(t.balance("S1"), "150");
+    EXPECT_EQ(t.moneyRows().size(), 1u);
 }
 
 TEST(StoredValueScreen, ALinkedBranchReadsAndReplaysAtHeadquarters)
