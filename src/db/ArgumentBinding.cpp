@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <sqlite3.h>
+#include <stdexcept>
 #include <string>
 
 namespace ormex::db {
@@ -31,10 +32,16 @@ platform::Value number(std::string_view digits)
     return platform::Value(std::strtod(std::string(digits).c_str(), nullptr));
 }
 
+const platform::Value& variable(std::span<const platform::Value> variables, std::size_t slot)
+{
+    if (slot >= variables.size()) throw std::out_of_range("no such variable in the batch");
+    return variables[slot];
+}
+
 } // namespace
 
 platform::Value argumentValue(std::string_view text, const Argument& argument,
-                              const std::vector<platform::Value>& variables)
+                              std::span<const platform::Value> variables)
 {
     switch (argument.kind()) {
     case Argument::Kind::Text:
@@ -44,11 +51,11 @@ platform::Value argumentValue(std::string_view text, const Argument& argument,
     case Argument::Kind::Variable:
         break;
     }
-    return variables.at(argument.at);
+    return variable(variables, argument.at);
 }
 
 void bindArgument(SqliteStatement& statement, int index, std::string_view text, const Argument& argument,
-                  const std::vector<platform::Value>& variables)
+                  std::span<const platform::Value> variables)
 {
     if (argument.kind() == Argument::Kind::Text) {
         const std::string_view literal = text.substr(argument.at, argument.length());
@@ -60,7 +67,7 @@ void bindArgument(SqliteStatement& statement, int index, std::string_view text, 
         }
     }
     if (argument.kind() == Argument::Kind::Variable) {
-        statement.bind(index, variables.at(argument.at));
+        statement.bind(index, variable(variables, argument.at));
         return;
     }
     if (argument.kind() == Argument::Kind::Number) {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <span>
 #include <string_view>
-#include <vector>
 
 #include "Dialect.h"
 #include "SqliteStatement.h"
@@ -14,17 +14,17 @@ namespace ormex::db {
 
 // The value of a literal or variable argument.
 platform::Value argumentValue(std::string_view text, const Argument& argument,
-                              const std::vector<platform::Value>& variables);
+                              std::span<const platform::Value> variables);
 
 template <typename Arguments>
 void bindArguments(SqliteStatement& statement, std::string_view text, const Arguments& arguments,
-                   std::size_t first, std::size_t count, const std::vector<platform::Value>& variables)
+                   std::size_t first, std::size_t count, std::span<const platform::Value> variables)
 {
     for (std::size_t k = 0; k < count; ++k)
         bindArgument(statement, static_cast<int>(k + 1), text, arguments[first + k], variables);
 }
 
 void bindArgument(SqliteStatement& statement, int index, std::string_view text, const Argument& argument,
-                  const std::vector<platform::Value>& variables);
+                  std::span<const platform::Value> variables);
 
 } // namespace ormex::db

@@ -2,10 +2,12 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "BatchMemory.h"
 #include "Dialect.h"
 
 // A parsed batch, ready to run: a flat list of steps over a handful of distinct statement texts
@@ -38,9 +40,15 @@ struct BatchProgram
     // The parameters one statement may take.
     static constexpr std::size_t kMaxArguments = 0xffff;
 
+    BatchProgram() = default;
+    BatchProgram(BatchProgram&&) = default;
+    // Steps and arguments live in the program's own memory: assigning would leave them behind.
+    BatchProgram& operator=(BatchProgram&&) = delete;
+
+    std::unique_ptr<BatchMemory> memory = std::make_unique<BatchMemory>(); // first: it outlives the rest
     std::string_view text; // the batch; steps and arguments point into it
-    std::deque<Step> steps;
-    std::deque<Argument> arguments;
+    std::pmr::deque<Step> steps{memory.get()};
+    std::pmr::deque<Argument> arguments{memory.get()};
     std::vector<std::string> shapes;
     std::vector<std::uint32_t> shapeFirstStep; // the first step of each shape, to name it in errors
     std::size_t slotCount = 0;                 // the batch's variables

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "BatchMemory.h"
 #include "BatchProgram.h"
 #include "SqliteStatement.h"
 #include "StatementCache.h"
@@ -45,7 +46,8 @@ private:
     std::vector<std::unordered_map<std::string, platform::Value>> m_answers; // by shape
     std::string m_key;                                        // the arguments of the query being asked
     std::vector<std::shared_ptr<SqliteStatement>> m_compiled; // by shape; null past kKeptCompiled
-    std::vector<platform::Value> m_variables;                 // by slot
+    BatchMemory m_memory;                                     // for the variables of a long batch
+    std::pmr::vector<platform::Value> m_variables{&m_memory}; // by slot
 };
 
 } // namespace ormex::db

@@ -531,7 +531,9 @@ private:
     const Dialect& m_dialect;
     BatchProgram* m_program;
     // Declared variables by name as first written (a view of the text), compared without case.
-    std::unordered_map<std::string_view, std::uint32_t, platform::NoCaseHash, platform::NoCaseEqual> m_slots;
+    BatchMemory m_slotMemory; // a batch over many cards declares a variable or two per card
+    std::pmr::unordered_map<std::string_view, std::uint32_t, platform::NoCaseHash, platform::NoCaseEqual>
+        m_slots{&m_slotMemory};
     std::string_view m_lastName; // the variable last declared or found, and its slot
     long m_lastSlot = -1;
     std::unordered_map<std::string, std::uint32_t> m_shapes; // distinct statement texts
