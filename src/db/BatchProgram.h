@@ -47,8 +47,8 @@ struct BatchProgram
 
     std::unique_ptr<BatchMemory> memory = std::make_unique<BatchMemory>(); // first: it outlives the rest
     std::string_view text; // the batch; steps and arguments point into it
-    std::pmr::deque<Step> steps{memory.get()};
-    std::pmr::deque<Argument> arguments{memory.get()};
+    std::pmr::deque<Step> steps{std::pmr::polymorphic_allocator<Step>(memory.get())};
+    std::pmr::deque<Argument> arguments{std::pmr::polymorphic_allocator<Argument>(memory.get())};
     std::vector<std::string> shapes;
     std::vector<std::uint32_t> shapeFirstStep; // the first step of each shape, to name it in errors
     std::size_t slotCount = 0;                 // the batch's variables

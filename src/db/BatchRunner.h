@@ -47,7 +47,8 @@ private:
     std::string m_key;                                        // the arguments of the query being asked
     std::vector<std::shared_ptr<SqliteStatement>> m_compiled; // by shape; null past kKeptCompiled
     BatchMemory m_memory;                                     // for the variables of a long batch
-    std::pmr::vector<platform::Value> m_variables{&m_memory}; // by slot
+    std::pmr::vector<platform::Value> m_variables{
+        std::pmr::polymorphic_allocator<platform::Value>(&m_memory)}; // by slot
 };
 
 } // namespace ormex::db
