@@ -306,6 +306,10 @@ private:
     {
         static constexpr std::string_view kExpressionWords[] = {
             "case", "when", "then", "else", "end", "null", "and", "or", "not", "is", "like", "in", "between"};
+        // Clauses and aggregates keep a SELECT even when a parenthesis follows them.
+        static constexpr std::string_view kQueryWords[] = {"from",  "where", "group",   "having", "order",
+                                                           "union", "count", "sum",     "avg",    "min",
+                                                           "max",   "top",   "distinct"};
         if (begin >= end) return false;
         int depth = 0;
         for (std::size_t i = begin; i < end; ++i) {
@@ -313,6 +317,9 @@ private:
             if (t.isSymbol("(")) ++depth;
             if (t.isSymbol(")")) --depth;
             if (depth > 0 || t.kind != Token::Kind::Word) continue;
+            if (std::any_of(std::begin(kQueryWords), std::end(kQueryWords),
+                            [&](std::string_view word) { return t.isWord(word); }))
+                return false;
             if (i + 1 < end && m_tokens[i + 1].isSymbol("(")) continue; // a function
             if (std::none_of(std::begin(kExpressionWords), std::end(kExpressionWords),
                              [&](std::string_view word) { return t.isWord(word); }))

@@ -76,6 +76,8 @@ TEST(DialectTranslation, StatementsAreNormalised)
         {"insert T(a) select 1 one", "INSERT INTO T (a) select 1 one"},
         {"insert T(a) select distinct x from U", "INSERT INTO T (a) select distinct x from U"},
         {"insert T(a) select 1 union select 2", "INSERT INTO T (a) select 1 union select 2"},
+        {"insert T(a) select 1 where (1=1)", "INSERT INTO T (a) select 1 where ( 1 = 1 )"},
+        {"insert T(a) select max(2)", "INSERT INTO T (a) select max(2)"},
         {"Insert Into T_Pos_VipGift(FItemNum)\r\nValues('1')",
          "INSERT INTO T_Pos_VipGift (FItemNum) Values ( '1' )"},
         {"delete T_Pos_VipGift where FItemID=5", "DELETE FROM T_Pos_VipGift where FItemID = 5"},
