@@ -292,6 +292,7 @@ CREATE TABLE IF NOT EXISTS t_HqReplay (
     FOrigin    TEXT COLLATE BINARY NOT NULL,
     FSeq       INTEGER NOT NULL,
     FBranchNo  TEXT COLLATE NOCASE,
+    FDigest    TEXT COLLATE BINARY, -- fingerprint of the replayed text
     FDate      TEXT,
     PRIMARY KEY (FOrigin, FSeq)
 );

@@ -130,6 +130,16 @@ std::size_t utf8Length(std::string_view s)
     return n;
 }
 
+std::string firstCharacters(std::string_view s, std::size_t count)
+{
+    std::size_t characters = 0;
+    for (std::size_t i = 0; i < s.size(); ++i) {
+        const auto c = static_cast<unsigned char>(s[i]);
+        if ((c & 0xC0) != 0x80 && characters++ == count) return std::string(s.substr(0, i));
+    }
+    return std::string(s);
+}
+
 std::size_t invalidUtf8At(std::string_view s)
 {
     const auto* p = reinterpret_cast<const unsigned char*>(s.data());

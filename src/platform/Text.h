@@ -37,6 +37,8 @@ bool containsText(std::string_view haystack, std::string_view needle);
 
 // Number of characters (code points) of a UTF-8 text.
 std::size_t utf8Length(std::string_view s);
+// The first `count` characters of a UTF-8 text (all of it when it is shorter), never cutting one.
+std::string firstCharacters(std::string_view s, std::size_t count);
 
 // Where the first byte that is not part of well-formed UTF-8 stands (an overlong form, a
 // surrogate, a code point past U+10FFFF, a truncated sequence, a stray continuation byte), or

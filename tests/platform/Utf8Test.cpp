@@ -4,6 +4,7 @@
 
 #include "platform/Text.h"
 
+using ormex::platform::firstCharacters;
 using ormex::platform::invalidUtf8At;
 
 TEST(Utf8, TheFirstMalformedByteIsFoundWhateverRunsBeforeIt)
@@ -26,4 +27,12 @@ TEST(Utf8, TheFirstMalformedByteIsFoundWhateverRunsBeforeIt)
     EXPECT_EQ(invalidUtf8At("ab\xF4\x90\x80\x80"), 2u); // past U+10FFFF
     EXPECT_EQ(invalidUtf8At("ab\xF0\x90\x80"), 2u);     // cut short
     EXPECT_EQ(invalidUtf8At("ab\xE7\xA7\x41"), 2u);     // cut short by ASCII
+}
+
+TEST(Utf8, FirstCharactersNeverCutsOne)
+{
+    EXPECT_EQ(firstCharacters("总部数据库", 2), "总部");
+    EXPECT_EQ(firstCharacters("ab总部", 3), "ab总");
+    EXPECT_EQ(firstCharacters("ab", 5), "ab");
+    EXPECT_EQ(invalidUtf8At(firstCharacters(std::string(399, 'x') + "总部", 400)), std::string::npos);
 }

@@ -31,7 +31,7 @@ void frmMemCardManage::onStatusClicked(int index)
         if (m_task.renew(kCardTask, platform::Value(m_searchKey), info.rightsCode) <= 0) return;
         m_operationCode = info.operationCode;
 
-        if (cardShown() && hq::CheckHQOnline(hq::HQOperation::CardStatus)) {
+        if (cardShown() && hq::CheckHQOnline(hq::HQOperation::CardStatus) && hq::NothingWaitsForHQ()) {
             const int status = static_cast<int>(m_card->value("FCardStatus").toInt());
             switch (operation) {
             case CardOperation::ReportLoss:

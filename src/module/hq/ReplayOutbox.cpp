@@ -1,5 +1,7 @@
 #include "ReplayOutbox.h"
 
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <optional>
 #include <random>
@@ -59,9 +61,10 @@ std::string encodeValue(const platform::Value& value)
     case Type::Int:
         return "I" + std::to_string(value.toInt());
     case Type::Double: {
+        // The shortest text that reads back as the same bits, whatever the process's locale.
         char digits[40];
-        std::snprintf(digits, sizeof digits, "%.17g", value.toDouble());
-        return std::string("D") + digits;
+        const auto end = std::to_chars(digits, digits + sizeof digits, value.toDouble()).ptr;
+        return "D" + std::string(digits, end);
     }
     case Type::Text:
         return "T" + value.toString();
@@ -78,8 +81,13 @@ platform::Value decodeValue(const std::string& text)
         return platform::Value(rest == "1");
     case 'I':
         return platform::Value(std::stoll(rest));
-    case 'D':
-        return platform::Value(std::stod(rest));
+    case 'D': {
+        double number = 0;
+        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
+        if (error != std::errc() || end != rest.data() + rest.size())
+            throw std::runtime_error("a queued read check is damaged");
+        return platform::Value(number);
+    }
     case 'T':
         return platform::Value(rest);
     default:
@@ -87,19 +95,43 @@ platform::Value decodeValue(const std::string& text)
     }
 }
 
+// A fingerprint of the replay (FNV-1a, 64 bits): the same number from the same origin with another
+// text means the branch database was copied or restored, and the change is not the one recorded.
+std::string digest(const std::string& text)
+{
+    std::uint64_t hash = 14695981039346656037ull;
+    for (unsigned char c : text) {
+        hash ^= c;
+        hash *= 1099511628211ull;
+    }
+    char hex[17];
+    std::snprintf(hex, sizeof hex, "%016llx", static_cast<unsigned long long>(hash));
+    return hex;
+}
+
 // The statement that records the replay at headquarters; it comes first in the replay, so a
 // replay headquarters holds already is refused before any of its statements runs.
 std::string replayRecord(const Queued& q)
 {
-    return "insert into t_HqReplay (FOrigin,FSeq,FBranchNo,FDate) values (" + quotedText(q.origin) + "," +
-           q.seq + "," + quotedText(q.branchNo) + ",getdate())";
+    return "insert into t_HqReplay (FOrigin,FSeq,FBranchNo,FDigest,FDate) values (" + quotedText(q.origin) +
+           "," + q.seq + "," + quotedText(q.branchNo) + "," + quotedText(digest(q.batch)) + ",getdate())";
 }
 
+// True when headquarters holds this replay. Throws when it holds another under the same number.
 bool heldByHQ(platform::Connection& connection, const Queued& q)
 {
     const auto rs = connection.openRecordset(
-        "select count(*) as n from t_HqReplay where FOrigin=" + quotedText(q.origin) + " and FSeq=" + q.seq);
-    return !rs.atEnd() && rs.field("n").toInt() > 0;
+        "select FDigest from t_HqReplay where FOrigin=" + quotedText(q.origin) + " and FSeq=" + q.seq);
+    if (rs.atEnd()) return false;
+    if (rs.field("FDigest").toString() != digest(q.batch))
+        throw std::runtime_error(
+            "总部已记录同一编号的另一笔变更（分店数据库可能是复制或恢复的），请与管理员联系");
+    return true;
+}
+
+std::string firstLine(const std::string& text)
+{
+    return text.substr(0, text.find('\n'));
 }
 
 // Applies the change at headquarters unless it holds it already. False with the reason when
@@ -163,14 +195,14 @@ std::string QueueOnHQ(const std::string& statements, HQOperation operation,
 
 ReplayState SendQueuedToHQ()
 {
-    if (!frame::IsHQLinkedBranch()) return QueuedForHQ();
     try {
+        if (!frame::IsHQLinkedBranch()) return QueuedForHQ();
         while (const auto q = oldestQueued()) {
             std::string error;
             if (!applyOnHQ(*q, error)) {
                 // Kept, with what went wrong, for the next attempt; the later changes wait behind it
                 // so that headquarters applies them in the order they were made.
-                if (error.size() > kKeptErrorLength) error = error.substr(0, kKeptErrorLength);
+                error = platform::firstCharacters(firstLine(error), kKeptErrorLength);
                 frame::ExecuteSQL("update t_HqOutbox set FAttempts=FAttempts+1,FLastError=" +
                                   quotedText(error) + " where FSeq=" + q->seq);
                 break;
@@ -181,6 +213,17 @@ ReplayState SendQueuedToHQ()
         // The queue stays as it is; the next attempt starts again from its oldest change.
     }
     return QueuedForHQ();
+}
+
+bool NothingWaitsForHQ()
+{
+    if (!frame::IsHQLinkedBranch()) return true;
+    const ReplayState state = SendQueuedToHQ();
+    if (state.waiting == 0) return true;
+    std::string text = "尚有" + std::to_string(state.waiting) + "笔变更未上传总部，请先上传后再操作！";
+    if (!state.lastError.empty()) text += "\r\n" + state.lastError;
+    frame::Messages().message(text, "提示", platform::MessageIcon::Information);
+    return false;
 }
 
 ReplayState QueuedForHQ()

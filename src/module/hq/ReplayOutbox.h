@@ -32,6 +32,10 @@ struct ReplayState
 ReplayState SendQueuedToHQ();
 // What is queued, without sending. Never throws (an unreadable queue counts as empty).
 ReplayState QueuedForHQ();
+// True outside a linked branch, and inside one when nothing waits for headquarters once what can
+// be sent was sent; else the operator is told why, and false. An operation that reads headquarters' values to
+// compute its change asks first: values read while an earlier change waits would not include it.
+bool NothingWaitsForHQ();
 
 // Read checks as one text for the queue, and back.
 std::string EncodeChecks(const std::vector<platform::ReadCheck>& checks);

@@ -40,7 +40,7 @@ void frmPointManage::onOk()
             prompt = "是否确定对列表中会员进行积分奖励？";
             break;
         case Deduction:
-            if (!hq::CheckHQOnline(hq::HQOperation::PointsDeduction)) return;
+            if (!hq::CheckHQOnline(hq::HQOperation::PointsDeduction) || !hq::NothingWaitsForHQ()) return;
             prompt = "是否确定对列表中会员进行积分冲减";
             break;
         case Clearing:

@@ -10,6 +10,7 @@
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
 #include "module/hq/HqLink.h"
+#include "module/hq/ReplayOutbox.h"
 #include "module/widgets/InputField.h"
 #include "platform/Clock.h"
 #include "platform/DateTime.h"
@@ -187,7 +188,7 @@ void frmPointManage::chooseAuxProp(int row)
 
 bool frmPointManage::confirmExchange(std::string& prompt)
 {
-    if (!hq::CheckHQOnline(hq::HQOperation::GiftExchange)) return false;
+    if (!hq::CheckHQOnline(hq::HQOperation::GiftExchange) || !hq::NothingWaitsForHQ()) return false;
     if (leavePoint() < 0) {
         frame::Messages().message("会员积分不足，不能进行兑换！", "提示", platform::MessageIcon::Information);
         m_itNo[ExchangeTab]->setFocus();

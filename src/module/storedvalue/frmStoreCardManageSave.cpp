@@ -269,7 +269,8 @@ bool frmStoreCardManage::buildPoints(std::string& batch)
 bool frmStoreCardManage::SaveStoredValue(int tab)
 {
     if (!hq::CheckHQOnline(tab == PointsTab ? hq::HQOperation::PointsToStoredValue
-                                            : hq::HQOperation::Recharge))
+                                            : hq::HQOperation::Recharge) ||
+        !hq::NothingWaitsForHQ())
         return false;
     const std::string caption = tabCaption(tab);
     std::string batch;

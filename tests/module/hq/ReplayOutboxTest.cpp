@@ -49,7 +49,8 @@ TEST(ReplayOutbox, ReadChecksKeepTheirValuesAndTypesInTheQueue)
     const std::vector<platform::ReadCheck> checks{{"select a from T where k='x'", "a", platform::Value(12)},
                                                   {"select b from T", "b", platform::Value(0.1 + 0.2)},
                                                   {"select c from T", "c", platform::Value("张'三")},
-                                                  {"select d from T", "d", platform::Value()}};
+                                                  {"select d from T", "d", platform::Value()},
+                                                  {"select e from T", "e", platform::Value(true)}};
     const auto back = DecodeChecks(EncodeChecks(checks));
     ASSERT_EQ(back.size(), checks.size());
     for (std::size_t i = 0; i < checks.size(); ++i) {
@@ -146,9 +147,41 @@ TEST(ReplayOutbox, TwoBranchesReplayingToOneHeadquartersLoseNothing)
               (std::vector<std::string>{"01|2", "02|2"}));
 }
 
-TEST(ReplayOutbox, NothingIsQueuedOutsideALinkedBranch)
+TEST(ReplayOutbox, AnOperationWaitsUntilHeadquartersHoldsTheChangesBeforeIt)
+{
+    LinkedBranch b;
+    b.headquarters(kAway);
+    b.change("update T_Pos_VipRecord set FDecNum=FDecNum+10 where FCardId='C1'");
+    // Values read at headquarters now would not include the waiting change.
+    EXPECT_FALSE(NothingWaitsForHQ());
+    EXPECT_EQ(b.host.messages().last(), "尚有1笔变更未上传总部，请先上传后再操作！\r\n总部数据库无法连接");
+    b.headquarters(kBack);
+    EXPECT_TRUE(NothingWaitsForHQ()) << "what waited is sent first";
+    EXPECT_EQ(b.hqPoints(), 10);
+}
+
+TEST(ReplayOutbox, AChangeFromACopiedBranchDatabaseIsNotTakenForTheOneHeadquartersHolds)
+{
+    LinkedBranch b;
+    b.change("update T_Pos_VipRecord set FDecNum=FDecNum+10 where FCardId='C1'");
+    EXPECT_EQ(SendQueuedToHQ().waiting, 0);
+    // A restored copy of the branch database numbers its next change as the first one again.
+    b.host.branch().exec("insert into t_HqOutbox (FSeq,FOrigin,FBranchNo,FBatch) select 1,FValue,'01',"
+                         "'update T_Pos_VipRecord set FDecNum=FDecNum+99' from t_SystemProfile "
+                         "where FKey='HqReplayOrigin'");
+    const ReplayState state = SendQueuedToHQ();
+    EXPECT_EQ(state.waiting, 1) << "kept, not dropped as if applied";
+    EXPECT_NE(state.lastError.find("复制或恢复"), std::string::npos) << state.lastError;
+    EXPECT_EQ(b.hqPoints(), 10);
+}
+
+TEST(ReplayOutbox, NothingIsQueuedOrSentOutsideALinkedBranch)
 {
     test::TestHost host({.isBranch = true, .svCardShareType = false, .withHeadquarters = true});
     EXPECT_EQ(QueueOnHQ("update T set a=1", HQOperation::Recharge), "");
-    EXPECT_EQ(SendQueuedToHQ().waiting, 0);
+    host.branch().exec(
+        "insert into t_HqOutbox (FOrigin,FBatch) values ('o','insert into t_Log (FUserID) values (1)')");
+    EXPECT_EQ(SendQueuedToHQ().waiting, 1);
+    EXPECT_TRUE(NothingWaitsForHQ());
+    EXPECT_EQ(host.hq().scalar("select count(*) from t_Log").toInt(), 0);
 }
