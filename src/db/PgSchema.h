@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "PgDatabase.h"
+
+// The member-card schema on a PostgreSQL server, translated from the SQLite schema text so that
+// the two engines always hold the same tables, columns, defaults, keys and indexes.
+namespace ormex::db {
+
+// The schema text for PostgreSQL. Text that compares without regard to case (COLLATE NOCASE)
+// becomes citext, which indexes still serve for equality; other text stays text (exact), INTEGER
+// becomes bigint (SQLite's integers are 64-bit), REAL double precision, an AUTOINCREMENT key an
+// identity column, and a column without a type text. Throws DbError on a column definition it
+// does not know how to translate, so that a new kind of column in schema.sql is noticed.
+std::string translateSchemaToPostgres(std::string_view sqliteSchema);
+
+// Creates the citext extension, every table and index in one transaction. Throws DbError
+// (nothing created).
+void applySchema(PgDatabase& db);
+
+// True when the database holds the member-card tables.
+bool hasSchema(PgDatabase& db);
+
+} // namespace ormex::db
