@@ -12,6 +12,8 @@
 #include "db/DbError.h"
 #include "db/DemoData.h"
 #include "db/LargeData.h"
+#include "db/PgDatabase.h"
+#include "db/PgSchema.h"
 #include "db/Schema.h"
 #include "platform/NumberText.h"
 
@@ -32,7 +34,10 @@ const char* const kUsage =
     "  ormex-db generate <db> <count>             add <count> generated member cards\n"
     "  ormex-db run <db> <batch-file>             run a T-SQL batch file in one transaction\n"
     "  ormex-db query <db> <sql>                  run a query and print its rows\n"
-    "  ormex-db --help                            this text\n";
+    "  ormex-db --help                            this text\n"
+    "\n"
+    "<db> is an SQLite file, or for create and query also a PostgreSQL server's database\n"
+    "(postgresql://user@host:port/name), where query takes PostgreSQL's own SQL.\n";
 
 struct UsageError : std::runtime_error
 {
@@ -65,6 +70,22 @@ void createDatabase(const std::string& path, const std::function<void(Database&)
         fs::remove(temp + "-shm");
         throw;
     }
+}
+
+// Creates the schema in an existing PostgreSQL database that does not hold it yet.
+void createPgDatabase(const std::string& url)
+{
+    auto database = db::PgDatabase::open(url);
+    if (db::hasSchema(*database)) throw db::DbError("the database already holds the member-card tables");
+    db::applySchema(*database);
+}
+
+std::unique_ptr<db::PgDatabase> openExistingPg(const std::string& url)
+{
+    auto database = db::PgDatabase::open(url);
+    if (!db::hasSchema(*database))
+        throw db::DbError("not an OrmexCardManage database (run 'ormex-db create' first)");
+    return database;
 }
 
 db::DemoRole parseRole(const std::string& role)
@@ -102,9 +123,15 @@ int run(const std::vector<std::string>& a, std::ostream& out)
     auto need = [&](std::size_t n) {
         if (a.size() != n) throw UsageError("wrong arguments for '" + command + "'");
     };
+    for (std::size_t i = 1; i < a.size(); ++i)
+        if (db::isPostgresUrl(a[i]) && command != "create" && command != "query")
+            throw db::DbError("'" + command + "' does not work on a PostgreSQL database yet");
     if (command == "create") {
         need(2);
-        createDatabase(a[1], {});
+        if (db::isPostgresUrl(a[1]))
+            createPgDatabase(a[1]);
+        else
+            createDatabase(a[1], {});
         out << "created " << a[1] << '\n';
     } else if (command == "seed") {
         need(4);
@@ -157,8 +184,10 @@ int run(const std::vector<std::string>& a, std::ostream& out)
         out << "ran " << a[2] << '\n';
     } else if (command == "query") {
         need(3);
-        auto database = openExisting(a[1]);
-        printTable(out, database->query(a[2]));
+        if (db::isPostgresUrl(a[1]))
+            printTable(out, openExistingPg(a[1])->query(a[2]));
+        else
+            printTable(out, openExisting(a[1])->query(a[2]));
     } else {
         throw UsageError("unknown command '" + command + "'");
     }
