@@ -86,6 +86,42 @@ std::string translateColumnLine(std::string_view line)
     return out + std::string(constraints) + std::string(tail);
 }
 
+// dbo.f_decrypt of the server: the balance FResidualAmt holds, decoded as platform::decodeBalance
+// does (each character shifted down by 3 * (n - 4 + i), the text reversed, divided by 10000),
+// written with at most 15 significant digits and no trailing zeros. Text that does not decode to a
+// number gives '0'.
+constexpr std::string_view kFunctions = R"SQL(
+CREATE FUNCTION f_decrypt(stored text) RETURNS text
+LANGUAGE plpgsql IMMUTABLE STRICT AS $$
+DECLARE
+    n int := char_length(stored);
+    plain text := '';
+    code int;
+    amount numeric;
+BEGIN
+    IF stored = '' OR stored = '0' THEN
+        RETURN '0';
+    END IF;
+    FOR i IN 1..n LOOP
+        code := ascii(substr(stored, i, 1)) - 3 * (n - 4 + i);
+        IF code < 32 OR code > 126 THEN
+            RETURN '0';
+        END IF;
+        plain := chr(code) || plain;
+    END LOOP;
+    IF plain !~ '^\s*[+-]?([0-9]+\.?[0-9]*|\.[0-9]+)([eE][+-]?[0-9]+)?\s*$' THEN
+        RETURN '0';
+    END IF;
+    amount := plain::numeric / 10000;
+    IF amount = 0 THEN
+        RETURN '0';
+    END IF;
+    amount := round(amount, 15 - (floor(log(abs(amount))) + 1)::int);
+    RETURN trim_scale(amount)::text;
+END
+$$;
+)SQL";
+
 } // namespace
 
 std::string translateSchemaToPostgres(std::string_view sqliteSchema)
@@ -121,7 +157,7 @@ std::string translateSchemaToPostgres(std::string_view sqliteSchema)
 
 void applySchema(PgDatabase& db)
 {
-    db.executeNative(translateSchemaToPostgres(kSchemaSql));
+    db.executeNative(translateSchemaToPostgres(kSchemaSql) + std::string(kFunctions));
 }
 
 bool hasSchema(PgDatabase& db)

@@ -16,7 +16,8 @@ namespace ormex::db {
 // does not know how to translate, so that a new kind of column in schema.sql is noticed.
 std::string translateSchemaToPostgres(std::string_view sqliteSchema);
 
-// Creates the citext extension, every table and index in one transaction. Throws DbError
+// Creates the citext extension, every table and index, and the function f_decrypt (the stored-value
+// balance decoded) in one transaction. Throws DbError
 // (nothing created).
 void applySchema(PgDatabase& db);
 

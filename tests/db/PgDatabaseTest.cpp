@@ -12,6 +12,7 @@
 #include "db/PgDatabase.h"
 #include "db/PgSchema.h"
 #include "db/Schema.h"
+#include "platform/BalanceCodec.h"
 #include "support/PgTestDatabase.h"
 #include "support/TestDatabase.h"
 
@@ -218,4 +219,21 @@ TEST_F(PgDatabaseTest, KeysCompareWithoutCaseThroughTheirIndexes)
         EXPECT_NE(plan.find("Index"), std::string::npos) << lookup << ":\n" << plan;
         EXPECT_EQ(plan.find("Seq Scan"), std::string::npos) << lookup << ":\n" << plan;
     }
+}
+
+TEST_F(PgDatabaseTest, DecryptReadsBalancesAsTheScreensDo)
+{
+    ormex::db::applySchema(db());
+    std::vector<std::string> stored{"", "0", "zz", "9<?GGI"};
+    for (const char* amount : {"12.5", "-3.75", "100", "0.0001", "123456.78", "99999999.9999", "0.3"})
+        stored.push_back(ormex::platform::encodeBalance(std::string_view(amount)));
+    for (const std::string& text : stored) {
+        std::string literal;
+        for (char c : text)
+            literal += c == '\'' ? std::string("''") : std::string(1, c);
+        EXPECT_EQ(db().query("SELECT f_decrypt('" + literal + "')").cell(0, 0),
+                  Value(ormex::platform::decodeBalance(text)))
+            << "stored '" << text << "'";
+    }
+    EXPECT_TRUE(db().query("SELECT f_decrypt(NULL)").cell(0, 0).isNull());
 }
