@@ -8,7 +8,9 @@
 #
 # The server listens on 127.0.0.1 and on a Unix socket in <dir>, and trusts local connections
 # only. PostgreSQL refuses to run as root, so under root the cluster belongs to the "postgres"
-# system user (ORMEX_PG_USER to choose another) and every server command runs as that user.
+# system user (ORMEX_PG_USER to choose another) and every server command runs as that user; when
+# that user cannot reach <dir> (a build folder under /root), the cluster itself lives in a folder
+# of its own under /tmp, named in <dir>/home.
 # Durability is switched off: the cluster holds nothing worth keeping.
 set -euo pipefail
 
@@ -38,10 +40,18 @@ if [ "$(id -u)" -eq 0 ]; then
   as_owner=(runuser -u "$owner" --)
 fi
 
+# Where the cluster's files are: <dir>, or the folder <dir>/home names.
+home_of() {
+  if [ -f "$dir/home" ]; then cat "$dir/home"; else echo "$dir"; fi
+}
+
 stop_server() {
-  if [ -f "$dir/data/postmaster.pid" ]; then
-    "${as_owner[@]}" "$bin/pg_ctl" -D "$dir/data" -m fast -w -t 20 stop >/dev/null || true
+  local home
+  home=$(home_of)
+  if [ -f "$home/data/postmaster.pid" ]; then
+    "${as_owner[@]}" "$bin/pg_ctl" -D "$home/data" -m fast -w -t 20 stop >/dev/null || true
   fi
+  [ "$home" = "$dir" ] || rm -rf "$home"
 }
 
 # A port nobody listens on now. Another process may still take it before the server does; start
@@ -64,23 +74,25 @@ start)
   stop_server
   rm -rf "$dir"
   mkdir -p "$dir"
+  home=$dir
   chown "$owner" "$dir"
   if ! "${as_owner[@]}" test -w "$dir"; then
-    echo "$0: user '$owner' cannot write to $dir (a parent folder is closed to it)" >&2
-    exit 1
+    home=$(mktemp -d /tmp/ormex-pg-test.XXXXXX)
+    chown "$owner" "$home"
+    echo "$home" >"$dir/home"
   fi
-  "${as_owner[@]}" "$bin/initdb" -D "$dir/data" -U postgres -E UTF8 --locale=C.UTF-8 --auth=trust \
+  "${as_owner[@]}" "$bin/initdb" -D "$home/data" -U postgres -E UTF8 --locale=C.UTF-8 --auth=trust \
     --no-sync >"$dir/initdb.log" 2>&1 || { cat "$dir/initdb.log" >&2; exit 1; }
   # A socket path is limited to 107 bytes; a deeper folder gets TCP only.
-  socket_dir=$dir
-  [ ${#dir} -lt 90 ] || socket_dir=""
-  cat >"$dir/data/pg_hba.conf" <<EOF
+  socket_dir=$home
+  [ ${#home} -lt 90 ] || socket_dir=""
+  cat >"$home/data/pg_hba.conf" <<EOF
 local all all trust
 host all all 127.0.0.1/32 trust
 EOF
   for attempt in 1 2 3; do
     port=$(free_port)
-    cat >"$dir/data/postgresql.auto.conf" <<EOF
+    cat >"$home/data/postgresql.auto.conf" <<EOF
 listen_addresses = '127.0.0.1'
 port = $port
 unix_socket_directories = '$socket_dir'
@@ -90,14 +102,14 @@ full_page_writes = off
 max_connections = 40
 shared_buffers = 32MB
 EOF
-    if "${as_owner[@]}" "$bin/pg_ctl" -D "$dir/data" -l "$dir/data/server.log" -w -t 20 start >/dev/null; then
+    if "${as_owner[@]}" "$bin/pg_ctl" -D "$home/data" -l "$home/data/server.log" -w -t 20 start >/dev/null; then
       echo "$port" >"$dir/port"
       echo "postgresql://postgres@127.0.0.1:$port/postgres" >"$dir/url"
-      echo "PostgreSQL test cluster in $dir on port $port"
+      echo "PostgreSQL test cluster in $home on port $port"
       exit 0
     fi
     echo "$0: start on port $port failed (attempt $attempt)" >&2
-    tail -n 5 "$dir/data/server.log" >&2 || true
+    tail -n 5 "$home/data/server.log" >&2 || true
   done
   exit 1
   ;;
