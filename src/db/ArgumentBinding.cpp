@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdlib>
+#include <optional>
 #include <sqlite3.h>
 #include <stdexcept>
 #include <string>
@@ -21,13 +22,18 @@ std::string unquoted(std::string_view literal)
     return text;
 }
 
+// The literal as a whole number, or nothing for a fraction, an exponent or a number too large.
+std::optional<long long> wholeNumber(std::string_view digits)
+{
+    long long value = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (error == std::errc() && end == digits.data() + digits.size()) return value;
+    return std::nullopt;
+}
+
 platform::Value number(std::string_view digits)
 {
-    if (digits.find_first_of(".eE") == std::string_view::npos) {
-        long long value = 0;
-        const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-        if (error == std::errc() && end == digits.data() + digits.size()) return platform::Value(value);
-    }
+    if (const auto whole = wholeNumber(digits)) return platform::Value(*whole);
     // A fraction, an exponent or an integer too large: a real, as the engine reads such a literal.
     return platform::Value(std::strtod(std::string(digits).c_str(), nullptr));
 }
@@ -72,11 +78,8 @@ void bindArgument(SqliteStatement& statement, int index, std::string_view text, 
     }
     if (argument.kind() == Argument::Kind::Number) {
         // Most literals of a batch are whole numbers (branch ids, quantities): bound straight away.
-        const std::string_view digits = text.substr(argument.at, argument.length());
-        long long value = 0;
-        const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-        if (error == std::errc() && end == digits.data() + digits.size()) {
-            sqlite3_bind_int64(statement.handle(), index, value);
+        if (const auto whole = wholeNumber(text.substr(argument.at, argument.length()))) {
+            sqlite3_bind_int64(statement.handle(), index, *whole);
             return;
         }
     }

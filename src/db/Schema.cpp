@@ -15,7 +15,8 @@ void applySchema(Database& db)
 
 namespace {
 
-// Where the part of the schema that can run again begins, and a table of that part made last.
+// The comment that opens the tables added after the first databases were made (written so that
+// they can be created again), and the last of those tables.
 constexpr std::string_view kUpgradeMarker = "-- Added after the first databases were made.";
 constexpr const char* kLastAddedTable = "t_HqReplay";
 

@@ -87,6 +87,11 @@ std::string quoteDoubled(std::string_view s)
     return out;
 }
 
+std::string quoted(std::string_view s)
+{
+    return "'" + quoteDoubled(s) + "'";
+}
+
 std::vector<std::string> split(std::string_view s, char separator)
 {
     std::vector<std::string> parts;

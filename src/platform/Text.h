@@ -19,6 +19,8 @@ std::string trimLeft(std::string_view s);
 
 // Doubles every single quote so the text can stand between quotes in a statement.
 std::string quoteDoubled(std::string_view s);
+// The text between single quotes, its quotes doubled: a text literal of a statement.
+std::string quoted(std::string_view s);
 
 std::vector<std::string> split(std::string_view s, char separator);
 std::string join(const std::vector<std::string>& parts, std::string_view separator);

@@ -4,11 +4,6 @@
 
 namespace ormex::host {
 
-std::string quoted(const std::string& text)
-{
-    return "'" + platform::quoteDoubled(text) + "'";
-}
-
 std::string literal(const platform::Value& value)
 {
     if (value.isNull()) return "NULL";

@@ -36,11 +36,6 @@ std::string newOrigin()
     return text;
 }
 
-std::string quotedText(std::string_view text)
-{
-    return "'" + platform::quoteDoubled(text) + "'";
-}
-
 struct Queued
 {
     std::string seq;
@@ -113,15 +108,16 @@ std::string digest(const std::string& text)
 // replay headquarters holds already is refused before any of its statements runs.
 std::string replayRecord(const Queued& q)
 {
-    return "insert into t_HqReplay (FOrigin,FSeq,FBranchNo,FDigest,FDate) values (" + quotedText(q.origin) +
-           "," + q.seq + "," + quotedText(q.branchNo) + "," + quotedText(digest(q.batch)) + ",getdate())";
+    return "insert into t_HqReplay (FOrigin,FSeq,FBranchNo,FDigest,FDate) values (" +
+           platform::quoted(q.origin) + "," + q.seq + "," + platform::quoted(q.branchNo) + "," +
+           platform::quoted(digest(q.batch)) + ",getdate())";
 }
 
 // True when headquarters holds this replay. Throws when it holds another under the same number.
 bool heldByHQ(platform::Connection& connection, const Queued& q)
 {
     const auto rs = connection.openRecordset(
-        "select FDigest from t_HqReplay where FOrigin=" + quotedText(q.origin) + " and FSeq=" + q.seq);
+        "select FDigest from t_HqReplay where FOrigin=" + platform::quoted(q.origin) + " and FSeq=" + q.seq);
     if (rs.atEnd()) return false;
     if (rs.field("FDigest").toString() != digest(q.batch))
         throw std::runtime_error(
@@ -186,11 +182,11 @@ std::string QueueOnHQ(const std::string& statements, HQOperation operation,
     return std::string(kCrLf) + "if not exists (select 1 from t_SystemProfile where " + kOriginCondition +
            ")" + kCrLf +
            " insert into t_SystemProfile (FCategory,FKey,FValue) values ('VIP','HqReplayOrigin'," +
-           quotedText(newOrigin()) + ")" + kCrLf +
+           platform::quoted(newOrigin()) + ")" + kCrLf +
            "insert into t_HqOutbox (FOrigin,FBranchNo,FDate,FOperation,FBatch,FChecks)" + kCrLf +
-           " select FValue," + quotedText(frame::GetBranchNum()) + ",getdate()," +
-           std::to_string(static_cast<int>(operation)) + "," + quotedText(replay) + "," +
-           quotedText(EncodeChecks(checks)) + " from t_SystemProfile where " + kOriginCondition;
+           " select FValue," + platform::quoted(frame::GetBranchNum()) + ",getdate()," +
+           std::to_string(static_cast<int>(operation)) + "," + platform::quoted(replay) + "," +
+           platform::quoted(EncodeChecks(checks)) + " from t_SystemProfile where " + kOriginCondition;
 }
 
 ReplayState SendQueuedToHQ()
@@ -204,7 +200,7 @@ ReplayState SendQueuedToHQ()
                 // so that headquarters applies them in the order they were made.
                 error = platform::firstCharacters(firstLine(error), kKeptErrorLength);
                 frame::ExecuteSQL("update t_HqOutbox set FAttempts=FAttempts+1,FLastError=" +
-                                  quotedText(error) + " where FSeq=" + q->seq);
+                                  platform::quoted(error) + " where FSeq=" + q->seq);
                 break;
             }
             frame::ExecuteSQL("delete from t_HqOutbox where FSeq=" + q->seq);
