@@ -35,6 +35,12 @@ struct Step
     std::uint32_t textLength = 0;
 };
 
+// What a variable was declared as, for an engine that types the values it binds.
+enum class VariableType : std::uint8_t { Other, Integer, Real, Text, Date };
+
+// The type a DECLARE names (int, varchar, …).
+VariableType variableTypeOf(std::string_view typeName);
+
 struct BatchProgram
 {
     // The parameters one statement may take.
@@ -52,6 +58,7 @@ struct BatchProgram
     std::vector<std::string> shapes;
     std::vector<std::uint32_t> shapeFirstStep; // the first step of each shape, to name it in errors
     std::size_t slotCount = 0;                 // the batch's variables
+    std::vector<VariableType> slotTypes;       // by slot
 
     // The line (from 1) of a place in the text.
     int lineAt(std::size_t offset) const;

@@ -100,6 +100,21 @@ void Database::executeNative(std::string_view script)
     }
 }
 
+std::unique_ptr<TsqlDatabase::Write> Database::beginWrite()
+{
+    // BEGIN IMMEDIATE: the write lock is taken before the first read.
+    class TransactionWrite : public Write
+    {
+    public:
+        explicit TransactionWrite(Database& db) : m_transaction(db) {}
+        void commit() override { m_transaction.commit(); }
+
+    private:
+        Transaction m_transaction;
+    };
+    return std::make_unique<TransactionWrite>(*this);
+}
+
 Database::Transaction::Transaction(Database& db)
     : m_db(db), m_nested(sqlite3_get_autocommit(db.handle()) == 0)
 {

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "StatementCache.h"
+#include "TsqlDatabase.h"
 #include "platform/Recordset.h"
 
 struct sqlite3;
@@ -18,7 +19,7 @@ struct sqlite3;
 // database locked waits for it, up to its busy timeout, then throws BusyError (nothing written).
 namespace ormex::db {
 
-class Database
+class Database : public TsqlDatabase
 {
 public:
     enum class OpenMode {
@@ -34,7 +35,7 @@ public:
 
     // Throws OpenError, or BusyError when another connection keeps the file locked.
     static std::unique_ptr<Database> open(const std::string& path, OpenMode mode = OpenMode::MustExist);
-    ~Database();
+    ~Database() override;
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
@@ -45,11 +46,11 @@ public:
     void setBusyTimeout(std::chrono::milliseconds wait);
 
     // Runs one T-SQL SELECT of the dialect. Throws ParseError, BusyError or StatementError.
-    platform::Recordset query(std::string_view sql);
+    platform::Recordset query(std::string_view sql) override;
 
     // Parses the whole batch, then runs it in one transaction. Throws ParseError (nothing ran),
     // BusyError or StatementError (everything rolled back).
-    void execute(std::string_view batch);
+    void execute(std::string_view batch) override;
 
     // Runs native SQLite script text (schema creation, bulk loading); no dialect translation.
     // Throws BusyError or DbError.
@@ -78,6 +79,9 @@ public:
 
     // The statements this connection keeps compiled.
     StatementCache& statements() { return m_statements; }
+
+protected:
+    std::unique_ptr<Write> beginWrite() override;
 
 private:
     Database(std::string path, sqlite3* db);

@@ -74,9 +74,15 @@ public:
     virtual std::string translate(const std::vector<Token>& tokens, std::size_t begin, std::size_t end,
                                   Translation& translation) const = 0;
     // A query whose one value is 1 when the translated condition holds, else 0.
-    virtual std::string conditionQuery(const std::string& condition) const = 0;
+    virtual std::string conditionQuery(const std::string& condition) const
+    {
+        return "SELECT CASE WHEN (" + condition + ") THEN 1 ELSE 0 END";
+    }
     // A query whose one value is the translated expression.
-    virtual std::string valueQuery(const std::string& expression) const = 0;
+    virtual std::string valueQuery(const std::string& expression) const
+    {
+        return "SELECT (" + expression + ")";
+    }
     // How a variable is written when it is not a numbered parameter (the name it is bound by).
     virtual std::string variableName(const std::string& variable) const = 0;
     // How numbered parameter n (from 1) is written.

@@ -2,66 +2,34 @@
 
 #include <libpq-fe.h>
 
-#include <charconv>
-#include <cstdint>
-#include <vector>
-
 #include "DbError.h"
+#include "PgBatchRunner.h"
+#include "PgDialect.h"
+#include "PgParameters.h"
+#include "PgResult.h"
+#include "TsqlParser.h"
+#include "platform/Clock.h"
+#include "platform/DateTime.h"
 
 namespace ormex::db {
 
 namespace {
 
-// Type OIDs of the server's built-in types (pg_type.h); types of extensions such as citext have
-// OIDs of their own database and are read as text.
-constexpr Oid kBoolOid = 16;
-constexpr Oid kInt8Oid = 20;
-constexpr Oid kInt2Oid = 21;
-constexpr Oid kInt4Oid = 23;
-constexpr Oid kFloat4Oid = 700;
-constexpr Oid kFloat8Oid = 701;
-constexpr Oid kNumericOid = 1700;
+static_assert(sizeof(Oid) == sizeof(unsigned));
 
-// SQLSTATE of text the server could not parse.
-constexpr std::string_view kSyntaxError = "42601";
+// Statements kept prepared per connection. Texts past it (long literal lists, which differ every
+// time) are sent unprepared instead of filling the server's memory.
+constexpr std::size_t kMaxPrepared = 2048;
 
-using ResultPtr = std::unique_ptr<PGresult, decltype(&PQclear)>;
+// The advisory lock every write of the system takes for its transaction: one number for all of
+// them, so that the system's writers of a database take turns.
+constexpr const char* kWriteLock = "SELECT pg_advisory_xact_lock(7972846731)";
 
-// The server's message without the line break libpq ends it with.
-std::string trimmed(const char* message)
+// Runs one command of the server's own SQL (no parameters), mapping a failure to the layer's errors.
+void command(PGconn* conn, const std::string& sql)
 {
-    std::string text = message ? message : "";
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
-        text.pop_back();
-    return text;
-}
-
-platform::Value cellValue(const PGresult* result, int row, int column)
-{
-    if (PQgetisnull(result, row, column)) return {};
-    const char* text = PQgetvalue(result, row, column);
-    const std::string_view view(text, static_cast<std::size_t>(PQgetlength(result, row, column)));
-    switch (PQftype(result, column)) {
-    case kBoolOid:
-        return view == "t";
-    case kInt2Oid:
-    case kInt4Oid:
-    case kInt8Oid: {
-        std::int64_t number = 0;
-        if (std::from_chars(view.data(), view.data() + view.size(), number).ec == std::errc()) return number;
-        return std::string(view);
-    }
-    case kFloat4Oid:
-    case kFloat8Oid:
-    case kNumericOid: {
-        // from_chars does not depend on the process locale, which a Qt program may have changed.
-        double number = 0;
-        if (std::from_chars(view.data(), view.data() + view.size(), number).ec == std::errc()) return number;
-        return std::string(view); // NaN and Infinity are kept as the server wrote them
-    }
-    default:
-        return std::string(view);
-    }
+    const PgResultPtr result(PQexec(conn, sql.c_str()));
+    throwIfFailed(result.get(), conn, 1, sql);
 }
 
 } // namespace
@@ -90,7 +58,7 @@ std::unique_ptr<PgDatabase> PgDatabase::open(const std::string& url)
     if (!conn) throw OpenError("cannot connect to PostgreSQL: out of memory");
     if (PQstatus(conn) != CONNECTION_OK) {
         // libpq's message names the host and port it tried, never the password.
-        std::string reason = trimmed(PQerrorMessage(conn));
+        std::string reason = trimmedMessage(PQerrorMessage(conn));
         PQfinish(conn);
         throw OpenError("cannot connect to PostgreSQL: " + reason);
     }
@@ -99,10 +67,23 @@ std::unique_ptr<PgDatabase> PgDatabase::open(const std::string& url)
     PQsetNoticeProcessor(
         conn, [](void*, const char*) {}, nullptr);
     std::unique_ptr<PgDatabase> db(new PgDatabase(conn));
-    // Text is exchanged as UTF-8 whatever the server's default is.
-    if (PQsetClientEncoding(conn, "UTF8") != 0)
-        throw OpenError("cannot connect to PostgreSQL: " + trimmed(PQerrorMessage(conn)));
+    try {
+        db->prepareSession();
+    } catch (const DbError& error) {
+        throw OpenError("cannot connect to PostgreSQL: " + std::string(error.what()));
+    }
     return db;
+}
+
+void PgDatabase::prepareSession()
+{
+    m_prepared.clear();
+    // Text is exchanged as UTF-8 whatever the server's default is.
+    if (PQsetClientEncoding(m_conn, "UTF8") != 0) throw DbError(trimmedMessage(PQerrorMessage(m_conn)));
+    command(m_conn, "SET lock_timeout = '" + std::to_string(kLockTimeoutSeconds) + "s'");
+    // Before the schema is made there is no citext: its variables then go untyped.
+    m_citext = static_cast<unsigned>(
+        queryNative("SELECT coalesce(to_regtype('citext')::oid, 0)::int8").field(0).toInt());
 }
 
 PgDatabase::~PgDatabase()
@@ -110,44 +91,144 @@ PgDatabase::~PgDatabase()
     PQfinish(m_conn);
 }
 
-platform::Recordset PgDatabase::query(std::string_view sql)
+bool PgDatabase::alive()
+{
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (PQstatus(m_conn) == CONNECTION_OK) {
+            const PgResultPtr result(PQexec(m_conn, "SELECT 1"));
+            if (result && PQresultStatus(result.get()) == PGRES_TUPLES_OK) return true;
+        }
+        if (attempt > 0) break;
+        PQreset(m_conn); // waits no longer than the connect timeout
+        if (PQstatus(m_conn) != CONNECTION_OK) return false;
+        m_writes = 0;
+        try {
+            prepareSession();
+        } catch (const DbError&) {
+            return false;
+        }
+    }
+    return false;
+}
+
+platform::Recordset PgDatabase::queryNative(std::string_view sql)
 {
     const std::string text(sql);
-    const ResultPtr result(PQexec(m_conn, text.c_str()), &PQclear);
-    const ExecStatusType status = result ? PQresultStatus(result.get()) : PGRES_FATAL_ERROR;
-    if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
-        const std::string reason =
-            trimmed(result ? PQresultErrorMessage(result.get()) : PQerrorMessage(m_conn));
-        const char* state = result ? PQresultErrorField(result.get(), PG_DIAG_SQLSTATE) : nullptr;
-        if (state && state == kSyntaxError) throw ParseError(1, "not understood: " + reason);
-        throw StatementError(1, text, reason);
-    }
-    const int columnCount = PQnfields(result.get());
-    const int rowCount = PQntuples(result.get());
-    std::vector<std::string> columns;
-    columns.reserve(columnCount);
-    for (int c = 0; c < columnCount; ++c)
-        columns.emplace_back(PQfname(result.get(), c));
-    std::vector<std::vector<platform::Value>> rows;
-    rows.reserve(rowCount);
-    for (int r = 0; r < rowCount; ++r) {
-        std::vector<platform::Value> row;
-        row.reserve(columnCount);
-        for (int c = 0; c < columnCount; ++c)
-            row.push_back(cellValue(result.get(), r, c));
-        rows.push_back(std::move(row));
-    }
-    return platform::Recordset(std::move(columns), std::move(rows));
+    const PgResultPtr result(PQexec(m_conn, text.c_str()));
+    throwIfFailed(result.get(), m_conn, 1, text);
+    return recordsetOf(result.get());
 }
 
 void PgDatabase::executeNative(std::string_view script)
 {
     // Several statements sent in one PQexec run as one transaction unless they hold BEGIN or
     // COMMIT themselves; the first error stops them and rolls everything back.
-    const ResultPtr result(PQexec(m_conn, std::string(script).c_str()), &PQclear);
+    const PgResultPtr result(PQexec(m_conn, std::string(script).c_str()));
     const ExecStatusType status = result ? PQresultStatus(result.get()) : PGRES_FATAL_ERROR;
     if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK && status != PGRES_EMPTY_QUERY)
-        throw DbError(trimmed(result ? PQresultErrorMessage(result.get()) : PQerrorMessage(m_conn)));
+        throw DbError(trimmedMessage(result ? PQresultErrorMessage(result.get()) : PQerrorMessage(m_conn)));
+}
+
+pg_result* PgDatabase::run(const std::string& sql, const std::vector<unsigned>& types,
+                           const char* const* values)
+{
+    const int count = static_cast<int>(types.size());
+    const Oid* oids = reinterpret_cast<const Oid*>(types.data());
+    std::string key = sql;
+    key += '\0';
+    key.append(reinterpret_cast<const char*>(types.data()), types.size() * sizeof(unsigned));
+    auto found = m_prepared.find(key);
+    if (found == m_prepared.end()) {
+        if (m_prepared.size() >= kMaxPrepared)
+            return PQexecParams(m_conn, sql.c_str(), count, oids, values, nullptr, nullptr, 0);
+        const std::string name = "ormex_" + std::to_string(m_prepared.size());
+        PGresult* prepared = PQprepare(m_conn, name.c_str(), sql.c_str(), count, oids);
+        if (!prepared || PQresultStatus(prepared) != PGRES_COMMAND_OK) return prepared;
+        PQclear(prepared);
+        found = m_prepared.emplace(std::move(key), name).first;
+    }
+    return PQexecPrepared(m_conn, found->second.c_str(), count, values, nullptr, nullptr, 0);
+}
+
+void PgDatabase::setClock()
+{
+    // The session's setting, read by the schema's ormex_getdate(): the platform clock, so that a
+    // date written at headquarters is the one the branch wrote, and tests can hold the time still.
+    const std::string now = platform::now().toString();
+    const char* values[] = {now.c_str()};
+    const PgResultPtr result(PQexecParams(m_conn, "SELECT set_config('ormex.now', $1, false)", 1, nullptr,
+                                          values, nullptr, nullptr, 0));
+    throwIfFailed(result.get(), m_conn, 1, "getdate()");
+}
+
+platform::Recordset PgDatabase::query(std::string_view sql)
+{
+    const QueryShape shape = parseQueryShape(sql, PgDialect::instance());
+    PgParameters parameters(m_citext);
+    parameters.add(sql, shape.arguments, 0, shape.arguments.size(), {}, {});
+    if (shape.sql.find("ormex_getdate") != std::string::npos) setClock();
+    const PgResultPtr result(run(shape.sql, parameters.types(), parameters.values()));
+    throwIfFailed(result.get(), m_conn, 1, std::string(sql));
+    return recordsetOf(result.get());
+}
+
+void PgDatabase::execute(std::string_view batch)
+{
+    const BatchProgram program = parseBatch(batch, PgDialect::instance());
+    if (m_writes == 0) {
+        const auto write = beginWrite();
+        PgBatchRunner(*this).run(program);
+        write->commit();
+        return;
+    }
+    // Within the caller's write: a savepoint keeps the batch all or nothing.
+    command(m_conn, "SAVEPOINT ormex_batch");
+    try {
+        PgBatchRunner(*this).run(program);
+    } catch (...) {
+        const PgResultPtr undone(
+            PQexec(m_conn, "ROLLBACK TO SAVEPOINT ormex_batch; RELEASE SAVEPOINT ormex_batch"));
+        throw;
+    }
+    command(m_conn, "RELEASE SAVEPOINT ormex_batch");
+}
+
+std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite()
+{
+    class LockedWrite : public Write
+    {
+    public:
+        explicit LockedWrite(PgDatabase& db) : m_db(db)
+        {
+            command(m_db.m_conn, "BEGIN");
+            try {
+                command(m_db.m_conn, kWriteLock); // waited for too long: BusyError
+            } catch (...) {
+                const PgResultPtr undone(PQexec(m_db.m_conn, "ROLLBACK"));
+                throw;
+            }
+            ++m_db.m_writes;
+        }
+        ~LockedWrite() override
+        {
+            // A destructor cannot report anything: a failed rollback leaves the server to roll
+            // back when the connection closes.
+            if (!m_done) {
+                const PgResultPtr undone(PQexec(m_db.m_conn, "ROLLBACK"));
+            }
+            --m_db.m_writes;
+        }
+        void commit() override
+        {
+            command(m_db.m_conn, "COMMIT");
+            m_done = true;
+        }
+
+    private:
+        PgDatabase& m_db;
+        bool m_done = false;
+    };
+    return std::make_unique<LockedWrite>(*this);
 }
 
 } // namespace ormex::db

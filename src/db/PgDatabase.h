@@ -3,42 +3,76 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
+#include "TsqlDatabase.h"
 #include "platform/Recordset.h"
 
 struct pg_conn;
+struct pg_result;
 
 // A connection to a PostgreSQL server, for headquarters kept there instead of in an SQLite file.
-// It runs the server's own SQL: the system's T-SQL is not translated for PostgreSQL yet.
+// It runs the system's T-SQL as the SQLite connection does (PgDialect): a batch is parsed whole,
+// its control flow run here and each data statement sent as a prepared statement with its literals
+// and variables as parameters, all in one transaction. Every write of the system's takes the same
+// transaction-long advisory lock first, so writers of one database take turns as they do on an
+// SQLite file: values a batch checked stay as they were until it commits.
 namespace ormex::db {
 
-class PgDatabase
+class PgDatabase : public TsqlDatabase
 {
 public:
     // How long opening waits for a server that does not answer, unless the URL says otherwise.
     static constexpr int kConnectTimeoutSeconds = 3;
+    // How long a write waits for another one's lock before it gives up with BusyError.
+    static constexpr int kLockTimeoutSeconds = 30;
 
     // Opens a postgresql:// (or postgres://) URL. Throws OpenError when the server cannot be
     // reached or refuses the connection.
     static std::unique_ptr<PgDatabase> open(const std::string& url);
-    ~PgDatabase();
+    ~PgDatabase() override;
     PgDatabase(const PgDatabase&) = delete;
     PgDatabase& operator=(const PgDatabase&) = delete;
 
-    // Runs one query and returns its rows. Integers come back as integers, floating and numeric
-    // values as doubles, Booleans as Booleans, SQL NULL as null and everything else as text.
-    // Throws ParseError for text the server does not understand, StatementError otherwise.
-    platform::Recordset query(std::string_view sql);
+    // Runs one T-SQL SELECT. Integers come back as integers, floating and numeric values as
+    // doubles, Booleans as Booleans, SQL NULL as null and everything else as text. Column names
+    // are as the server gives them (lower case unless quoted). Throws ParseError, BusyError or
+    // StatementError.
+    platform::Recordset query(std::string_view sql) override;
+    void execute(std::string_view batch) override;
 
-    // Runs a script of statements separated by semicolons in one transaction of its own: all of
-    // it or none of it. Throws DbError.
+    // Runs one query of the server's own SQL. Throws ParseError for text the server does not
+    // understand, StatementError otherwise.
+    platform::Recordset queryNative(std::string_view sql);
+    // Runs a script of the server's own statements separated by semicolons in one transaction of
+    // its own: all of it or none of it. Throws DbError.
     void executeNative(std::string_view script);
+
+    // True when the server answers; a connection that broke is opened again once first.
+    bool alive();
 
     pg_conn* handle() const { return m_conn; }
 
+    // Runs `sql` with parameters of the given types (0: inferred) and values (null pointer: NULL),
+    // prepared once per text and types. The result has rows or is an error; the caller owns it.
+    pg_result* run(const std::string& sql, const std::vector<unsigned>& types, const char* const* values);
+    // The type number of citext in this database.
+    unsigned citextType() const { return m_citext; }
+    // Sets the date-time getdate() gives for the statements that follow.
+    void setClock();
+
+protected:
+    std::unique_ptr<Write> beginWrite() override;
+
 private:
     explicit PgDatabase(pg_conn* conn) : m_conn(conn) {}
+    void prepareSession();
+
     pg_conn* m_conn = nullptr;
+    unsigned m_citext = 0;
+    std::unordered_map<std::string, std::string> m_prepared; // text and types → statement name
+    int m_writes = 0;                                        // writes open on the connection
 };
 
 // True for text that names a PostgreSQL server rather than an SQLite file.

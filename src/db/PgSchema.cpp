@@ -120,6 +120,20 @@ BEGIN
     RETURN trim_scale(amount)::text;
 END
 $$;
+
+-- getdate(): the date-time the connection set for its statements (the system's clock), else the
+-- server's own, written as the system writes date-times.
+CREATE FUNCTION ormex_getdate() RETURNS text
+LANGUAGE sql STABLE AS $$
+    SELECT coalesce(nullif(current_setting('ormex.now', true), ''),
+                    to_char(localtimestamp, 'YYYY-MM-DD HH24:MI:SS'))
+$$;
+
+-- datediff(day, a, b): the days from a's date to b's, the times of day left out.
+CREATE FUNCTION ormex_datediff_day(a text, b text) RETURNS bigint
+LANGUAGE sql IMMUTABLE STRICT AS $$
+    SELECT (b::timestamp::date - a::timestamp::date)::bigint
+$$;
 )SQL";
 
 } // namespace
@@ -162,7 +176,7 @@ void applySchema(PgDatabase& db)
 
 bool hasSchema(PgDatabase& db)
 {
-    return db.query("SELECT to_regclass('t_pos_viprecord') IS NOT NULL").field(0).toBool();
+    return db.queryNative("SELECT to_regclass('t_pos_viprecord') IS NOT NULL").field(0).toBool();
 }
 
 } // namespace ormex::db

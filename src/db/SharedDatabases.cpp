@@ -42,15 +42,19 @@ struct Registry
 {
     pid_t owner = ::getpid();
     std::unordered_map<std::string, Shared> connections;
+    std::unordered_map<std::string, std::unique_ptr<PgDatabase>> servers;
 
     // Connections inherited from a parent process belong to it: they are let go unclosed, since
-    // closing them here could disturb the parent's locks.
+    // closing them here could disturb the parent's locks (or end its server session).
     void adoptAfterFork()
     {
         if (owner == ::getpid()) return;
         for (auto& [path, shared] : connections)
             static_cast<void>(shared.db.release());
         connections.clear();
+        for (auto& [url, server] : servers)
+            static_cast<void>(server.release());
+        servers.clear();
         owner = ::getpid();
     }
 
@@ -92,6 +96,22 @@ Database& sharedDatabase(const std::string& path)
     if (!exists) identify(path, file);
     Database& opened = *db;
     r.connections.emplace(path, Shared{std::move(db), file});
+    return opened;
+}
+
+PgDatabase& sharedPgDatabase(const std::string& url)
+{
+    Registry& r = registry();
+    r.adoptAfterFork();
+    auto found = r.servers.find(url);
+    if (found != r.servers.end()) {
+        if (found->second->alive()) return *found->second;
+        r.servers.erase(found);
+        throw OpenError("cannot connect to PostgreSQL: the server does not answer");
+    }
+    auto db = PgDatabase::open(url);
+    PgDatabase& opened = *db;
+    r.servers.emplace(url, std::move(db));
     return opened;
 }
 

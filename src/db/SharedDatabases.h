@@ -3,6 +3,7 @@
 #include <string>
 
 #include "Database.h"
+#include "PgDatabase.h"
 
 // The connection this process keeps open to each database file, so that the host's objects,
 // which are created for every call, do not open the file (and compile their statements) again
@@ -12,5 +13,9 @@ namespace ormex::db {
 
 // Throws OpenError as Database::open does (a missing file is never created).
 Database& sharedDatabase(const std::string& path);
+
+// The connection this process keeps to a PostgreSQL database, checked to answer before it is
+// handed out (a broken one is opened again). Throws OpenError when the server cannot be reached.
+PgDatabase& sharedPgDatabase(const std::string& url);
 
 } // namespace ormex::db

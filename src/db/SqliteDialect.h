@@ -12,8 +12,6 @@ class SqliteDialect : public Dialect
 public:
     std::string translate(const std::vector<Token>& tokens, std::size_t begin, std::size_t end,
                           Translation& translation) const override;
-    std::string conditionQuery(const std::string& condition) const override;
-    std::string valueQuery(const std::string& expression) const override;
     std::string variableName(const std::string& variable) const override;
     std::string parameter(std::size_t n) const override;
 

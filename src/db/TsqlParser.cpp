@@ -399,6 +399,7 @@ private:
                 if (at().isWord("as")) ++m_pos;
                 if (at().kind != Token::Kind::Word)
                     fail("DECLARE needs a data type for " + std::string(v.text));
+                if (m_program) m_program->slotTypes.push_back(variableTypeOf(at().text));
                 ++m_pos;
                 if (at().isSymbol("(")) {
                     while (!at().isSymbol(")") && at().kind != Token::Kind::End)

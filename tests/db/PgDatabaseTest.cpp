@@ -136,8 +136,8 @@ TEST(PgDatabaseOpen, UnreachableServerIsOpenError)
 TEST_F(PgDatabaseTest, ValuesComeBackWithTheirTypes)
 {
     const auto rows =
-        db().query("SELECT 1::int2 AS a, 2::int4, 30000000000::int8, 1.5::float4, 2.25::float8, "
-                   "3.125::numeric, true, 'x'::varchar, NULL::int4, '1e2'::text");
+        db().queryNative("SELECT 1::int2 AS a, 2::int4, 30000000000::int8, 1.5::float4, 2.25::float8, "
+                         "3.125::numeric, true, 'x'::varchar, NULL::int4, '1e2'::text");
     ASSERT_EQ(rows.recordCount(), 1u);
     EXPECT_EQ(rows.columns()[0], "a");
     const std::vector<Value> expected{Value(1),    Value(2),     Value(30000000000LL), Value(1.5),
@@ -149,12 +149,12 @@ TEST_F(PgDatabaseTest, ValuesComeBackWithTheirTypes)
 
 TEST_F(PgDatabaseTest, FailuresAreTypedAndAScriptIsAllOrNothing)
 {
-    EXPECT_THROW(db().query("SELEC 1"), ormex::db::ParseError);
-    EXPECT_THROW(db().query("SELECT * FROM no_such_table"), ormex::db::StatementError);
+    EXPECT_THROW(db().queryNative("SELEC 1"), ormex::db::ParseError);
+    EXPECT_THROW(db().queryNative("SELECT * FROM no_such_table"), ormex::db::StatementError);
     EXPECT_THROW(db().executeNative("CREATE TABLE a (x int); CREATE TABLE a (x int)"), ormex::db::DbError);
-    EXPECT_FALSE(db().query("SELECT to_regclass('a') IS NOT NULL").cell(0, 0).toBool())
+    EXPECT_FALSE(db().queryNative("SELECT to_regclass('a') IS NOT NULL").cell(0, 0).toBool())
         << "the first statement of a failed script was rolled back";
-    EXPECT_EQ(db().query("SELECT 1").cell(0, 0), Value(1)) << "the connection stays usable";
+    EXPECT_EQ(db().queryNative("SELECT 1").cell(0, 0), Value(1)) << "the connection stays usable";
 }
 
 TEST_F(PgDatabaseTest, SchemaHoldsTheSameTablesColumnsAndIndexesAsSqlite)
@@ -178,16 +178,17 @@ TEST_F(PgDatabaseTest, SchemaHoldsTheSameTablesColumnsAndIndexesAsSqlite)
         for (const std::string& column : empty.columns())
             sqliteColumns.insert(table + "|" + lower(column));
     }
-    const auto pgColumns = rowSet(db().query("SELECT table_name, column_name FROM information_schema.columns "
-                                             "WHERE table_schema = 'public'"));
+    const auto pgColumns =
+        rowSet(db().queryNative("SELECT table_name, column_name FROM information_schema.columns "
+                                "WHERE table_schema = 'public'"));
     EXPECT_EQ(pgColumns, sqliteColumns);
     EXPECT_GT(pgColumns.size(), 150u) << "every table of the schema was compared";
 
     const auto sqliteIndexes = sqliteRows(
         "select name from sqlite_master where type = 'index' and name not like 'sqlite_autoindex%'");
     const auto pgIndexes =
-        rowSet(db().query("SELECT indexname FROM pg_indexes WHERE schemaname = 'public' AND "
-                          "indexname NOT LIKE '%_pkey' AND indexname NOT LIKE '%_key'"));
+        rowSet(db().queryNative("SELECT indexname FROM pg_indexes WHERE schemaname = 'public' AND "
+                                "indexname NOT LIKE '%_pkey' AND indexname NOT LIKE '%_key'"));
     EXPECT_EQ(pgIndexes, sqliteIndexes);
 }
 
@@ -196,15 +197,15 @@ TEST_F(PgDatabaseTest, KeysCompareWithoutCaseThroughTheirIndexes)
     ormex::db::applySchema(db());
     db().executeNative("INSERT INTO T_Pos_VipRecord (FCardId, mobile, FResidualAmt) VALUES ('VIP-Ab01', "
                        "'138A', 'Xy')");
-    const auto card = db().query("SELECT FFlowId, FCardId, FCardStatus, FAccNum FROM T_Pos_VipRecord "
-                                 "WHERE FCardId = 'vip-aB01'");
+    const auto card = db().queryNative("SELECT FFlowId, FCardId, FCardStatus, FAccNum FROM T_Pos_VipRecord "
+                                       "WHERE FCardId = 'vip-aB01'");
     ASSERT_EQ(card.recordCount(), 1u);
     EXPECT_EQ(card.field("FFlowId"), Value(1)) << "the identity key numbers rows from 1";
     EXPECT_EQ(card.field("FCardId"), Value("VIP-Ab01"));
     EXPECT_EQ(card.field("FCardStatus"), Value("9"));
     EXPECT_EQ(card.field("FAccNum"), Value(0.0));
-    EXPECT_EQ(db().query("SELECT 1 FROM T_Pos_VipRecord WHERE mobile = '138a'").recordCount(), 1u);
-    EXPECT_EQ(db().query("SELECT 1 FROM T_Pos_VipRecord WHERE FResidualAmt = 'xy'").recordCount(), 0u)
+    EXPECT_EQ(db().queryNative("SELECT 1 FROM T_Pos_VipRecord WHERE mobile = '138a'").recordCount(), 1u);
+    EXPECT_EQ(db().queryNative("SELECT 1 FROM T_Pos_VipRecord WHERE FResidualAmt = 'xy'").recordCount(), 0u)
         << "the encoded balance compares exactly";
     EXPECT_THROW(db().executeNative("INSERT INTO T_Pos_VipRecord (FCardId) VALUES ('vip-ab01')"),
                  ormex::db::DbError)
@@ -213,7 +214,8 @@ TEST_F(PgDatabaseTest, KeysCompareWithoutCaseThroughTheirIndexes)
     db().executeNative("SET enable_seqscan = off");
     for (const char* lookup : {"FCardId = 'vip-aB01'", "mobile = '138a'"}) {
         std::string plan;
-        const auto lines = db().query(std::string("EXPLAIN SELECT * FROM T_Pos_VipRecord WHERE ") + lookup);
+        const auto lines =
+            db().queryNative(std::string("EXPLAIN SELECT * FROM T_Pos_VipRecord WHERE ") + lookup);
         for (std::size_t r = 0; r < lines.recordCount(); ++r)
             plan += lines.cell(r, 0).toString() + "\n";
         EXPECT_NE(plan.find("Index"), std::string::npos) << lookup << ":\n" << plan;
@@ -231,9 +233,9 @@ TEST_F(PgDatabaseTest, DecryptReadsBalancesAsTheScreensDo)
         std::string literal;
         for (char c : text)
             literal += c == '\'' ? std::string("''") : std::string(1, c);
-        EXPECT_EQ(db().query("SELECT f_decrypt('" + literal + "')").cell(0, 0),
+        EXPECT_EQ(db().queryNative("SELECT f_decrypt('" + literal + "')").cell(0, 0),
                   Value(ormex::platform::decodeBalance(text)))
             << "stored '" << text << "'";
     }
-    EXPECT_TRUE(db().query("SELECT f_decrypt(NULL)").cell(0, 0).isNull());
+    EXPECT_TRUE(db().queryNative("SELECT f_decrypt(NULL)").cell(0, 0).isNull());
 }

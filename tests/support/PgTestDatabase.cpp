@@ -25,8 +25,8 @@ PgTestDatabase::PgTestDatabase()
     static std::atomic<int> counter{0};
     m_name = "ormex_test_" + std::to_string(getpid()) + "_" + std::to_string(counter++);
     auto admin = db::PgDatabase::open(pgClusterUrl());
-    admin->query("DROP DATABASE IF EXISTS " + m_name);
-    admin->query("CREATE DATABASE " + m_name);
+    admin->queryNative("DROP DATABASE IF EXISTS " + m_name);
+    admin->queryNative("CREATE DATABASE " + m_name);
     m_url = pgClusterUrl(m_name);
     m_db = db::PgDatabase::open(m_url);
 }
@@ -35,7 +35,8 @@ PgTestDatabase::~PgTestDatabase()
 {
     m_db.reset();
     try {
-        db::PgDatabase::open(pgClusterUrl())->query("DROP DATABASE IF EXISTS " + m_name + " WITH (FORCE)");
+        db::PgDatabase::open(pgClusterUrl())
+            ->queryNative("DROP DATABASE IF EXISTS " + m_name + " WITH (FORCE)");
     } catch (const std::exception&) {
         // The cluster is removed with its folder when the tests end.
     }

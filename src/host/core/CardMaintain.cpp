@@ -2,7 +2,6 @@
 
 #include <stdexcept>
 
-#include "CheckedBatch.h"
 #include "SqlText.h"
 #include "db/SharedDatabases.h"
 #include "platform/Text.h"
@@ -75,7 +74,7 @@ void CardMaintain::executeSql(const std::string&, const std::string& sql)
 void CardMaintain::executeSqlChecked(const std::string&, const std::string& sql,
                                      const std::vector<platform::ReadCheck>& checks)
 {
-    executeChecked(db(), sql, checks);
+    db().executeChecked(sql, checks);
 }
 
 platform::Recordset CardMaintain::getTableInfo(int tableNo, const std::string& condition, bool)

@@ -1,17 +1,37 @@
 #include "DatabaseConnection.h"
 
+#include <cctype>
 #include <stdexcept>
-
-#include "CheckedBatch.h"
 
 #include "db/SharedDatabases.h"
 #include "platform/Text.h"
 
 namespace ormex::host {
 
+namespace {
+
+// Text as it may stand in a URL: anything but letters, digits and -._~ percent-encoded.
+std::string urlEncoded(const std::string& text)
+{
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    std::string out;
+    for (unsigned char c : text) {
+        if (std::isalnum(c) || c == '-' || c == '.' || c == '_' || c == '~') {
+            out += static_cast<char>(c);
+        } else {
+            out += '%';
+            out += kHex[c >> 4];
+            out += kHex[c & 15];
+        }
+    }
+    return out;
+}
+
+} // namespace
+
 std::string DatabaseConnection::resolve(const std::string& connectionText) const
 {
-    std::string server, catalog;
+    std::string server, catalog, user, password;
     for (const auto& part : platform::split(connectionText, ';')) {
         const std::size_t eq = part.find('=');
         if (eq == std::string::npos) continue;
@@ -21,20 +41,49 @@ std::string DatabaseConnection::resolve(const std::string& connectionText) const
             server = value;
         else if (platform::iequals(key, "Initial Catalog"))
             catalog = value;
+        else if (platform::iequals(key, "User ID"))
+            user = value;
+        else if (platform::iequals(key, "Password"))
+            password = value;
     }
-    if (!(platform::iequals(server, "(local)") || server == "." || platform::iequals(server, "localhost")))
-        throw std::runtime_error("server '" + server + "' cannot be reached");
-    if (catalog.empty() || catalog.find('/') != std::string::npos)
-        throw std::runtime_error("no database named in the connection");
-    return m_dataFolder + "/" + catalog + ".db";
+    if (server.empty()) throw std::runtime_error("no server named in the connection");
+    if (catalog.empty()) throw std::runtime_error("no database named in the connection");
+    if (platform::iequals(server, "(local)") || server == "." || platform::iequals(server, "localhost")) {
+        if (catalog.find('/') != std::string::npos)
+            throw std::runtime_error("no database named in the connection");
+        return m_dataFolder + "/" + catalog + ".db";
+    }
+    // "host,port" as connection texts write a port; a host with ':' is an IPv6 address.
+    std::string host = server;
+    std::string port;
+    if (const std::size_t comma = server.find(','); comma != std::string::npos) {
+        host = platform::trim(server.substr(0, comma));
+        port = platform::trim(server.substr(comma + 1));
+        if (port.empty() || port.find_first_not_of("0123456789") != std::string::npos)
+            throw std::runtime_error("the port of server '" + server + "' is not a number");
+    }
+    if (host.find(':') != std::string::npos) host = "[" + host + "]";
+    std::string url = "postgresql://";
+    if (!user.empty()) {
+        url += urlEncoded(user);
+        if (!password.empty()) url += ":" + urlEncoded(password);
+        url += "@";
+    }
+    url += host;
+    if (!port.empty()) url += ":" + port;
+    return url + "/" + urlEncoded(catalog);
 }
 
 void DatabaseConnection::open(const std::string& connectionText)
 {
-    m_db = &db::sharedDatabase(resolve(connectionText));
+    const std::string location = resolve(connectionText);
+    if (db::isPostgresUrl(location))
+        m_db = &db::sharedPgDatabase(location);
+    else
+        m_db = &db::sharedDatabase(location);
 }
 
-db::Database& DatabaseConnection::db()
+db::TsqlDatabase& DatabaseConnection::db()
 {
     if (!m_db) throw std::runtime_error("the connection is not open");
     return *m_db;
@@ -48,7 +97,7 @@ void DatabaseConnection::execute(const std::string& batch)
 void DatabaseConnection::executeChecked(const std::string& batch,
                                         const std::vector<platform::ReadCheck>& checks)
 {
-    host::executeChecked(db(), batch, checks);
+    db().executeChecked(batch, checks);
 }
 
 platform::Recordset DatabaseConnection::openRecordset(const std::string& sql)

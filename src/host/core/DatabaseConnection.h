@@ -3,12 +3,13 @@
 #include <memory>
 #include <string>
 
-#include "db/Database.h"
+#include "db/TsqlDatabase.h"
 #include "platform/Connection.h"
 
 // "ADODB.Connection": opens a database named by a connection text. The server "(local)" (also
 // "." and "localhost") is the embedded default: the file <Initial Catalog>.db in the host's data
-// folder. Any other server cannot be reached from this host. Opening never creates a database.
+// folder. Any other server is a PostgreSQL server on that host ("host" or "host,port"), the
+// database the catalog, with the connection's user and password. Opening never creates a database.
 namespace ormex::host {
 
 class DatabaseConnection : public platform::Connection
@@ -23,13 +24,14 @@ public:
     void executeChecked(const std::string& batch, const std::vector<platform::ReadCheck>& checks) override;
     platform::Recordset openRecordset(const std::string& sql) override;
 
-    // The database file a connection text names; throws when it names no reachable server.
+    // The database a connection text names: the path of a file, or a postgresql:// URL. Throws
+    // when it names no database.
     std::string resolve(const std::string& connectionText) const;
 
 private:
-    db::Database& db();
+    db::TsqlDatabase& db();
     std::string m_dataFolder;
-    db::Database* m_db = nullptr; // the process's shared connection to the file
+    db::TsqlDatabase* m_db = nullptr; // the process's shared connection to the database
 };
 
 } // namespace ormex::host

@@ -1,21 +1,22 @@
-#include "CheckedBatch.h"
+#include "TsqlDatabase.h"
 
-namespace ormex::host {
+#include <string>
 
-void executeChecked(db::Database& db, const std::string& batch,
-                    const std::vector<platform::ReadCheck>& checks)
+namespace ormex::db {
+
+void TsqlDatabase::executeChecked(std::string_view batch, const std::vector<platform::ReadCheck>& checks)
 {
-    db::Database::Transaction transaction(db); // BEGIN IMMEDIATE: the write lock is ours from here
+    const auto write = beginWrite();
     for (const platform::ReadCheck& check : checks) {
-        const platform::Recordset now = db.query(check.sql);
+        const platform::Recordset now = query(check.sql);
         const platform::Value current = now.atEnd() ? platform::Value("") : now.field(check.field);
         if (!platform::sameReadValue(current, check.expected))
             throw platform::ChangedSinceReadError("changed since read: " + check.sql + " gave '" +
                                                   check.expected.toString() + "', now '" +
                                                   current.toString() + "'");
     }
-    db.execute(batch);
-    transaction.commit();
+    execute(batch);
+    write->commit();
 }
 
-} // namespace ormex::host
+} // namespace ormex::db

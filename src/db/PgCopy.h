@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Database.h"
+#include "PgDatabase.h"
+
+// Copies the rows of every member-card table from an SQLite database into a PostgreSQL one that
+// holds the schema: how a headquarters on PostgreSQL is seeded with the demo data, and how the
+// same starting rows are put on both engines. Keys given by the database continue after the
+// highest one copied.
+namespace ormex::db {
+
+// Appends the rows in one transaction of the PostgreSQL database: all of them or none. Throws
+// DbError.
+void copyRows(Database& from, PgDatabase& to);
+
+} // namespace ormex::db

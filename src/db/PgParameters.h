@@ -1,0 +1,65 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "BatchProgram.h"
+#include "platform/Value.h"
+
+// The values of a statement's parameters as libpq sends them: each as text (or null) with the
+// type the server is to read it as. A literal of the batch goes as a literal would be written: a
+// text or a whole number with no type (the server takes the type of what it stands beside, so
+// '5' compares with a number column and 5 with a text column), a fraction as numeric. A variable
+// goes with the type of the value it holds; a text or a null with the type it was declared with,
+// so that a text variable compares as the keys do, without regard to case.
+namespace ormex::db {
+
+// Type numbers of the server's built-in types (pg_type.h).
+namespace pgtype {
+inline constexpr unsigned kUnknown = 0; // left to the server to infer
+inline constexpr unsigned kBool = 16;
+inline constexpr unsigned kInt8 = 20;
+inline constexpr unsigned kInt2 = 21;
+inline constexpr unsigned kInt4 = 23;
+inline constexpr unsigned kText = 25;
+inline constexpr unsigned kFloat4 = 700;
+inline constexpr unsigned kFloat8 = 701;
+inline constexpr unsigned kNumeric = 1700;
+} // namespace pgtype
+
+class PgParameters
+{
+public:
+    // `citext` is the type number of the database's case-insensitive text type.
+    explicit PgParameters(unsigned citext) : m_citext(citext) {}
+
+    void clear();
+    // Adds arguments [first, first + count) of a statement read from `text`.
+    template <typename Arguments>
+    void add(std::string_view text, const Arguments& arguments, std::size_t first, std::size_t count,
+             std::span<const platform::Value> variables, const std::vector<VariableType>& slotTypes)
+    {
+        for (std::size_t k = 0; k < count; ++k)
+            add(text, arguments[first + k], variables, slotTypes);
+    }
+    void add(std::string_view text, const Argument& argument, std::span<const platform::Value> variables,
+             const std::vector<VariableType>& slotTypes);
+
+    int count() const { return static_cast<int>(m_types.size()); }
+    const std::vector<unsigned>& types() const { return m_types; }
+    // For libpq: the values (null for SQL NULL), valid until the next clear() or add().
+    const char* const* values();
+
+private:
+    void add(const platform::Value& value, VariableType declared);
+
+    unsigned m_citext;
+    std::vector<unsigned> m_types;
+    std::vector<std::string> m_texts;
+    std::vector<bool> m_null;
+    std::vector<const char*> m_values;
+};
+
+} // namespace ormex::db
