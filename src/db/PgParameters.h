@@ -9,11 +9,13 @@
 #include "platform/Value.h"
 
 // The values of a statement's parameters as libpq sends them: each as text (or null) with the
-// type the server is to read it as. A literal of the batch goes as a literal would be written: a
-// text or a whole number with no type (the server takes the type of what it stands beside, so
-// '5' compares with a number column and 5 with a text column), a fraction as numeric. A variable
-// goes with the type of the value it holds; a text or a null with the type it was declared with,
-// so that a text variable compares as the keys do, without regard to case.
+// type the server is to read it as. A literal of the batch goes with the type the server gives
+// the same literal written out: a text with no type (it takes the type of what it stands beside,
+// so '5' compares with a number column and 'abc' with a key without regard to case), a whole
+// number as bigint, a fraction as numeric. (A whole number left untyped would be read as text
+// where nothing beside it has a type: 1 > 100000 would hold.) A variable goes with the type of
+// the value it holds; a text or a null with the type it was declared with, so that a text variable
+// compares as the keys do, without regard to case.
 namespace ormex::db {
 
 // Type numbers of the server's built-in types (pg_type.h).

@@ -31,6 +31,13 @@ PgTestDatabase::PgTestDatabase()
     m_db = db::PgDatabase::open(m_url);
 }
 
+std::string PgTestDatabase::port() const
+{
+    // postgresql://postgres@127.0.0.1:<port>/<name>
+    const std::size_t colon = m_url.rfind(':');
+    return m_url.substr(colon + 1, m_url.rfind('/') - colon - 1);
+}
+
 PgTestDatabase::~PgTestDatabase()
 {
     m_db.reset();

@@ -22,6 +22,11 @@ public:
     PgTestDatabase& operator=(const PgTestDatabase&) = delete;
 
     const std::string& url() const { return m_url; }
+    const std::string& name() const { return m_name; }
+    // The loopback port of the cluster.
+    std::string port() const;
+    // How a branch's headquarters setting names this database: "server,port/catalog/user/password".
+    std::string setting() const { return "127.0.0.1," + port() + "/" + m_name + "/postgres/secret"; }
     db::PgDatabase& db() { return *m_db; }
 
 private:

@@ -61,8 +61,13 @@ platform::Value TestDatabase::decodedBalance(const std::string& card)
 
 std::vector<std::string> TestDatabase::rows(const std::string& sql)
 {
+    return rowsOf(*m_db, sql);
+}
+
+std::vector<std::string> rowsOf(db::TsqlDatabase& db, const std::string& sql)
+{
     std::vector<std::string> out;
-    auto rs = m_db->query(sql);
+    auto rs = db.query(sql);
     for (; !rs.atEnd(); rs.moveNext()) {
         std::string row;
         for (std::size_t c = 0; c < rs.columns().size(); ++c) {

@@ -42,6 +42,9 @@ private:
     std::unique_ptr<db::Database> m_db;
 };
 
+// Every row of a T-SQL query on either engine, each value as text, fields joined by "|".
+std::vector<std::string> rowsOf(db::TsqlDatabase& db, const std::string& sql);
+
 // Makes a temporary folder; the caller removes it.
 std::string makeTempFolder();
 void removeFolder(const std::string& folder);
