@@ -6,7 +6,7 @@
 
 namespace ormex::db {
 
-PgBatchRunner::PgBatchRunner(PgDatabase& db) : m_db(db), m_parameters(db.citextType()) {}
+PgBatchRunner::PgBatchRunner(PgDatabase& db) : m_db(db) {}
 
 void PgBatchRunner::run(const BatchProgram& program)
 {

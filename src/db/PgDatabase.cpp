@@ -81,9 +81,6 @@ void PgDatabase::prepareSession()
     // Text is exchanged as UTF-8 whatever the server's default is.
     if (PQsetClientEncoding(m_conn, "UTF8") != 0) throw DbError(trimmedMessage(PQerrorMessage(m_conn)));
     command(m_conn, "SET lock_timeout = '" + std::to_string(kLockTimeoutSeconds) + "s'");
-    // Before the schema is made there is no citext: its variables then go untyped.
-    m_citext = static_cast<unsigned>(
-        queryNative("SELECT coalesce(to_regtype('citext')::oid, 0)::int8").field(0).toInt());
 }
 
 PgDatabase::~PgDatabase()
@@ -164,7 +161,7 @@ void PgDatabase::setClock()
 platform::Recordset PgDatabase::query(std::string_view sql)
 {
     const QueryShape shape = parseQueryShape(sql, PgDialect::instance());
-    PgParameters parameters(m_citext);
+    PgParameters parameters;
     parameters.add(sql, shape.arguments, 0, shape.arguments.size(), {}, {});
     if (shape.sql.find("ormex_getdate") != std::string::npos) setClock();
     const PgResultPtr result(run(shape.sql, parameters.types(), parameters.values()));

@@ -57,8 +57,6 @@ public:
     // Runs `sql` with parameters of the given types (0: inferred) and values (null pointer: NULL),
     // prepared once per text and types. The result has rows or is an error; the caller owns it.
     pg_result* run(const std::string& sql, const std::vector<unsigned>& types, const char* const* values);
-    // The type number of citext in this database.
-    unsigned citextType() const { return m_citext; }
     // Sets the date-time getdate() gives for the statements that follow.
     void setClock();
 
@@ -70,7 +68,6 @@ private:
     void prepareSession();
 
     pg_conn* m_conn = nullptr;
-    unsigned m_citext = 0;
     std::unordered_map<std::string, std::string> m_prepared; // text and types → statement name
     int m_writes = 0;                                        // writes open on the connection
 };

@@ -64,26 +64,11 @@ void PgParameters::add(std::string_view text, const Argument& argument,
 
 void PgParameters::add(const platform::Value& value, VariableType declared)
 {
-    unsigned declaredType = pgtype::kUnknown;
-    switch (declared) {
-    case VariableType::Integer:
-        declaredType = pgtype::kInt8;
-        break;
-    case VariableType::Real:
-        declaredType = pgtype::kFloat8;
-        break;
-    case VariableType::Text:
-        declaredType = m_citext;
-        break;
-    case VariableType::Date:
-        declaredType = pgtype::kText; // dates are held as text
-        break;
-    case VariableType::Other:
-        break;
-    }
     switch (value.type()) {
     case platform::Value::Type::Null:
-        m_types.push_back(declaredType);
+        m_types.push_back(declared == VariableType::Integer ? pgtype::kInt8
+                          : declared == VariableType::Real  ? pgtype::kFloat8
+                                                            : pgtype::kUnknown);
         m_texts.emplace_back();
         m_null.push_back(true);
         return;
@@ -100,10 +85,7 @@ void PgParameters::add(const platform::Value& value, VariableType declared)
         m_texts.push_back(numberText(value.toDouble()));
         break;
     case platform::Value::Type::Text:
-        // A text read into a number variable is read by the server where it is used.
-        m_types.push_back(declared == VariableType::Text || declared == VariableType::Date
-                              ? declaredType
-                              : pgtype::kUnknown);
+        m_types.push_back(pgtype::kUnknown);
         m_texts.push_back(value.toString());
         break;
     }

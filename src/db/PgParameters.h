@@ -11,11 +11,11 @@
 // The values of a statement's parameters as libpq sends them: each as text (or null) with the
 // type the server is to read it as. A literal of the batch goes with the type the server gives
 // the same literal written out: a text with no type (it takes the type of what it stands beside,
-// so '5' compares with a number column and 'abc' with a key without regard to case), a whole
+// so '5' goes into a number column and 'abc' compares with a key without regard to case), a whole
 // number as bigint, a fraction as numeric. (A whole number left untyped would be read as text
 // where nothing beside it has a type: 1 > 100000 would hold.) A variable goes with the type of
-// the value it holds; a text or a null with the type it was declared with, so that a text variable
-// compares as the keys do, without regard to case.
+// the value it holds, a text untyped as a text literal is (a balance kept in a varchar variable
+// goes into a number column as on the server), a null with the number type it was declared with.
 namespace ormex::db {
 
 // Type numbers of the server's built-in types (pg_type.h).
@@ -34,9 +34,6 @@ inline constexpr unsigned kNumeric = 1700;
 class PgParameters
 {
 public:
-    // `citext` is the type number of the database's case-insensitive text type.
-    explicit PgParameters(unsigned citext) : m_citext(citext) {}
-
     void clear();
     // Adds arguments [first, first + count) of a statement read from `text`.
     template <typename Arguments>
@@ -57,7 +54,6 @@ public:
 private:
     void add(const platform::Value& value, VariableType declared);
 
-    unsigned m_citext;
     std::vector<unsigned> m_types;
     std::vector<std::string> m_texts;
     std::vector<bool> m_null;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
 
 #include "AdminCommands.h"
@@ -46,5 +47,35 @@ TEST(PgAdminCommands, CreateOnceThenQuery)
                          "--------+-----------+------------\n"
                          "01      | 金卡      | 0          \n"
                          "(1 row)\n");
-    EXPECT_EQ(run({"run", pg.url(), "batch.sql"}).code, 1) << "T-SQL batches do not run on PostgreSQL yet";
+}
+
+TEST(PgAdminCommands, SeedRunAndQueryTakeTheSystemsTsql)
+{
+    if (ormex::test::pgClusterUrl().empty())
+        GTEST_SKIP() << "ORMEX_PG_CLUSTER is not set (run through ctest)";
+    ormex::test::PgTestDatabase pg;
+    pg.db().executeNative("ALTER USER postgres PASSWORD 'secret'");
+    std::string url = pg.url();
+    url.insert(url.find('@'), ":secret");
+    ASSERT_EQ(run({"create", url}).out, "created " + pg.url() + "\n") << "the password is not shown";
+    const Result seeded = run({"seed", url, "--role", "hq"});
+    ASSERT_EQ(seeded.code, 0) << seeded.err;
+    EXPECT_EQ(run({"seed", url, "--role", "hq"}).code, 1) << "the demo rows are there already";
+
+    const std::string file = ::testing::TempDir() + "/recharge.sql";
+    std::ofstream(file)
+        << "declare @old varchar(40)\r\n"
+           "set @old = (select dbo.f_decrypt(FResidualAmt) from T_Pos_VipRecord where "
+           "FCardId = '88000001')\r\n"
+           "insert T_Pos_AddMoneyList (FCardId, FPlusAmt, FOldAmt) select '88000001', 10, @old";
+    const Result ran = run({"run", url, file});
+    EXPECT_EQ(ran.code, 0) << ran.err;
+    EXPECT_EQ(run({"query", url, "select top 1 FPlusAmt from T_Pos_AddMoneyList"}).code, 1)
+        << "TOP is outside the dialect on every engine";
+    const Result query = run({"query", url,
+                              "select count(*) as n from T_Pos_AddMoneyList where FCardId = '88000001' and "
+                              "FOldAmt = (select convert(float, dbo.f_decrypt(FResidualAmt)) from "
+                              "T_Pos_VipRecord where FCardId = '88000001')"});
+    EXPECT_EQ(query.out, "n\n-\n1\n(1 row)\n") << query.err;
+    EXPECT_EQ(run({"generate", url, "10"}).code, 1) << "generating cards is for SQLite files";
 }

@@ -89,6 +89,17 @@ std::unique_ptr<db::PgDatabase> openExistingPg(const std::string& url)
     return database;
 }
 
+// A database as the output names it: a URL without its password.
+std::string shown(const std::string& location)
+{
+    if (!db::isPostgresUrl(location)) return location;
+    const std::size_t from = location.find("://") + 3;
+    const std::size_t at = location.find('@', from);
+    const std::size_t colon = location.find(':', from);
+    if (at == std::string::npos || colon == std::string::npos || colon > at) return location;
+    return location.substr(0, colon) + location.substr(at);
+}
+
 db::DemoRole parseRole(const std::string& role)
 {
     if (role == "branch") return db::DemoRole::Branch;
@@ -134,7 +145,7 @@ int run(const std::vector<std::string>& a, std::ostream& out)
             createPgDatabase(a[1]);
         else
             createDatabase(a[1], {});
-        out << "created " << a[1] << '\n';
+        out << "created " << shown(a[1]) << '\n';
     } else if (command == "seed") {
         need(4);
         if (a[2] != "--role") throw UsageError("seed needs --role branch|hq");
@@ -150,7 +161,7 @@ int run(const std::vector<std::string>& a, std::ostream& out)
             auto database = openExisting(a[1]);
             db::seedDemo(*database, role);
         }
-        out << "seeded " << a[1] << '\n';
+        out << "seeded " << shown(a[1]) << '\n';
     } else if (command == "demo") {
         need(5);
         std::string branch, hq;

@@ -68,6 +68,8 @@ TEST(LinkedBranchOnPostgres, ARechargeReadsTheBalanceAtHeadquartersAndIsReplayed
     t.query(Screen::BatchTab, "S1");
     const int s1 = t.row(1, "S1");
     EXPECT_EQ(t.grid(1).cellStd(s1, "FResidualAmt"), "80.00") << "the list is read at headquarters";
+    t.screen.resize(960, 620);
+    test::saveShot(t.screen, "stored-value-hq-postgres.png");
     t.type(1, s1, "FChargeAmt", "10");
     t.host.messages().answer(true);
     t.ok();
