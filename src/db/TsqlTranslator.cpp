@@ -25,6 +25,11 @@ constexpr std::array<std::string_view, 28> kKeywordsBeforeParen = {
 constexpr std::array<std::string_view, 12> kSameFunctions = {
     "lower", "upper", "ltrim", "rtrim", "abs", "count", "sum", "max", "min", "avg", "coalesce", "replace"};
 
+// Words that begin or join expressions rather than end an operand.
+constexpr std::array<std::string_view, 24> kWordsBeforeOperand = {
+    "in", "exists", "values",  "and",  "or",  "not", "when", "then", "else", "on",     "select",   "where",
+    "is", "like",   "between", "case", "all", "any", "some", "by",   "set",  "having", "distinct", "if"};
+
 constexpr std::array<std::string_view, 4> kUnsupportedWords = {"top", "output", "with", "pivot"};
 
 template <std::size_t N> bool oneOf(std::string_view word, const std::array<std::string_view, N>& list)
@@ -147,6 +152,68 @@ private:
         }
     }
 
+    // The number literal at i as an engine with typed number literals needs it: untyped where it
+    // takes the type of what it stands beside, else cast. The text does not depend on the digits,
+    // so that statements that differ only in their numbers share it.
+    void number(std::size_t i, std::size_t end, std::string& out)
+    {
+        if (takesTypeBeside(i, end)) {
+            parameter(argumentOf(m_tokens[i]), out);
+            return;
+        }
+        out += "CAST(";
+        parameter(argumentOf(m_tokens[i]), out);
+        out += " AS ";
+        out += m_spelling.literalNumberType;
+        out += ')';
+    }
+
+    // True for a token that ends (or, `after`, begins) an operand with a type of its own: a column,
+    // a variable, a parenthesis, a call, CASE … END.
+    static bool isOperand(const Token& t, bool after)
+    {
+        switch (t.kind) {
+        case Token::Kind::Variable:
+            return true;
+        case Token::Kind::Symbol:
+            return t.isSymbol(after ? "(" : ")");
+        case Token::Kind::Word:
+            return t.bracketed || t.isWord("end") ||
+                   (!t.isWord("null") && !oneOf(t.text, kWordsBeforeOperand));
+        default: // a literal
+            return false;
+        }
+    }
+
+    static bool isComparison(const Token& t)
+    {
+        return t.isSymbol("=") || t.isSymbol("<>") || t.isSymbol("!=") || t.isSymbol("<") ||
+               t.isSymbol(">") || t.isSymbol("<=") || t.isSymbol(">=");
+    }
+
+    // True when the literal at i takes the type of what it stands beside: it is compared with (or
+    // assigned to) a typed operand, it is an argument of a call, or an element of an IN list.
+    bool takesTypeBeside(std::size_t i, std::size_t end) const
+    {
+        if (i >= m_begin + 2 && isComparison(m_tokens[i - 1]) && isOperand(m_tokens[i - 2], false))
+            return true;
+        if (i + 2 < end && isComparison(m_tokens[i + 1]) && isOperand(m_tokens[i + 2], true)) return true;
+        if (i == m_begin || !(m_tokens[i - 1].isSymbol("(") || m_tokens[i - 1].isSymbol(","))) return false;
+        // The parenthesis the literal stands in, and what comes before it.
+        int depth = 0;
+        for (std::size_t k = i; k-- > m_begin;) {
+            if (m_tokens[k].isSymbol(")")) {
+                ++depth;
+            } else if (m_tokens[k].isSymbol("(") && depth-- == 0) {
+                if (k == m_begin) return false;
+                const Token& before = m_tokens[k - 1];
+                return before.isWord("in") ||
+                       (before.kind == Token::Kind::Word && !oneOf(before.text, kKeywordsBeforeParen));
+            }
+        }
+        return false; // a list at the top of the statement: the columns of a SELECT
+    }
+
     // Writes the translation of the token at i (and what belongs to it), advancing i.
     void token(std::size_t i, std::size_t end, std::size_t& next, std::string& out)
     {
@@ -166,6 +233,8 @@ private:
         case Token::Kind::Number:
             if (!m_translation.arguments || !m_translation.liftLiterals)
                 out += t.text;
+            else if (t.kind == Token::Kind::Number && !m_spelling.literalNumberType.empty())
+                number(i, end, out);
             else
                 parameter(argumentOf(t), out);
             return;
