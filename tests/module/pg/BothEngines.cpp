@@ -6,6 +6,7 @@
 #include <map>
 
 #include "db/DemoData.h"
+#include "db/LargeData.h"
 #include "db/PgCopy.h"
 #include "db/PgSchema.h"
 #include "db/SqliteStatement.h"
@@ -146,6 +147,7 @@ void BothEngines::SetUp()
     m_clock = std::make_unique<ScopedClock>(2026, 11, 23, 10, 30, 15);
     m_sqlite = std::make_unique<TestDatabase>();
     db::seedDemo(sqlite(), db::DemoRole::Branch);
+    db::generateCards(sqlite(), 500); // balances of every size, encoded as the screens read them
     m_sqlite->exec(situationRows());
 
     m_pg = std::make_unique<PgTestDatabase>();

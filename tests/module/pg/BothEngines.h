@@ -1,5 +1,6 @@
-// One starting database on both engines: the demo branch seeded into SQLite, with rows added for
-// the situations the batches tell apart, and copied row for row into a fresh PostgreSQL database.
+// One starting database on both engines: the demo branch and generated cards seeded into SQLite,
+// with rows added for the situations the batches tell apart, and copied row for row into a fresh
+// PostgreSQL database.
 // A batch is run on both with execute(); afterwards every table must hold the same rows, and a
 // query must read the same values on both.
 #pragma once
