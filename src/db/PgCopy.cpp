@@ -143,6 +143,21 @@ std::vector<std::string> tablesInKeyOrder(Database& from)
     return ordered;
 }
 
+// The highest key SQLite has given each table with one (sqlite_sequence): above the highest row
+// left when the newest rows were deleted (changes sent to headquarters, approved records), and
+// keys are never given twice.
+std::string keysGiven(Database& from)
+{
+    std::string values = "('', 0)";
+    SqliteStatement exists(from.handle(), "SELECT 1 FROM sqlite_master WHERE name = 'sqlite_sequence'");
+    if (!exists.step()) return values;
+    SqliteStatement given(from.handle(), "SELECT lower(name), seq FROM sqlite_sequence");
+    while (given.step())
+        values += ", ('" + platform::quoteDoubled(given.column(0).toString()) + "', " +
+                  std::to_string(given.column(1).toInt()) + ")";
+    return values;
+}
+
 } // namespace
 
 void copyRows(Database& from, PgDatabase& to)
@@ -153,14 +168,19 @@ void copyRows(Database& from, PgDatabase& to)
     try {
         for (const auto& table : tables)
             copyTable(from, conn, table);
-        // Identity columns continue after the keys copied.
+        // Identity columns continue after the highest key SQLite gave, or copied when that is higher.
         to.executeNative(
-            "DO $$ DECLARE c record; BEGIN"
+            "DO $$ DECLARE c record; given bigint; BEGIN"
             " FOR c IN SELECT table_name, column_name FROM information_schema.columns"
             " WHERE table_schema = current_schema() AND is_identity = 'YES' LOOP"
+            " SELECT coalesce(max(v.seq), 0) INTO given FROM (VALUES " +
+            keysGiven(from) +
+            ") AS v(name, seq) WHERE v.name = c.table_name;"
             " EXECUTE format('SELECT setval(pg_get_serial_sequence(%L, %L),"
-            " greatest((SELECT max(%I) FROM %I), 1), (SELECT max(%I) FROM %I) IS NOT NULL)',"
-            " c.table_name, c.column_name, c.column_name, c.table_name, c.column_name, c.table_name);"
+            " greatest(%s, (SELECT coalesce(max(%I), 0) FROM %I), 1),"
+            " greatest(%s, (SELECT coalesce(max(%I), 0) FROM %I)) > 0)',"
+            " c.table_name, c.column_name, given, c.column_name, c.table_name, given, c.column_name,"
+            " c.table_name);"
             " END LOOP; END $$");
         to.executeNative("COMMIT");
     } catch (...) {

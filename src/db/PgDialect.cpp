@@ -6,7 +6,8 @@ namespace ormex::db {
 
 namespace {
 
-constexpr Spelling kSpelling{"coalesce", "f_decrypt", "text", "double precision", "bigint", '"', true};
+constexpr Spelling kSpelling{"coalesce", "f_decrypt", "text", "double precision",
+                             "bigint",   '"',         true,   "numeric"};
 
 } // namespace
 

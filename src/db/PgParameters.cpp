@@ -11,14 +11,6 @@ namespace ormex::db {
 
 namespace {
 
-// A literal without a point or exponent that fits 64 bits.
-bool isWholeNumber(std::string_view digits)
-{
-    long long value = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    return error == std::errc() && end == digits.data() + digits.size();
-}
-
 std::string numberText(double number)
 {
     if (std::isnan(number)) return "NaN";
@@ -49,7 +41,7 @@ void PgParameters::add(std::string_view text, const Argument& argument,
         return;
     case Argument::Kind::Number: {
         const std::string_view digits = text.substr(argument.at, argument.length());
-        m_types.push_back(isWholeNumber(digits) ? pgtype::kInt8 : pgtype::kNumeric);
+        m_types.push_back(pgtype::kUnknown);
         m_texts.emplace_back(digits);
         m_null.push_back(false);
         return;

@@ -9,11 +9,10 @@
 #include "platform/Value.h"
 
 // The values of a statement's parameters as libpq sends them: each as text (or null) with the
-// type the server is to read it as. A literal of the batch goes with the type the server gives
-// the same literal written out: a text with no type (it takes the type of what it stands beside,
-// so '5' goes into a number column and 'abc' compares with a key without regard to case), a whole
-// number as bigint, a fraction as numeric. (A whole number left untyped would be read as text
-// where nothing beside it has a type: 1 > 100000 would hold.) A variable goes with the type of
+// type the server is to read it as. A literal of the batch goes untyped, as the literal written
+// out would: it takes the type of what it stands beside, so '5' goes into a number column, 9
+// compares with a text column and 'abc' with a key without regard to case (where nothing typed
+// stands beside a number, the translation has cast it already). A variable goes with the type of
 // the value it holds, a text untyped as a text literal is (a balance kept in a varchar variable
 // goes into a number column as on the server), a null with the number type it was declared with.
 namespace ormex::db {

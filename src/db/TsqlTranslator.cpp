@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdlib>
+#include <unordered_set>
 
 #include "DbError.h"
 #include "NestingLimit.h"
@@ -24,6 +25,11 @@ constexpr std::array<std::string_view, 28> kKeywordsBeforeParen = {
 // Functions that mean the same on every engine.
 constexpr std::array<std::string_view, 12> kSameFunctions = {
     "lower", "upper", "ltrim", "rtrim", "abs", "count", "sum", "max", "min", "avg", "coalesce", "replace"};
+
+// Words that begin or join expressions rather than end an operand.
+constexpr std::array<std::string_view, 24> kWordsBeforeOperand = {
+    "in", "exists", "values",  "and",  "or",  "not", "when", "then", "else", "on",     "select",   "where",
+    "is", "like",   "between", "case", "all", "any", "some", "by",   "set",  "having", "distinct", "if"};
 
 constexpr std::array<std::string_view, 4> kUnsupportedWords = {"top", "output", "with", "pivot"};
 
@@ -71,22 +77,29 @@ private:
         throw ParseError(m_tokens[std::min(at, m_tokens.size() - 1)].line, message);
     }
 
-    // Index of the ")" that closes the "(" at `open`. The parentheses of the whole range are
-    // matched at the first call.
-    std::size_t closing(std::size_t open)
+    // Matches the parentheses of the whole range, once: where each "(" closes, and in which "("
+    // each token stands.
+    void matchParentheses()
     {
-        if (m_closing.empty()) {
-            m_closing.assign(m_end - m_begin, kUnmatched);
-            std::vector<std::size_t> opened;
-            for (std::size_t i = m_begin; i < m_end; ++i) {
-                if (m_tokens[i].isSymbol("(")) {
-                    opened.push_back(i);
-                } else if (m_tokens[i].isSymbol(")") && !opened.empty()) {
-                    m_closing[opened.back() - m_begin] = static_cast<std::uint32_t>(i);
-                    opened.pop_back();
-                }
+        if (!m_closing.empty()) return;
+        m_closing.assign(m_end - m_begin, kUnmatched);
+        m_enclosing.assign(m_end - m_begin, kUnmatched);
+        std::vector<std::size_t> opened;
+        for (std::size_t i = m_begin; i < m_end; ++i) {
+            if (!opened.empty()) m_enclosing[i - m_begin] = static_cast<std::uint32_t>(opened.back());
+            if (m_tokens[i].isSymbol("(")) {
+                opened.push_back(i);
+            } else if (m_tokens[i].isSymbol(")") && !opened.empty()) {
+                m_closing[opened.back() - m_begin] = static_cast<std::uint32_t>(i);
+                opened.pop_back();
             }
         }
+    }
+
+    // Index of the ")" that closes the "(" at `open`.
+    std::size_t closing(std::size_t open)
+    {
+        matchParentheses();
         const std::uint32_t close = m_closing[open - m_begin];
         if (close == kUnmatched) fail(open, "missing ')'");
         return close;
@@ -147,6 +160,74 @@ private:
         }
     }
 
+    // The number literal at i as an engine with typed number literals needs it: untyped where it
+    // takes the type of what it stands beside, else cast. The text does not depend on the digits,
+    // so that statements that differ only in their numbers share it.
+    void number(std::size_t i, std::size_t end, std::string& out)
+    {
+        if (takesTypeBeside(i, end)) {
+            // A literal after it in the same computation takes the type too: @n * 10 / 4.
+            m_typedBeside.insert(i);
+            parameter(argumentOf(m_tokens[i]), out);
+            return;
+        }
+        out += "CAST(";
+        parameter(argumentOf(m_tokens[i]), out);
+        out += " AS ";
+        out += m_spelling.literalNumberType;
+        out += ')';
+    }
+
+    // True for a token that ends (or, `after`, begins) an operand with a type of its own: a column,
+    // a variable, a parenthesis, a call, CASE … END.
+    static bool isOperand(const Token& t, bool after)
+    {
+        switch (t.kind) {
+        case Token::Kind::Variable:
+            return true;
+        case Token::Kind::Symbol:
+            return t.isSymbol(after ? "(" : ")");
+        case Token::Kind::Word:
+            return t.bracketed || t.isWord("end") ||
+                   (!t.isWord("null") && !oneOf(t.text, kWordsBeforeOperand));
+        default: // a literal
+            return false;
+        }
+    }
+
+    static bool isComparison(const Token& t)
+    {
+        return t.isSymbol("=") || t.isSymbol("<>") || t.isSymbol("!=") || t.isSymbol("<") ||
+               t.isSymbol(">") || t.isSymbol("<=") || t.isSymbol(">=");
+    }
+
+    // A comparison, an assignment or arithmetic: an operator whose operands take one type.
+    static bool isBinaryOperator(const Token& t)
+    {
+        return isComparison(t) || t.isSymbol("+") || t.isSymbol("-") || t.isSymbol("*") || t.isSymbol("/") ||
+               t.isSymbol("%");
+    }
+
+    // True when the literal at i takes the type of what it stands beside: it is compared with,
+    // assigned to or computed with a typed operand (so @n * 10 / 4 divides whole numbers, as the
+    // server does), it is an argument of a call, or an element of an IN list.
+    bool takesTypeBeside(std::size_t i, std::size_t end)
+    {
+        if (i >= m_begin + 2 && isBinaryOperator(m_tokens[i - 1]) &&
+            (isOperand(m_tokens[i - 2], false) || m_typedBeside.count(i - 2) != 0))
+            return true;
+        if (i + 2 < end && isBinaryOperator(m_tokens[i + 1]) && isOperand(m_tokens[i + 2], true)) return true;
+        if (i == m_begin || !(m_tokens[i - 1].isSymbol("(") || m_tokens[i - 1].isSymbol(","))) return false;
+        // The parenthesis the literal stands in, and what comes before it. A list at the top of
+        // the statement is the columns of a SELECT.
+        matchParentheses();
+        const std::uint32_t open = m_enclosing[i - m_begin];
+        if (open == kUnmatched || open == m_begin) return false;
+        const Token& before = m_tokens[open - 1];
+        return before.isWord("in") ||
+               (before.kind == Token::Kind::Word && !oneOf(before.text, kKeywordsBeforeParen));
+    }
+
     // Writes the translation of the token at i (and what belongs to it), advancing i.
     void token(std::size_t i, std::size_t end, std::size_t& next, std::string& out)
     {
@@ -166,6 +247,8 @@ private:
         case Token::Kind::Number:
             if (!m_translation.arguments || !m_translation.liftLiterals)
                 out += t.text;
+            else if (t.kind == Token::Kind::Number && !m_spelling.literalNumberType.empty())
+                number(i, end, out);
             else
                 parameter(argumentOf(t), out);
             return;
@@ -326,8 +409,10 @@ private:
     const std::size_t m_begin;
     const std::size_t m_end;
     Translation& m_translation;
-    std::vector<std::uint32_t> m_closing; // by token from m_begin: where its "(" closes
-    int m_depth = 0;                      // calls being written, one inside the other
+    std::vector<std::uint32_t> m_closing;          // by token from m_begin: where its "(" closes
+    std::vector<std::uint32_t> m_enclosing;        // by token from m_begin: the "(" it stands in
+    std::unordered_set<std::size_t> m_typedBeside; // number literals written to take a type beside
+    int m_depth = 0;                               // calls being written, one inside the other
 };
 
 } // namespace

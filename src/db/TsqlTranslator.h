@@ -22,6 +22,11 @@ struct Spelling
     char bracketQuote = '[';
     // round(value, decimals) needs an exact number on this engine.
     bool roundNumeric = false;
+    // Parameters carry no type, and this engine gives one the type of what it is compared with or
+    // passed to, but reads it as text where nothing typed stands beside it (385 > 1750 would
+    // compare texts, 1 + 2 would find no operator). Such a number literal is cast to this type;
+    // empty where parameters need no type.
+    std::string_view literalNumberType = {};
 };
 
 // Translates tokens [begin, end) as Dialect::translate does.

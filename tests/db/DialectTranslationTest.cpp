@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "db/DbError.h"
+#include "db/PgDialect.h"
 #include "db/SqliteDialect.h"
 #include "db/TsqlParser.h"
 
@@ -188,4 +189,34 @@ TEST(DialectTranslation, ARepeatedStatementTakesTheTranslationOnlyWhereItsWritte
     EXPECT_NE(refused("declare @a int\r\nupdate T set x=1 where c=@a\r\nupdate T set x=1 where c=@b")
                   .find("must declare the variable @b"),
               std::string::npos);
+}
+
+TEST(DialectTranslation, PostgresSpellsTheServersFunctionsAndTypesItsNumbers)
+{
+    using ormex::db::PgDialect;
+    EXPECT_EQ(parseQuery("select isnull(FAccNum, 0) from dbo.T_Pos_VipRecord where [FCardId] = 'A' and "
+                         "round(FDecNum, 2) > 1 and convert(float, dbo.f_decrypt(FResidualAmt)) >= 0",
+                         PgDialect::instance()),
+              "select coalesce(FAccNum, 0) from T_Pos_VipRecord where \"fcardid\" = 'A' and "
+              "round(CAST((FDecNum) AS numeric), 2) > 1 and CAST((f_decrypt(FResidualAmt)) AS double "
+              "precision) >= 0");
+    // Lifted, a number nothing typed stands beside is cast; one beside a column takes its type.
+    EXPECT_EQ(parseQueryShape("select FCardId from T_Pos_VipRecord where FAccNum > 5 and 1 > 100000",
+                              PgDialect::instance())
+                  .sql,
+              "select FCardId from T_Pos_VipRecord where FAccNum > $1 and CAST($2 AS numeric) > CAST($3 AS "
+              "numeric)");
+    // A list of 200,000 numbers is read once: each finds its parenthesis without reading back.
+    std::string list;
+    for (int i = 0; i < 200000; ++i)
+        list += (i ? "," : "") + std::to_string(i);
+    EXPECT_EQ(parseQueryShape("select FCardId from T_Pos_VipRecord where FFlowId in (" + list + ")",
+                              PgDialect::instance())
+                  .arguments.size(),
+              0u)
+        << "too many to lift: written out";
+    ormex::db::BatchProgram program = ormex::db::parseBatch(
+        "update T_Pos_VipRecord set FAccNum = 1 where FFlowId in (" + list.substr(0, 2000) + ")",
+        PgDialect::instance());
+    EXPECT_EQ(program.shapes.size(), 1u);
 }

@@ -19,6 +19,24 @@ const char* const kApprovedColumns[] = {
 
 } // namespace
 
+std::string approvalBatch(db::TsqlDatabase& db, const platform::RecordList& package)
+{
+    std::string batch;
+    for (const auto& item : package) {
+        const std::string card = item.text("FCardId");
+        const auto pending = db.query("select * from T_Pos_VipRecordCheck where FCardId=" + quoted(card) +
+                                      " order by FCheckId desc");
+        if (pending.atEnd()) throw std::runtime_error("会员卡【" + card + "】没有待审核的档案");
+        std::string assignments;
+        for (const char* column : kApprovedColumns)
+            assignments +=
+                std::string(assignments.empty() ? "" : ",") + column + "=" + literal(pending.field(column));
+        batch += "update T_Pos_VipRecord set " + assignments + " where FCardId=" + quoted(card) + "\r\n";
+        batch += "delete from T_Pos_VipRecordCheck where FCardId=" + quoted(card) + "\r\n";
+    }
+    return batch;
+}
+
 db::Database& ApprovalMaintain::db()
 {
     return db::sharedDatabase(m_path);
@@ -52,19 +70,7 @@ platform::RecordList ApprovalMaintain::getRalCurMCInfo()
 
 void ApprovalMaintain::updateMCApproveInfo(platform::RecordList& package)
 {
-    std::string batch;
-    for (const auto& item : package) {
-        const std::string card = item.text("FCardId");
-        const auto pending = db().query("select * from T_Pos_VipRecordCheck where FCardId=" + quoted(card) +
-                                        " order by FCheckId desc");
-        if (pending.atEnd()) throw std::runtime_error("会员卡【" + card + "】没有待审核的档案");
-        std::string assignments;
-        for (const char* column : kApprovedColumns)
-            assignments +=
-                std::string(assignments.empty() ? "" : ",") + column + "=" + literal(pending.field(column));
-        batch += "update T_Pos_VipRecord set " + assignments + " where FCardId=" + quoted(card) + "\r\n";
-        batch += "delete from T_Pos_VipRecordCheck where FCardId=" + quoted(card) + "\r\n";
-    }
+    const std::string batch = approvalBatch(db(), package);
     if (!batch.empty()) db().execute(batch);
 }
 

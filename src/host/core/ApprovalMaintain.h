@@ -11,6 +11,11 @@
 // record makes its pending values the card's record and takes it off the waiting list.
 namespace ormex::host {
 
+// The batch that approves the records of a package on `db`: for each card, its newest pending
+// values written over its record, then its pending copies deleted. Throws when a record of the
+// package has nothing waiting.
+std::string approvalBatch(db::TsqlDatabase& db, const platform::RecordList& package);
+
 class ApprovalMaintain : public platform::CheckMaintain
 {
 public:
