@@ -137,16 +137,7 @@ long CardMaintain::changeMemberCard(platform::Value& oldKey, platform::Value&, s
             .field("n")
             .toInt() == 0)
         return 0;
-    std::string assignments;
-    for (const char* column : kTakenOver)
-        assignments += std::string(column) + "=" + literal(old.field(column)) + ",";
-    const std::string batch =
-        "update T_Pos_VipRecord set " + assignments + "FCardType=" + quoted(type) + ",FCardStatus='0'" +
-        " where FCardId=" + quoted(newCardNo) + "\r\n" +
-        "update T_Pos_VipRecord set FCardStatus='3',FAccNum=0,FDecNum=0,FResidualAmt='0' where FCardId=" +
-        quoted(oldNo) + "\r\n" + "update T_Pos_VipConsume set FCardId=" + quoted(newCardNo) +
-        " where FCardId=" + quoted(oldNo);
-    db().execute(batch);
+    db().execute(cardChangeBatch(old, oldNo, newCardNo, type));
     return 1;
 }
 
@@ -163,6 +154,13 @@ bool CardMaintain::updateMCInfo(platform::FieldMap& record, int, int&, const std
             .field("n")
             .toInt() == 0)
         return false;
+    const std::string batch = cardRecordBatch(record, followingBatch);
+    if (!batch.empty()) db().execute(batch);
+    return true;
+}
+
+std::string cardRecordBatch(const platform::FieldMap& record, const std::string& followingBatch)
+{
     std::string assignments;
     for (const auto& [column, value] : record) {
         if (platform::iequals(column, "FCardId")) continue;
@@ -172,10 +170,23 @@ bool CardMaintain::updateMCInfo(platform::FieldMap& record, int, int&, const std
     }
     std::string batch;
     if (!assignments.empty())
-        batch = "update T_Pos_VipRecord set " + assignments + " where FCardId=" + quoted(cardNo);
+        batch =
+            "update T_Pos_VipRecord set " + assignments + " where FCardId=" + quoted(record.text("FCardId"));
     if (!followingBatch.empty()) batch += "\r\n" + followingBatch;
-    if (!batch.empty()) db().execute(batch);
-    return true;
+    return batch;
+}
+
+std::string cardChangeBatch(const platform::Recordset& old, const std::string& oldNo,
+                            const std::string& newNo, const std::string& type)
+{
+    std::string assignments;
+    for (const char* column : kTakenOver)
+        assignments += std::string(column) + "=" + literal(old.field(column)) + ",";
+    return "update T_Pos_VipRecord set " + assignments + "FCardType=" + quoted(type) + ",FCardStatus='0'" +
+           " where FCardId=" + quoted(newNo) + "\r\n" +
+           "update T_Pos_VipRecord set FCardStatus='3',FAccNum=0,FDecNum=0,FResidualAmt='0' where FCardId=" +
+           quoted(oldNo) + "\r\n" + "update T_Pos_VipConsume set FCardId=" + quoted(newNo) +
+           " where FCardId=" + quoted(oldNo);
 }
 
 } // namespace ormex::host

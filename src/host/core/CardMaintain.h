@@ -5,6 +5,7 @@
 
 #include "db/Database.h"
 #include "platform/BusinessObjects.h"
+#include "platform/Recordset.h"
 
 // The host's card object: queries and batches on the session database, the numbered tables, and
 // the card operations (password check, card change, card update).
@@ -12,6 +13,16 @@ namespace ormex::host {
 
 // The SQL of a numbered table with an optional condition on its columns.
 std::string tableInfoSql(int tableNo, const std::string& condition);
+
+// The batch that writes a card's record (every field but FCardId, which names the card), then
+// `followingBatch`.
+std::string cardRecordBatch(const platform::FieldMap& record, const std::string& followingBatch);
+
+// The batch that moves a card onto a new number: the new (unused) card takes over the holder and
+// standing of `old` (the old card's row) with the type given, the old card is voided and emptied,
+// and its points totals follow it.
+std::string cardChangeBatch(const platform::Recordset& old, const std::string& oldNo,
+                            const std::string& newNo, const std::string& type);
 
 class CardMaintain : public platform::MCMaintain
 {

@@ -9,6 +9,7 @@
 #include "db/DemoData.h"
 #include "host/core/ApprovalMaintain.h"
 #include "host/core/CardMaintain.h"
+#include "host/core/LocalLogServer.h"
 #include "host/core/MemberLists.h"
 #include "module/cards/CardSearchRules.h"
 #include "module/cards/CardStatusRules.h"
@@ -341,6 +342,27 @@ TEST_F(BatchesOnBothEngines, CardOperationsAndTheirReplayAtHeadquarters)
     for (std::size_t r = 0; r < replays.recordCount(); ++r)
         runOnBoth(replays.cell(r, 0).toString());
     expectSameRows();
+}
+
+TEST_F(BatchesOnBothEngines, TheHostsCardChangeCardRecordAndOperationLog)
+{
+    const auto live = cards("r.FCardStatus='0' and r.FDeleted=0 and r.FVipName is not null", 1);
+    const auto unused = cards("r.FCardStatus='9' and r.FDeleted=0", 1);
+    const std::string type = sqliteValue("select max(FTypeId) from T_Pos_VipType").toString();
+    const auto old = sqlite().query("select * from T_Pos_VipRecord where FCardId='" + live[0] + "'");
+    runOnBoth(host::cardChangeBatch(old, live[0], unused[0], type));
+
+    platform::FieldMap record;
+    record.set("FCardId", kMixedCaseCardAsTyped);
+    record.set("FVipName", "王'芳");
+    record.set("mobile", "13912345678");
+    record.set("FCardStatus", "2");
+    record.set("FVipEndDate", "2027-12-31");
+    record.set("FAccNum", 12.5);
+    runOnBoth(host::cardRecordBatch(record, {}));
+    runOnBoth(
+        host::operLogStatement(7, "FFuncID=1", "MCM0001", 1, "会员卡管理---挂失", "pos-01", "10.0.0.8"));
+    RecordProperty("rows_compared", static_cast<int>(expectSameRows()));
 }
 
 TEST_F(BatchesOnBothEngines, SettingsSaves)
