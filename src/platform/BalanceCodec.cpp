@@ -85,21 +85,26 @@ std::string encodeBalance(double value)
     return encodeBalance(formatNumber(value));
 }
 
-std::string decodeBalance(std::string_view stored)
+std::optional<double> tryDecodeBalance(std::string_view stored)
 {
-    if (stored.empty() || stored == "0") return "0";
+    if (stored.empty() || stored == "0") return 0.0;
     const std::vector<char32_t> cps = toCodePoints(stored);
     const std::size_t n = cps.size();
     std::string plain;
     for (std::size_t i = 1; i <= n; ++i) {
         const long cp = static_cast<long>(cps[i - 1]) - shiftAt(n, i);
-        if (cp < 32 || cp > 126) return "0"; // not a character the encoding can produce from a number
+        if (cp < 32 || cp > 126) return std::nullopt; // not a character the encoding produces from a number
         plain += static_cast<char>(cp);
     }
     std::reverse(plain.begin(), plain.end());
     const auto number = parseNumber(plain);
-    if (!number) return "0";
-    return formatNumber(*number / 10000.0);
+    if (!number) return std::nullopt;
+    return *number / 10000.0;
+}
+
+std::string decodeBalance(std::string_view stored)
+{
+    return formatNumber(tryDecodeBalance(stored).value_or(0.0));
 }
 
 double decodeBalanceValue(std::string_view stored)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,5 +20,8 @@ std::string encodeBalance(double value);
 // balance written with formatNumber.
 std::string decodeBalance(std::string_view stored);
 double decodeBalanceValue(std::string_view stored);
+// The balance, or nothing when the text is not an encoded number (it would read as 0 above).
+// Empty text and "0" are a balance of 0.
+std::optional<double> tryDecodeBalance(std::string_view stored);
 
 } // namespace ormex::platform

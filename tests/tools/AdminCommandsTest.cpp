@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "AdminCommands.h"
+#include "platform/BalanceCodec.h"
 #include "support/TestDatabase.h"
 
 using ormex::tools::runAdminCommand;
@@ -87,4 +88,29 @@ TEST_F(AdminCommands, TheInstalledCommandExitsNonZeroOnFailure)
         std::string(ORMEX_DB_BINARY) + " query " + dir + "/none.db 'select 1' 2>/dev/null";
     EXPECT_NE(std::system(command.c_str()), 0);
     EXPECT_EQ(std::system((std::string(ORMEX_DB_BINARY) + " --help >/dev/null").c_str()), 0);
+}
+
+TEST_F(AdminCommands, TheLiabilityReportAsTablesAndAsCsv)
+{
+    const std::string db = dir + "/r.db";
+    ASSERT_EQ(run({"create", db}).code, 0);
+    std::ofstream(dir + "/cards.sql")
+        << "insert into T_Pos_VipType (FTypeId,type_name) values ('01','金卡')\r\n"
+           "insert into T_Pos_VipRecord "
+           "(FCardId,FCardType,FCardStatus,FBranchno,FResidualAmt,FAccNum,FDecNum) "
+           "values ('A','01','0','01','" +
+               ormex::platform::encodeBalance(std::string("12.5")) +
+               "',10,4)\r\n"
+               "insert into T_Pos_VipRecord (FCardId,FCardType,FCardStatus,FResidualAmt) values "
+               "('B','01','2','%%')";
+    ASSERT_EQ(run({"run", db, dir + "/cards.sql"}).code, 0);
+    const Result tables = run({"report", "liability", db, "--from", "2026-11-01", "--to", "2026-11-30"});
+    EXPECT_EQ(tables.code, 0) << tables.err;
+    EXPECT_NE(tables.out.find("01 金卡 | 1    | 12.50    | 6"), std::string::npos) << tables.out;
+    EXPECT_NE(tables.out.find("B    | %%"), std::string::npos) << "listed apart";
+    const Result csv = run({"report", "liability", db, "--csv"});
+    EXPECT_NE(csv.out.find("合计\r\n,卡数,储值余额,剩余积分\r\n合计,1,12.50,6\r\n"), std::string::npos)
+        << csv.out;
+    EXPECT_EQ(run({"report", "liability", db, "--from", "2026-13-01"}).code, 2)
+        << "a bad date is a usage error";
 }

@@ -12,10 +12,12 @@
 #include "db/DbError.h"
 #include "db/DemoData.h"
 #include "db/LargeData.h"
+#include "db/LiabilityReport.h"
 #include "db/PgCopy.h"
 #include "db/PgDatabase.h"
 #include "db/PgSchema.h"
 #include "db/Schema.h"
+#include "platform/Clock.h"
 #include "platform/NumberText.h"
 
 namespace ormex::tools {
@@ -35,6 +37,9 @@ const char* const kUsage =
     "  ormex-db generate <db> <count>             add <count> generated member cards\n"
     "  ormex-db run <db> <batch-file>             run a T-SQL batch file in one transaction\n"
     "  ormex-db query <db> <sql>                  run a query and print its rows\n"
+    "  ormex-db report liability <db> [--from <date>] [--to <date>] [--csv]\n"
+    "                                             stored value and points owed to members, and\n"
+    "                                             the movements of a period (this month by default)\n"
     "  ormex-db --help                            this text\n"
     "\n"
     "<db> is an SQLite file, or for create, seed, run and query also a PostgreSQL server's\n"
@@ -137,7 +142,7 @@ int run(const std::vector<std::string>& a, std::ostream& out)
     };
     for (std::size_t i = 1; i < a.size(); ++i)
         if (db::isPostgresUrl(a[i]) && command != "create" && command != "query" && command != "seed" &&
-            command != "run")
+            command != "run" && command != "report")
             throw db::DbError("'" + command + "' does not work on a PostgreSQL database");
     if (command == "create") {
         need(2);
@@ -212,6 +217,39 @@ int run(const std::vector<std::string>& a, std::ostream& out)
             printTable(out, openExistingPg(a[1])->query(a[2]));
         else
             printTable(out, openExisting(a[1])->query(a[2]));
+    } else if (command == "report") {
+        if (a.size() < 3 || a[1] != "liability") throw UsageError("report needs: liability <db>");
+        const platform::Date today = platform::today();
+        std::string from = platform::Date{today.year, today.month, 1}.toString();
+        std::string to = today.toString();
+        bool csv = false;
+        for (std::size_t i = 3; i < a.size(); ++i) {
+            if (a[i] == "--csv") {
+                csv = true;
+            } else if ((a[i] == "--from" || a[i] == "--to") && i + 1 < a.size()) {
+                const auto date = platform::parseDate(a[i + 1]);
+                if (!date) throw UsageError("not a date (yyyy-mm-dd): '" + a[i + 1] + "'");
+                (a[i] == "--from" ? from : to) = date->toString();
+                ++i;
+            } else {
+                throw UsageError("unknown option '" + a[i] + "'");
+            }
+        }
+        std::unique_ptr<db::TsqlDatabase> database;
+        if (db::isPostgresUrl(a[2]))
+            database = openExistingPg(a[2]);
+        else
+            database = openExisting(a[2]);
+        const auto tables = db::liabilityTables(db::liabilityReport(*database, from, to));
+        for (const auto& [title, rows] : tables) {
+            if (csv) {
+                printCsv(out, title, rows);
+            } else {
+                out << title << '\n';
+                printTable(out, rows);
+                out << "\n\n";
+            }
+        }
     } else {
         throw UsageError("unknown command '" + command + "'");
     }

@@ -47,4 +47,30 @@ void printTable(std::ostream& out, const platform::Recordset& rows)
     out << "(" << rows.recordCount() << (rows.recordCount() == 1 ? " row)" : " rows)") << '\n';
 }
 
+namespace {
+
+std::string csvField(const std::string& text)
+{
+    if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+    std::string quoted = "\"";
+    for (char c : text)
+        quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+    return quoted + "\"";
+}
+
+} // namespace
+
+void printCsv(std::ostream& out, const std::string& title, const platform::Recordset& rows)
+{
+    out << csvField(title) << "\r\n";
+    for (std::size_t c = 0; c < rows.columns().size(); ++c)
+        out << (c ? "," : "") << csvField(rows.columns()[c]);
+    out << "\r\n";
+    for (std::size_t r = 0; r < rows.recordCount(); ++r) {
+        for (std::size_t c = 0; c < rows.columns().size(); ++c)
+            out << (c ? "," : "") << csvField(rows.cell(r, c).toString());
+        out << "\r\n";
+    }
+}
+
 } // namespace ormex::tools
