@@ -2,7 +2,7 @@
 # Installs the Debian packages the project builds and runs with. Safe to run again: packages that
 # are already there are skipped.
 set -euo pipefail
-packages=(build-essential cmake ninja-build pkg-config qt6-base-dev libgl1-mesa-dev libsqlite3-dev sqlite3
+packages=(build-essential cmake ninja-build pkg-config qt6-base-dev qt6-charts-dev libgl1-mesa-dev libsqlite3-dev sqlite3
           libgtest-dev libgmock-dev libbenchmark-dev fonts-noto-cjk poppler-utils clang-format
           clang libclang-rt-14-dev postgresql libpq-dev)
 missing=()

@@ -1,5 +1,7 @@
 #include "TablePrinter.h"
 
+#include "platform/CsvText.h"
+
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -47,30 +49,9 @@ void printTable(std::ostream& out, const platform::Recordset& rows)
     out << "(" << rows.recordCount() << (rows.recordCount() == 1 ? " row)" : " rows)") << '\n';
 }
 
-namespace {
-
-std::string csvField(const std::string& text)
-{
-    if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
-    std::string quoted = "\"";
-    for (char c : text)
-        quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
-    return quoted + "\"";
-}
-
-} // namespace
-
 void printCsv(std::ostream& out, const std::string& title, const platform::Recordset& rows)
 {
-    out << csvField(title) << "\r\n";
-    for (std::size_t c = 0; c < rows.columns().size(); ++c)
-        out << (c ? "," : "") << csvField(rows.columns()[c]);
-    out << "\r\n";
-    for (std::size_t r = 0; r < rows.recordCount(); ++r) {
-        for (std::size_t c = 0; c < rows.columns().size(); ++c)
-            out << (c ? "," : "") << csvField(rows.cell(r, c).toString());
-        out << "\r\n";
-    }
+    out << platform::csvField(title) << "\r\n" << platform::csvLines(rows);
 }
 
 } // namespace ormex::tools

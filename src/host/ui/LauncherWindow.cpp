@@ -6,6 +6,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "LiabilityReportWindow.h"
 #include "ModuleLoader.h"
 #include "platform/HostServices.h"
 
@@ -63,6 +64,16 @@ LauncherWindow::LauncherWindow(const HostConfig& config, ModuleLoader& loader, Q
         const int id = f.id;
         connect(button, &QPushButton::clicked, this, [this, id] { openFunction(id); });
     }
+    auto* report = new QPushButton(QStringLiteral("负债报表\n储值余额与剩余积分，按类别、状态、分店"), this);
+    report->setObjectName("openLiabilityReport");
+    report->setMinimumSize(260, 72);
+    grid->addWidget(report, 2, 1);
+    const std::string databasePath = config.databasePath();
+    connect(report, &QPushButton::clicked, this, [this, databasePath] {
+        auto* window = new LiabilityReportWindow(databasePath, this);
+        window->setAttribute(Qt::WA_DeleteOnClose);
+        window->show();
+    });
     layout->addLayout(grid);
 
     auto* line = new QFrame(this);
