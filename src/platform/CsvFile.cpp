@@ -107,8 +107,6 @@ std::string safeFileName(const std::string& title)
     return name.empty() ? std::string("导出") : name;
 }
 
-} // namespace
-
 std::string csvField(std::string_view text)
 {
     if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
@@ -119,6 +117,8 @@ std::string csvField(std::string_view text)
     }
     return field + '"';
 }
+
+} // namespace
 
 std::string csvText(const CsvRows& rows)
 {

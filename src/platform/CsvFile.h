@@ -13,10 +13,8 @@ namespace ormex::platform {
 
 using CsvRows = std::vector<std::vector<std::string>>;
 
-// One field: between quotes, its quotes doubled, when it holds a comma, a quote, a CR or an LF;
-// as it is otherwise.
-std::string csvField(std::string_view text);
-// The whole file: the byte-order mark, then each row's fields joined by commas and ended by CR LF.
+// The whole file: the byte-order mark, then each row's fields joined by commas and ended by CR
+// LF. A field that holds a comma, a quote, a CR or an LF stands between quotes, its quotes doubled.
 std::string csvText(const CsvRows& rows);
 
 // Writes a file whole or not at all: into a temporary file in the same folder, which replaces
