@@ -89,10 +89,7 @@ TEST(GridCsvExport, CtrlEWritesTheShownColumnsAndRowsAsShown)
 
     host.messages().choose(path.toStdString());
     t.pressCtrlE();
-    ASSERT_EQ(host.messages().shown().size(), 1u);
-    EXPECT_EQ(host.messages().shown()[0].kind, Kind::SaveFile);
-    EXPECT_EQ(host.messages().shown()[0].text, "积分管理-积分增减.csv") << "screen and tab name the file";
-    EXPECT_EQ(host.messages().shown()[0].title, "导出CSV");
+    EXPECT_EQ(host.messages().texts(), std::vector<std::string>{"积分管理-积分增减.csv"}) << "screen and tab";
     EXPECT_EQ(host.messages().lastFilter(), "CSV 文件 (*.csv)");
 
     EXPECT_EQ(contents(path), QByteArray("\xEF\xBB\xBF"
@@ -136,10 +133,4 @@ TEST(GridCsvExport, AFailedWriteIsToldAndLeavesTheFolderAsItWas)
         QFile::setPermissions(locked,
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     }
-
-    // A folder that is not there.
-    const std::string missing = folder.filePath(QStringLiteral("没有/积分.csv")).toStdString();
-    host.messages().choose(missing);
-    t.pressCtrlE();
-    EXPECT_EQ(host.messages().last(), "导出CSV失败。无法写入文件“" + missing + "”：文件夹不存在。");
 }
