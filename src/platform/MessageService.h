@@ -27,6 +27,11 @@ public:
     virtual void error(const std::string& description) = 0;
     // A one-line warning.
     virtual void warning(const std::string& text) = 0;
+    // The save dialog: asks where to write a file, offering `proposedName` (a bare file name or a
+    // path) and the files of `filter` ("CSV 文件 (*.csv)"). The chosen path; nothing when the
+    // operator cancels.
+    virtual std::optional<std::string> saveFileName(const std::string& title, const std::string& proposedName,
+                                                    const std::string& filter) = 0;
 };
 
 } // namespace ormex::platform

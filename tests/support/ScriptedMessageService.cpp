@@ -38,6 +38,18 @@ void ScriptedMessageService::warning(const std::string& text)
     m_shown.push_back({Kind::Warning, text, "", platform::MessageIcon::Warning});
 }
 
+std::optional<std::string> ScriptedMessageService::saveFileName(const std::string& title,
+                                                                const std::string& proposedName,
+                                                                const std::string& filter)
+{
+    m_shown.push_back({Kind::SaveFile, proposedName, title, platform::MessageIcon::None});
+    m_lastFilter = filter;
+    if (m_paths.empty()) return std::nullopt;
+    auto path = m_paths.front();
+    m_paths.pop_front();
+    return path;
+}
+
 std::vector<std::string> ScriptedMessageService::texts() const
 {
     std::vector<std::string> out;

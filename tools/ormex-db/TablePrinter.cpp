@@ -1,6 +1,6 @@
 #include "TablePrinter.h"
 
-#include "platform/CsvText.h"
+#include "platform/CsvFile.h"
 
 #include <algorithm>
 #include <string>
@@ -51,7 +51,15 @@ void printTable(std::ostream& out, const platform::Recordset& rows)
 
 void printCsv(std::ostream& out, const std::string& title, const platform::Recordset& rows)
 {
-    out << platform::csvField(title) << "\r\n" << platform::csvLines(rows);
+    out << platform::csvField(title) << "\r\n";
+    for (std::size_t c = 0; c < rows.columns().size(); ++c)
+        out << (c ? "," : "") << platform::csvField(rows.columns()[c]);
+    out << "\r\n";
+    for (std::size_t r = 0; r < rows.recordCount(); ++r) {
+        for (std::size_t c = 0; c < rows.columns().size(); ++c)
+            out << (c ? "," : "") << platform::csvField(rows.cell(r, c).toString());
+        out << "\r\n";
+    }
 }
 
 } // namespace ormex::tools

@@ -13,7 +13,6 @@
 #include <QPainter>
 #include <QPrinter>
 #include <QPushButton>
-#include <QSaveFile>
 #include <QTableWidget>
 #include <QTextDocument>
 #include <QVBoxLayout>
@@ -21,7 +20,7 @@
 
 #include "db/SharedDatabases.h"
 #include "platform/Clock.h"
-#include "platform/CsvText.h"
+#include "platform/CsvFile.h"
 #include "platform/HostServices.h"
 #include "platform/NumberText.h"
 
@@ -87,10 +86,7 @@ LiabilityReportWindow::LiabilityReportWindow(std::string databasePath, QWidget* 
 
     connect(query, &QPushButton::clicked, this, &LiabilityReportWindow::refresh);
     connect(csv, &QPushButton::clicked, this, [this] {
-        const QString file =
-            QFileDialog::getSaveFileName(this, QStringLiteral("导出CSV"), QStringLiteral("负债报表.csv"),
-                                         QStringLiteral("CSV 文件 (*.csv)"));
-        if (!file.isEmpty()) exportCsv(file);
+        platform::saveCsv(platform::HostServices::instance().messages(), "负债报表", csvRows());
     });
     connect(pdf, &QPushButton::clicked, this, [this] {
         const QString file =
@@ -199,20 +195,32 @@ void LiabilityReportWindow::fill()
     delete old;
 }
 
+platform::CsvRows LiabilityReportWindow::csvRows() const
+{
+    platform::CsvRows lines;
+    for (const auto& [title, rows] : db::liabilityTables(m_report)) {
+        lines.push_back({title});
+        lines.push_back(rows.columns());
+        for (std::size_t r = 0; r < rows.recordCount(); ++r) {
+            std::vector<std::string> line;
+            for (std::size_t c = 0; c < rows.columns().size(); ++c)
+                line.push_back(rows.cell(r, c).toString());
+            lines.push_back(std::move(line));
+        }
+        lines.push_back({});
+    }
+    return lines;
+}
+
 bool LiabilityReportWindow::exportCsv(const QString& file)
 {
-    std::string text(platform::kUtf8Bom);
-    for (const auto& [title, rows] : db::liabilityTables(m_report))
-        text += platform::csvField(title) + "\r\n" + platform::csvLines(rows) + "\r\n";
-    // Written whole or not at all: the file appears only once everything is in it.
-    QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly) || out.write(text.data(), static_cast<qint64>(text.size())) < 0 ||
-        !out.commit()) {
-        platform::HostServices::instance().messages().error("导出CSV失败：" +
-                                                            out.errorString().toStdString());
+    try {
+        platform::writeFileWhole(file.toStdString(), platform::csvText(csvRows()));
+        return true;
+    } catch (const std::exception& error) {
+        platform::HostServices::instance().messages().error(std::string("导出CSV失败。") + error.what());
         return false;
     }
-    return true;
 }
 
 bool LiabilityReportWindow::printPdf(const QString& file)

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "db/LiabilityReport.h"
+#include "platform/CsvFile.h"
 
 class QDateEdit;
 class QTableWidget;
@@ -35,6 +36,7 @@ public:
 
 private:
     void fill();
+    platform::CsvRows csvRows() const;
 
     std::string m_path;
     db::LiabilityReport m_report;

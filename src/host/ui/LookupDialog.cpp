@@ -10,6 +10,8 @@
 
 #include <set>
 
+#include "TableCsvExport.h"
+
 namespace ormex::host {
 
 LookupDialog::LookupDialog(const QString& title, std::vector<Column> columns, Reader reader, bool multiSelect,
@@ -39,6 +41,7 @@ LookupDialog::LookupDialog(const QString& title, std::vector<Column> columns, Re
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->verticalHeader()->setDefaultSectionSize(22);
+    AddCsvExportCommand(*m_table, title.toStdString());
     layout->addWidget(m_table, 1);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("确定(&O)"));

@@ -13,7 +13,8 @@ class QLineEdit;
 class QTableWidget;
 
 // A pick list of the host: a search box, a table of matching records, single or multiple
-// selection. The rows come from a reader given the search text.
+// selection. The rows come from a reader given the search text. The list can be saved as a CSV
+// file (TableCsvExport.h).
 namespace ormex::host {
 
 class LookupDialog : public QDialog

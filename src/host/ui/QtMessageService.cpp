@@ -1,9 +1,13 @@
 #include "QtMessageService.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QStandardPaths>
 
 namespace ormex::host {
 
@@ -73,6 +77,24 @@ void QtMessageService::error(const std::string& description)
 void QtMessageService::warning(const std::string& text)
 {
     message(text, "警告", platform::MessageIcon::Warning);
+}
+
+std::optional<std::string> QtMessageService::saveFileName(const std::string& title,
+                                                          const std::string& proposedName,
+                                                          const std::string& filter)
+{
+    QString proposed = QString::fromStdString(proposedName);
+    if (QFileInfo(proposed).isRelative()) {
+        QString folder = m_lastFolder;
+        if (folder.isEmpty()) folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+        if (folder.isEmpty()) folder = QDir::homePath();
+        proposed = QDir(folder).filePath(proposed);
+    }
+    const QString chosen = QFileDialog::getSaveFileName(owner(), QString::fromStdString(title), proposed,
+                                                        QString::fromStdString(filter));
+    if (chosen.isEmpty()) return std::nullopt;
+    m_lastFolder = QFileInfo(chosen).absolutePath();
+    return chosen.toStdString();
 }
 
 } // namespace ormex::host

@@ -4,6 +4,7 @@
 #include <QKeyEvent>
 
 #include "GridCellEditor.h"
+#include "GridCsvExport.h"
 #include "GridHeader.h"
 #include "platform/NumberText.h"
 #include "platform/Text.h"
@@ -69,6 +70,7 @@ Grid::Grid(QWidget* parent) : QTableWidget(parent)
     });
     connect(model(), &QAbstractItemModel::rowsInserted, this, [this] { renumber(); });
     connect(model(), &QAbstractItemModel::rowsRemoved, this, [this] { renumber(); });
+    AddCsvExportCommand(*this);
 }
 
 void Grid::setColumns(std::vector<GridColumn> newColumns, bool keepRows)

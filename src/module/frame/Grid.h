@@ -14,6 +14,8 @@
 //
 // Column 0 may be the row-number column ("序号"), which the grid keeps numbered itself; the data
 // columns then start at 1, the way the layouts count them.
+//
+// Every grid offers "导出CSV…" in its context menu and with Ctrl+E (GridCsvExport.h).
 namespace ormex::module::frame {
 
 enum class CellType { Date = 0, Text = 1, Integer = 3, List = 8, CheckBox9 = 9, CheckBox = 10, Number = 13 };

@@ -1,12 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <QAction>
 #include <QApplication>
+#include <QFile>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QTemporaryDir>
 
 #include <cstdlib>
 
@@ -60,6 +63,19 @@ TEST(LookupWindow, SearchesWithinItsFilter)
     dialog.table()->selectAll();
     EXPECT_EQ(static_cast<int>(dialog.chosen().size()), dialog.table()->rowCount());
     shot(dialog, "lookup-cards.png");
+
+    // The list saves what it shows as a CSV file, a hidden row left out.
+    QTemporaryDir folder;
+    host.messages().choose(folder.filePath("会员卡.csv").toStdString());
+    dialog.table()->setRowHidden(0, true);
+    dialog.table()->findChild<QAction*>("exportCsv")->trigger();
+    EXPECT_EQ(host.messages().last(), "会员卡.csv") << "the list's title names the file";
+    QFile file(folder.filePath("会员卡.csv"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    EXPECT_EQ(lines.value(0), "\xEF\xBB\xBF会员卡号,姓名,手机,卡状态\r");
+    EXPECT_EQ(lines.size(), dialog.table()->rowCount() + 1)
+        << "captions, the shown rows, nothing after the last";
 
     host::LookupDialog single(
         "付款方式", {{"FNumber", "编号"}, {"FName", "付款方式"}},

@@ -2,9 +2,11 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QFileDialog>
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QTemporaryDir>
 #include <QTimer>
 
 #include "host/ui/QtMessageService.h"
@@ -95,4 +97,33 @@ TEST(QtMessageService, InputReturnsTextOrNothingOnCancel)
         dialog->reject();
     });
     EXPECT_EQ(service.input("请输入密码", "密码", "x"), std::nullopt);
+}
+
+TEST(QtMessageService, SaveDialogOffersTheNameInTheFolderChosenLast)
+{
+    QtMessageService qtService;
+    ormex::platform::MessageService& service = qtService;
+    QTemporaryDir folder;
+    QString proposed;
+    // Notes what the file dialog proposes once it shows, then chooses `path` (cancels when empty).
+    auto answer = [&proposed](QString path) {
+        auto* timer = new QTimer;
+        timer->setInterval(5);
+        QObject::connect(timer, &QTimer::timeout, [timer, &proposed, path] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            if (!dialog) return;
+            timer->deleteLater();
+            EXPECT_EQ(dialog->nameFilters(), QStringList{"CSV 文件 (*.csv)"});
+            proposed = dialog->selectedFiles().value(0);
+            dialog->selectFile(path);
+            path.isEmpty() ? dialog->reject() : static_cast<QDialog*>(dialog)->accept();
+        });
+        timer->start();
+    };
+    const QString chosen = folder.filePath(QStringLiteral("会员.csv"));
+    answer(chosen);
+    EXPECT_EQ(service.saveFileName("导出CSV", "会员卡.csv", "CSV 文件 (*.csv)"), chosen.toStdString());
+    answer({});
+    EXPECT_EQ(service.saveFileName("导出CSV", "积分.csv", "CSV 文件 (*.csv)"), std::nullopt);
+    EXPECT_EQ(proposed, folder.filePath(QStringLiteral("积分.csv")));
 }

@@ -47,6 +47,11 @@ public:
     }
     void error(const std::string&) override {}
     void warning(const std::string&) override {}
+    std::optional<std::string> saveFileName(const std::string&, const std::string&,
+                                            const std::string&) override
+    {
+        return std::nullopt;
+    }
 };
 
 constexpr int kProcesses = 8;
