@@ -111,6 +111,14 @@ std::optional<Date> parseDate(std::string_view text)
     return std::nullopt;
 }
 
+std::optional<Date> parseIsoDate(std::string_view text)
+{
+    if (text.size() != 10 || text[4] != '-' || text[7] != '-') return std::nullopt;
+    for (std::size_t i : {0, 1, 2, 3, 5, 6, 8, 9})
+        if (text[i] < '0' || text[i] > '9') return std::nullopt;
+    return parseDate(text);
+}
+
 long daysBetween(const Date& from, const Date& to)
 {
     return to.daysSinceEpoch() - from.daysSinceEpoch();

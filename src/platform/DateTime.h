@@ -40,6 +40,9 @@ bool isValidDate(int year, int month, int day);
 // returned. Anything else gives nothing.
 std::optional<Date> parseDate(std::string_view text);
 std::optional<DateTime> parseDateTime(std::string_view text);
+// Exactly "yyyy-mm-dd" naming a real day, as the system writes a date; another separator, a
+// time, blanks or a day that does not exist give nothing.
+std::optional<Date> parseIsoDate(std::string_view text);
 
 // Whole days from `from` to `to` (negative when `to` is earlier).
 long daysBetween(const Date& from, const Date& to);

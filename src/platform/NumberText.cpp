@@ -1,5 +1,6 @@
 #include "NumberText.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -61,6 +62,17 @@ std::string formatFixed(double value, int decimals)
     std::string s(buf);
     if (s.find_first_not_of("-0.") == std::string::npos && s.front() == '-') s.erase(0, 1);
     return s;
+}
+
+int decimalPlaces(double value)
+{
+    const std::string text = formatNumber(std::fabs(value));
+    const std::size_t e = text.find('e');
+    const std::string mantissa = text.substr(0, e);
+    const std::size_t point = mantissa.find('.');
+    const int decimals = point == std::string::npos ? 0 : static_cast<int>(mantissa.size() - point - 1);
+    const int exponent = e == std::string::npos ? 0 : std::atoi(text.c_str() + e + 1);
+    return std::max(0, decimals - exponent);
 }
 
 std::optional<double> parseNumber(std::string_view text)

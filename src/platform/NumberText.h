@@ -18,6 +18,9 @@ std::string formatFixed(double value, int decimals);
 // so that 2.675 rounds to 2.68 as an operator expects.
 double roundTo(double value, int decimals);
 
+// The decimals formatNumber writes the value with: 12.5 has 1, 100 has 0, 0.1 + 0.2 has 1.
+int decimalPlaces(double value);
+
 // Parses a whole text as a number: surrounding blanks allowed, one sign, digits with at most one
 // decimal point, an optional exponent. Returns nothing for anything else (empty text included).
 std::optional<double> parseNumber(std::string_view text);

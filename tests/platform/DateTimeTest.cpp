@@ -13,6 +13,14 @@ TEST(DateTime, ParsesTheFormsTheDatabaseHolds)
         EXPECT_FALSE(parseDate(bad).has_value()) << bad;
 }
 
+TEST(DateTime, IsoDatesOnlyInTheSystemsOwnForm)
+{
+    EXPECT_EQ(parseIsoDate("2028-02-29")->toString(), "2028-02-29");
+    for (const char* bad :
+         {"2026-02-29", "2026/11/23", "2026-1-5", "2026-11-23 10:00", " 2026-11-23", "2026-11-2x"})
+        EXPECT_FALSE(parseIsoDate(bad).has_value()) << bad;
+}
+
 TEST(DateTime, Arithmetic)
 {
     const Date d{2026, 1, 31};

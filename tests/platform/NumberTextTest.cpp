@@ -34,6 +34,17 @@ TEST(NumberText, ParsesWholeNumbersOnly)
         EXPECT_FALSE(parseNumber(bad).has_value()) << bad;
 }
 
+TEST(NumberText, DecimalPlacesOfTheWrittenValue)
+{
+    EXPECT_EQ(decimalPlaces(100), 0);
+    EXPECT_EQ(decimalPlaces(12.50), 1);
+    EXPECT_EQ(decimalPlaces(-0.05), 2);
+    EXPECT_EQ(decimalPlaces(0.1 + 0.2), 1);
+    EXPECT_EQ(decimalPlaces(1.005), 3);
+    EXPECT_EQ(decimalPlaces(1e-12), 12);
+    EXPECT_EQ(decimalPlaces(1e20), 0);
+}
+
 TEST(NumberText, AllDigits)
 {
     EXPECT_TRUE(isAllDigits("007"));

@@ -114,3 +114,49 @@ TEST_F(AdminCommands, TheLiabilityReportAsTablesAndAsCsv)
     EXPECT_EQ(run({"report", "liability", db, "--from", "2026-13-01"}).code, 2)
         << "a bad date is a usage error";
 }
+
+TEST_F(AdminCommands, ImportCardsChecksThenWritesOnce)
+{
+    const std::string db = dir + "/a.db";
+    ASSERT_EQ(run({"create", db}).code, 0);
+    std::ofstream(dir + "/types.sql") << "insert into T_Pos_VipType values ('03','金卡',1,1)";
+    ASSERT_EQ(run({"run", db, dir + "/types.sql"}).code, 0);
+    const std::string good = dir + "/cards.csv", bad = dir + "/bad.csv";
+    std::ofstream(good) << "卡号,卡面编号,姓名,手机,卡类别,有效期至,期初余额,期初积分\r\n"
+                           "N1,,张伟,,03,,100,50\r\n"
+                           "N2,,李娜,,03,,,\r\n";
+    std::ofstream(bad) << "卡号,卡面编号,姓名,手机,卡类别,有效期至,期初余额,期初积分\r\n"
+                          "N3,,王芳,,09,,,\r\n"
+                          "N4,,刘洋,,03,,1.234,\r\n";
+    const auto cards = [&] { return run({"query", db, "select count(*) as n from T_Pos_VipRecord"}).out; };
+
+    const Result dry = run({"import-cards", db, good, "--dry-run"});
+    EXPECT_EQ(dry.code, 0) << dry.err;
+    EXPECT_NE(dry.out.find(
+                  "would import 2 cards (2 new, 0 unused cards put in use); 1 opening balance, 100 in all"),
+              std::string::npos)
+        << dry.out;
+    EXPECT_NE(cards().find("\n0\n"), std::string::npos) << "a dry run writes nothing";
+
+    const Result refused = run({"import-cards", db, bad});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_NE(refused.err.find("2 bad line(s)"), std::string::npos) << refused.err;
+    EXPECT_NE(refused.err.find("第2行：卡类别【09】不存在\n第3行：期初余额【1.234】最多只能有两位小数"),
+              std::string::npos)
+        << refused.err;
+    EXPECT_NE(run({"import-cards", db, bad, "--dry-run"}).code, 0) << "a dry run reports bad lines too";
+    EXPECT_NE(cards().find("\n0\n"), std::string::npos);
+
+    const Result imported = run({"import-cards", db, good});
+    EXPECT_EQ(imported.code, 0) << imported.err;
+    EXPECT_NE(imported.out.find("imported 2 cards"), std::string::npos) << imported.out;
+    const Result again = run({"import-cards", db, good});
+    EXPECT_EQ(again.code, 1);
+    EXPECT_NE(again.err.find("第2行：会员卡【N1】已经使用，不能再导入期初值"), std::string::npos)
+        << again.err;
+    EXPECT_NE(cards().find("\n2\n"), std::string::npos);
+
+    EXPECT_EQ(run({"import-cards", db}).code, 2);
+    EXPECT_EQ(run({"import-cards", db, good, "--dry"}).code, 2);
+    EXPECT_EQ(run({"import-cards", db, dir + "/missing.csv"}).code, 1);
+}

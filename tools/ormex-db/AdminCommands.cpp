@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "TablePrinter.h"
+#include "db/CardImport.h"
 #include "db/Database.h"
 #include "db/DbError.h"
 #include "db/DemoData.h"
@@ -40,6 +41,10 @@ const char* const kUsage =
     "  ormex-db report liability <db> [--from <date>] [--to <date>] [--csv]\n"
     "                                             stored value and points owed to members, and\n"
     "                                             the movements of a period (this month by default)\n"
+    "  ormex-db import-cards <db> <file.csv> [--dry-run]\n"
+    "                                             create member cards, or put unused ones in use, with\n"
+    "                                             their opening balances and points; a file with a\n"
+    "                                             bad line writes nothing (--dry-run: check only)\n"
     "  ormex-db --help                            this text\n"
     "\n"
     "<db> is an SQLite file, or for create, seed, run and query also a PostgreSQL server's\n"
@@ -250,6 +255,20 @@ int run(const std::vector<std::string>& a, std::ostream& out)
                 out << "\n\n";
             }
         }
+    } else if (command == "import-cards") {
+        const bool dryRun = a.size() == 4 && a[3] == "--dry-run";
+        if (a.size() != 3 && !dryRun) throw UsageError("import-cards takes <db> <file.csv> [--dry-run]");
+        const std::string csv = readFile(a[2]);
+        const db::CardImportPlan plan = db::importCards(*openExisting(a[1]), csv, dryRun);
+        if (!plan.ok()) {
+            std::string list =
+                std::to_string(plan.problems.size()) + " bad line(s) in " + a[2] + ", nothing imported:";
+            for (const db::CardImportProblem& problem : plan.problems)
+                list += "\n" + problem.text();
+            throw db::DbError(list);
+        }
+        out << (dryRun ? "would import " : "imported ") << plan.summary() << " from " << a[2]
+            << (dryRun ? " (dry run: nothing written)\n" : "\n");
     } else {
         throw UsageError("unknown command '" + command + "'");
     }
