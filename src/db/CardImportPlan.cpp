@@ -81,8 +81,11 @@ private:
     // Leaves a statement ready for the next line.
     struct Use
     {
-        SqliteStatement& statement;
+        explicit Use(SqliteStatement& used) : statement(used) {}
         ~Use() { statement.reset(); }
+        Use(const Use&) = delete;
+        Use& operator=(const Use&) = delete;
+        SqliteStatement& statement;
     };
 
     SqliteStatement m_card;
