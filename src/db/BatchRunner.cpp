@@ -4,6 +4,7 @@
 
 #include "ArgumentBinding.h"
 #include "DbError.h"
+#include "StepInterpreter.h"
 
 namespace ormex::db {
 
@@ -30,32 +31,9 @@ void BatchRunner::run(const BatchProgram& program)
 {
     compile(program);
     m_variables.assign(program.slotCount, platform::Value());
-    const auto& steps = program.steps;
-    for (std::size_t next = 0; next < steps.size();) {
-        const Step& step = steps[next];
-        switch (step.kind) {
-        case Step::Kind::Run:
-            run(program, step, false);
-            ++next;
-            break;
-        case Step::Kind::SetValue:
-            m_variables[step.target] =
-                argumentValue(program.text, program.arguments[step.firstArgument], m_variables);
-            ++next;
-            break;
-        case Step::Kind::SetQuery:
-            m_variables[step.target] = ask(program, step);
-            ++next;
-            break;
-        case Step::Kind::IfNot:
-            // A condition that is unknown (null) takes the ELSE branch, as on the server.
-            next = ask(program, step).toInt() == 1 ? next + 1 : step.target;
-            break;
-        case Step::Kind::Jump:
-            next = step.target;
-            break;
-        }
-    }
+    interpretSteps(
+        program, m_variables, [&](const Step& step) { run(program, step, false); },
+        [&](const Step& step) { return ask(program, step); });
 }
 
 platform::Value BatchRunner::ask(const BatchProgram& program, const Step& step)

@@ -1,8 +1,8 @@
 #include "PgBatchRunner.h"
 
-#include "ArgumentBinding.h"
 #include "PgDatabase.h"
 #include "PgResult.h"
+#include "StepInterpreter.h"
 
 namespace ormex::db {
 
@@ -16,32 +16,9 @@ void PgBatchRunner::run(const BatchProgram& program)
             break;
         }
     m_variables.assign(program.slotCount, platform::Value());
-    const auto& steps = program.steps;
-    for (std::size_t next = 0; next < steps.size();) {
-        const Step& step = steps[next];
-        switch (step.kind) {
-        case Step::Kind::Run:
-            run(program, step, false);
-            ++next;
-            break;
-        case Step::Kind::SetValue:
-            m_variables[step.target] =
-                argumentValue(program.text, program.arguments[step.firstArgument], m_variables);
-            ++next;
-            break;
-        case Step::Kind::SetQuery:
-            m_variables[step.target] = run(program, step, true);
-            ++next;
-            break;
-        case Step::Kind::IfNot:
-            // A condition that is unknown (null) takes the ELSE branch, as on the server.
-            next = run(program, step, true).toInt() == 1 ? next + 1 : step.target;
-            break;
-        case Step::Kind::Jump:
-            next = step.target;
-            break;
-        }
-    }
+    interpretSteps(
+        program, m_variables, [&](const Step& step) { run(program, step, false); },
+        [&](const Step& step) { return run(program, step, true); });
 }
 
 platform::Value PgBatchRunner::run(const BatchProgram& program, const Step& step, bool wantValue)

@@ -24,7 +24,6 @@ inline constexpr unsigned kBool = 16;
 inline constexpr unsigned kInt8 = 20;
 inline constexpr unsigned kInt2 = 21;
 inline constexpr unsigned kInt4 = 23;
-inline constexpr unsigned kText = 25;
 inline constexpr unsigned kFloat4 = 700;
 inline constexpr unsigned kFloat8 = 701;
 inline constexpr unsigned kNumeric = 1700;
