@@ -3,25 +3,17 @@
 #include <fstream>
 #include <sstream>
 
-#include "AdminCommands.h"
+#include "RunAdminCommand.h"
 #include "db/PgSchema.h"
 #include "support/PgTestDatabase.h"
 
-using ormex::tools::runAdminCommand;
-
 namespace {
 
-struct Result
-{
-    int code;
-    std::string out, err;
-};
+using Result = ormex::test::CommandResult;
 
-Result run(std::vector<std::string> args)
+Result run(const std::vector<std::string>& args)
 {
-    std::ostringstream out, err;
-    const int code = runAdminCommand(args, out, err);
-    return {code, out.str(), err.str()};
+    return ormex::test::runCommand(args);
 }
 
 } // namespace

@@ -18,41 +18,12 @@
 #include "platform/HostServices.h"
 #include "support/PgTestDatabase.h"
 #include "support/TestDatabase.h"
+#include "support/TillServices.h"
 
 using namespace ormex;
 namespace hq = ormex::module::hq;
 
 namespace {
-
-class Till : public platform::SystemInfo
-{
-public:
-    std::optional<std::string> computerName() const override { return std::string("till"); }
-    int readTcp(std::string& out) const override
-    {
-        out = "10.0.0.9";
-        return 1;
-    }
-    long processId() const override { return getpid(); }
-};
-
-class Silent : public platform::MessageService
-{
-public:
-    void message(const std::string&, const std::string&, platform::MessageIcon) override {}
-    bool question(const std::string&, const std::string&, platform::MessageIcon) override { return true; }
-    std::optional<std::string> input(const std::string&, const std::string&, const std::string&) override
-    {
-        return std::nullopt;
-    }
-    void error(const std::string&) override {}
-    void warning(const std::string&) override {}
-    std::optional<std::string> saveFileName(const std::string&, const std::string&,
-                                            const std::string&) override
-    {
-        return std::nullopt;
-    }
-};
 
 constexpr int kChanges = 40;       // deductions per branch
 constexpr int kCardsPerBranch = 4; // each branch's members; the cards of all branches are at headquarters
@@ -77,10 +48,7 @@ bool queueEmptied()
 // queued in the same transaction, then sent. Exits 0 when everything reached headquarters.
 [[noreturn]] void branch(const std::string& folder, const std::string& branchId, const std::string& branchNum)
 {
-    auto& services = platform::HostServices::instance();
-    services.reset();
-    services.setSystemInfo(std::make_shared<Till>());
-    services.setMessageService(std::make_shared<Silent>());
+    test::installTillServices();
     host::HostConfig config;
     config.dataFolder = folder;
     config.databaseFile = "branch.db";

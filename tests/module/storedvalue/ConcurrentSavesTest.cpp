@@ -18,41 +18,12 @@
 #include "platform/HostServices.h"
 #include "platform/NumberText.h"
 #include "support/TestDatabase.h"
+#include "support/TillServices.h"
 
 using namespace ormex;
 namespace points = ormex::module::points;
 
 namespace {
-
-class ChildSystem : public platform::SystemInfo
-{
-public:
-    std::optional<std::string> computerName() const override { return std::string("till"); }
-    int readTcp(std::string& out) const override
-    {
-        out = "10.0.0.9";
-        return 1;
-    }
-    long processId() const override { return getpid(); }
-};
-
-class Silent : public platform::MessageService
-{
-public:
-    void message(const std::string&, const std::string&, platform::MessageIcon) override {}
-    bool question(const std::string&, const std::string&, platform::MessageIcon) override { return true; }
-    std::optional<std::string> input(const std::string&, const std::string&, const std::string&) override
-    {
-        return std::nullopt;
-    }
-    void error(const std::string&) override {}
-    void warning(const std::string&) override {}
-    std::optional<std::string> saveFileName(const std::string&, const std::string&,
-                                            const std::string&) override
-    {
-        return std::nullopt;
-    }
-};
 
 constexpr int kProcesses = 8;
 constexpr int kSaves = 200;
@@ -67,10 +38,7 @@ std::string card(int i)
 // was refused as changed since read; 1 on any other failure.
 [[noreturn]] void till(const std::string& folder, int seed)
 {
-    auto& services = platform::HostServices::instance();
-    services.reset();
-    services.setSystemInfo(std::make_shared<ChildSystem>());
-    services.setMessageService(std::make_shared<Silent>());
+    test::installTillServices();
     host::HostConfig config;
     config.dataFolder = folder;
     config.databaseFile = "branch.db";
