@@ -12,8 +12,9 @@ extern const std::string_view kSchemaSql;
 // Creates every table and index in one transaction. Throws DbError (nothing created).
 void applySchema(Database& db);
 
-// Adds the tables made after the first databases to a database that holds the member-card tables
-// but lacks them; nothing when it has them all. Throws DbError (nothing added).
+// Adds the tables, columns and indexes made after the first databases to a database that holds
+// the member-card tables but lacks some of them; nothing when it has them all. Throws DbError
+// (nothing added).
 void upgradeSchema(Database& db);
 
 // True when the database holds the member-card tables.

@@ -264,12 +264,15 @@ CREATE TABLE t_OperLog (
     FDescription   TEXT COLLATE NOCASE,
     FMachineName   TEXT COLLATE NOCASE,
     FIPAddress     TEXT COLLATE NOCASE,
-    FSession       TEXT COLLATE NOCASE
+    FSession       TEXT COLLATE NOCASE,
+    FCardId        TEXT COLLATE NOCASE,   -- the card a card operation concerns
+    FBranchNo      TEXT COLLATE NOCASE
 );
 
 -- ---------------------------------------------------------------------------------------------
 -- Added after the first databases were made. Everything from this line on can run again on an
--- existing database, and runs whenever one is opened that lacks it.
+-- existing database, and runs whenever one is opened that lacks it. Columns added to the tables
+-- above are added to an existing database first (db/Schema.cpp lists them).
 
 -- A branch linked to headquarters: the changes waiting to be replayed there, oldest first. A row
 -- is written in the same transaction as the local change and deleted once headquarters holds the
@@ -296,3 +299,6 @@ CREATE TABLE IF NOT EXISTS t_HqReplay (
     FDate      TEXT,
     PRIMARY KEY (FOrigin, FSeq)
 );
+
+-- The operation log of one card, newest first (the card history).
+CREATE INDEX IF NOT EXISTS IX_OperLog_Card ON t_OperLog (FCardId, FDate);

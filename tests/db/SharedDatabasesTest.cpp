@@ -51,3 +51,20 @@ TEST(SharedDatabases, ADatabaseMadeBeforeTheHeadquartersQueueGetsItWhenOpened)
                  ormex::db::StatementError)
         << "a replay is recorded once";
 }
+
+TEST(SharedDatabases, AnOperationLogMadeBeforeItNamedCardsGetsTheColumnsWhenOpened)
+{
+    TestDatabase older("older-log.db");
+    older.exec("drop table t_OperLog;"
+               "create table t_OperLog (FID integer primary key autoincrement, FDate text, FUserID integer,"
+               " FFunctionID text, FType integer, FDescription text, FMachineName text, FIPAddress text,"
+               " FSession text);"
+               "insert into t_OperLog (FDescription) values ('before')");
+    auto& db = sharedDatabase(older.path());
+    db.execute("insert into t_OperLog (FDescription,FCardId,FBranchNo) values ('after','C1','01')");
+    EXPECT_EQ(older.rows("select FDescription, FCardId from t_OperLog order by FID"),
+              (std::vector<std::string>{"before|", "after|C1"}));
+    EXPECT_EQ(older.scalar("select count(*) from sqlite_master where name='IX_OperLog_Card'").toInt(), 1);
+    EXPECT_EQ(db.query("select count(*) as n from t_OperLog where FCardId='c1'").field("n").toInt(), 1)
+        << "card numbers compare without case";
+}

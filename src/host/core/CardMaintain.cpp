@@ -2,8 +2,10 @@
 
 #include <stdexcept>
 
+#include "LocalLogServer.h"
 #include "SqlText.h"
 #include "db/SharedDatabases.h"
+#include "platform/HostServices.h"
 #include "platform/Text.h"
 
 namespace ormex::host {
@@ -17,7 +19,41 @@ const char* const kTakenOver[] = {"FVipName",    "mobile",       "FVipSex",   "b
                                   "nation",      "FAccNum",      "FDecNum",   "FResidualAmt", "FVipStartDate",
                                   "FVipEndDate", "password",     "FVipTax",   "salesman"};
 
+constexpr const char* kCrLf = "\r\n";
+// The operation code of a card change (the card screen's 换卡).
+constexpr int kCardChangeCode = 8;
+
 } // namespace
+
+std::string CardOperationLogger::statement(const std::string& cardId, int operationCode,
+                                           const std::string& operation) const
+{
+    const auto& system = platform::HostServices::instance().systemInfo();
+    std::string address;
+    if (system.readTcp(address) != 1) address.clear();
+    return operLogStatement({userId, session, "MCM0001", operationCode, "会员卡管理---" + operation,
+                             platform::toUpperAscii(system.computerName().value_or("")), address, cardId,
+                             branchNo});
+}
+
+std::string cardOperationName(int operationCode, const platform::FieldMap& change)
+{
+    switch (operationCode) {
+    case 4:
+        return "挂失";
+    case 5:
+        return "恢复";
+    case 6:
+        return "作废";
+    case 8:
+        return "换卡";
+    case 10:
+        return "延期至" + change.text("FVipEndDate");
+    case 11:
+        return "设置密码";
+    }
+    return "修改会员卡资料";
+}
 
 std::string tableInfoSql(int tableNo, const std::string& condition)
 {
@@ -128,7 +164,8 @@ long CardMaintain::changeMemberCard(platform::Value& oldKey, platform::Value&, s
                 .toInt() == 0)
             return 0;
         db().execute("update T_Pos_VipRecord set FCardType=" + quoted(type) +
-                     " where FCardId=" + quoted(oldNo));
+                     " where FCardId=" + quoted(oldNo) + kCrLf +
+                     m_logger.statement(oldNo, kCardChangeCode, "更换卡类别：" + type));
         return 1;
     }
     // The new card must be an unused card of this database.
@@ -137,7 +174,9 @@ long CardMaintain::changeMemberCard(platform::Value& oldKey, platform::Value&, s
             .field("n")
             .toInt() == 0)
         return 0;
-    db().execute(cardChangeBatch(old, oldNo, newCardNo, type));
+    db().execute(cardChangeBatch(old, oldNo, newCardNo, type) + kCrLf +
+                 m_logger.statement(oldNo, kCardChangeCode, "换卡：更换成" + newCardNo) + kCrLf +
+                 m_logger.statement(newCardNo, kCardChangeCode, "换卡：由" + oldNo + "换入"));
     return 1;
 }
 
@@ -146,7 +185,8 @@ bool CardMaintain::updateMCInfo(platform::FieldMap& record, int mode, int& opera
     return updateMCInfo(record, mode, operationCode, {});
 }
 
-bool CardMaintain::updateMCInfo(platform::FieldMap& record, int, int&, const std::string& followingBatch)
+bool CardMaintain::updateMCInfo(platform::FieldMap& record, int, int& operationCode,
+                                const std::string& followingBatch)
 {
     const std::string cardNo = record.text("FCardId");
     if (cardNo.empty()) return false;
@@ -154,8 +194,9 @@ bool CardMaintain::updateMCInfo(platform::FieldMap& record, int, int&, const std
             .field("n")
             .toInt() == 0)
         return false;
-    const std::string batch = cardRecordBatch(record, followingBatch);
-    if (!batch.empty()) db().execute(batch);
+    std::string logged = m_logger.statement(cardNo, operationCode, cardOperationName(operationCode, record));
+    if (!followingBatch.empty()) logged += kCrLf + followingBatch;
+    db().execute(cardRecordBatch(record, logged));
     return true;
 }
 

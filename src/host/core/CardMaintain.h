@@ -24,10 +24,28 @@ std::string cardRecordBatch(const platform::FieldMap& record, const std::string&
 std::string cardChangeBatch(const platform::Recordset& old, const std::string& oldNo,
                             const std::string& newNo, const std::string& type);
 
+// Who the card operations are logged for: each writes a t_OperLog row naming its card in the
+// same transaction as the change.
+struct CardOperationLogger
+{
+    int userId = 0;
+    std::string session;
+    std::string branchNo;
+
+    // The t_OperLog row of an operation on a card ("会员卡管理---" and the operation).
+    std::string statement(const std::string& cardId, int operationCode, const std::string& operation) const;
+};
+
+// What a card operation is called in the log, by the operation code the card screen hands over.
+std::string cardOperationName(int operationCode, const platform::FieldMap& change);
+
 class CardMaintain : public platform::MCMaintain
 {
 public:
-    explicit CardMaintain(std::string databasePath) : m_path(std::move(databasePath)) {}
+    explicit CardMaintain(std::string databasePath, CardOperationLogger logger = {})
+        : m_path(std::move(databasePath)), m_logger(std::move(logger))
+    {
+    }
 
     platform::Recordset execQuery(const std::string& sql) override;
     void executeSql(const std::string& propsString, const std::string& sql) override;
@@ -47,6 +65,7 @@ public:
 private:
     db::Database& db();
     std::string m_path;
+    CardOperationLogger m_logger;
 };
 
 } // namespace ormex::host

@@ -35,16 +35,19 @@ HostRuntime::HostRuntime(HostConfig config)
     const long pid = m_processId;
     const std::string props = m_config.propsString();
     auto& factory = services.factory();
+    const std::string branchNo = m_config.branchNum.value_or("");
+    const CardOperationLogger logger{user, props, branchNo};
     factory.registerClass("OrmexMCardManage.MCMaintain",
-                          [path] { return std::make_shared<CardMaintain>(path); });
+                          [path, logger] { return std::make_shared<CardMaintain>(path, logger); });
     factory.registerClass("OrmexMCardManage.CheckMaintain",
                           [path] { return std::make_shared<ApprovalMaintain>(path); });
     factory.registerClass("OrmexMCardManage.ConfigMaintain",
                           [path] { return std::make_shared<SettingsMaintain>(path); });
     factory.registerClass("OrmexMMCBaseData.VIPMaintain",
                           [path] { return std::make_shared<MemberLists>(path); });
-    factory.registerClass("OrmexEBSBase.LogServer",
-                          [path, user] { return std::make_shared<LocalLogServer>(path, user); });
+    factory.registerClass("OrmexEBSBase.LogServer", [path, user, branchNo] {
+        return std::make_shared<LocalLogServer>(path, user, branchNo);
+    });
     factory.registerClass("ADODB.Connection",
                           [folder] { return std::make_shared<DatabaseConnection>(folder); });
     factory.registerClass("OrmexPropsMgr.ShareProps", [=] {

@@ -7,16 +7,27 @@
 // The host's operation log: one row of t_OperLog per logged operation.
 namespace ormex::host {
 
+struct OperLogRow
+{
+    int userId = 0;
+    std::string session; // the session descriptor
+    std::string functionId;
+    int type = 0;
+    std::string description;
+    std::string machineName;
+    std::string address;
+    std::string cardId; // the card a card operation concerns; "" for other operations
+    std::string branchNo;
+};
+
 // The statement that writes one t_OperLog row, dated now.
-std::string operLogStatement(int userId, const std::string& propsString, const std::string& functionId,
-                             int type, const std::string& description, const std::string& machineName,
-                             const std::string& address);
+std::string operLogStatement(const OperLogRow& row);
 
 class LocalLogServer : public platform::LogServer
 {
 public:
-    explicit LocalLogServer(std::string databasePath, int userId)
-        : m_path(std::move(databasePath)), m_userId(userId)
+    LocalLogServer(std::string databasePath, int userId, std::string branchNo)
+        : m_path(std::move(databasePath)), m_userId(userId), m_branchNo(std::move(branchNo))
     {
     }
     void writeLog(const std::string& propsString, const std::string& functionId, int type,
@@ -26,6 +37,7 @@ public:
 private:
     std::string m_path;
     int m_userId;
+    std::string m_branchNo;
 };
 
 } // namespace ormex::host
