@@ -11,6 +11,7 @@
 #include <QVBoxLayout>
 
 #include "CardSearchRules.h"
+#include "dlgCardHistory.h"
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/ScreenKeys.h"
@@ -77,12 +78,15 @@ void frmMemCardManage::buildUi()
         connect(button, &QPushButton::clicked, this, [this, i] { onStatusClicked(i); });
     }
     buttons->addStretch();
+    m_cmdHistory = new QPushButton(QStringLiteral("历史记录(&H)"), this);
+    m_cmdHistory->setObjectName("cmdHistory");
     m_cmdPrint = new QPushButton(QStringLiteral("打印(&P)"), this);
     m_cmdPrint->setObjectName("cmdPrint");
     m_cmdCancel = new QPushButton(QStringLiteral("取消(&C)"), this);
     m_cmdCancel->setObjectName("cmdCancel");
-    for (QPushButton* button : {m_cmdSearch, m_cmdPrint, m_cmdCancel})
+    for (QPushButton* button : {m_cmdSearch, m_cmdHistory, m_cmdPrint, m_cmdCancel})
         button->setAutoDefault(false);
+    buttons->addWidget(m_cmdHistory);
     buttons->addWidget(m_cmdPrint);
     buttons->addWidget(m_cmdCancel);
     root->addLayout(buttons);
@@ -92,6 +96,7 @@ void frmMemCardManage::buildUi()
     connect(m_itNumber, &widgets::InputField::lookupRequested, this, &frmMemCardManage::onLookup);
     connect(m_itNumber, &widgets::InputField::focusEntered, this, &frmMemCardManage::attachNameList);
     connect(m_itNumber, &widgets::InputField::keyReleased, this, &frmMemCardManage::attachNameList);
+    connect(m_cmdHistory, &QPushButton::clicked, this, [this] { ShowCardHistory(this, m_searchKey); });
     connect(m_cmdPrint, &QPushButton::clicked, this, &frmMemCardManage::onPrint);
     connect(m_cmdCancel, &QPushButton::clicked, this, &QDialog::close);
     resize(640, 360);
@@ -108,6 +113,7 @@ void frmMemCardManage::loadForm()
     for (auto* button : m_cmdStatus)
         if (button) button->setEnabled(false);
     m_cmdPrint->setEnabled(false);
+    m_cmdHistory->setEnabled(false);
     m_itNumber->setFocus();
 }
 
@@ -162,6 +168,7 @@ void frmMemCardManage::cardSearch()
                 m_itNumber->clear();
                 m_itNumber->setFocus();
                 m_cmdPrint->setEnabled(false);
+                m_cmdHistory->setEnabled(false);
             } else {
                 showCardInformation();
                 m_searchKey = m_card->text("FCardId");
@@ -169,6 +176,7 @@ void frmMemCardManage::cardSearch()
                 applyStatusButtons(static_cast<int>(m_card->value("FCardStatus").toInt()),
                                    m_card->value("FSavingFlag").toBool());
                 m_cmdPrint->setEnabled(true);
+                m_cmdHistory->setEnabled(true);
                 shown = true;
             }
         }

@@ -86,6 +86,7 @@ private:
     QPushButton* m_cmdSearch = nullptr;
     std::array<widgets::InputField*, 11> m_itItem{};
     std::array<QPushButton*, 7> m_cmdStatus{};
+    QPushButton* m_cmdHistory = nullptr;
     QPushButton* m_cmdPrint = nullptr;
     QPushButton* m_cmdCancel = nullptr;
 

@@ -12,7 +12,7 @@
 
 namespace ormex::module::frame {
 
-void PrintGrid(QPrinter& printer, const Grid& grid, const PrintHeading& heading)
+void PrintGrid(QPrinter& printer, const Grid& grid, const PrintHeading& heading, const std::string& footer)
 {
     QPainter painter(&printer);
     if (!painter.isActive()) return;
@@ -84,15 +84,19 @@ void PrintGrid(QPrinter& printer, const Grid& grid, const PrintHeading& heading)
         y += line;
     }
     painter.drawLine(0, y, area.width(), y);
+    if (!footer.empty())
+        painter.drawText(QRect(0, y, area.width(), line), Qt::AlignLeft | Qt::AlignVCenter,
+                         QString::fromStdString(footer));
     painter.drawText(QRect(0, y, area.width(), line), Qt::AlignRight | Qt::AlignVCenter,
                      QStringLiteral("共 %1 行").arg(grid.rowCount()));
 }
 
-void PrintGridWithDialog(QWidget* parent, const Grid& grid, const PrintHeading& heading)
+void PrintGridWithDialog(QWidget* parent, const Grid& grid, const PrintHeading& heading,
+                         const std::string& footer)
 {
     QPrinter printer(QPrinter::HighResolution);
     QPrintDialog dialog(&printer, parent);
-    if (dialog.exec() == QDialog::Accepted) PrintGrid(printer, grid, heading);
+    if (dialog.exec() == QDialog::Accepted) PrintGrid(printer, grid, heading, footer);
 }
 
 } // namespace ormex::module::frame

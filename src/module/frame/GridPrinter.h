@@ -18,10 +18,13 @@ struct PrintHeading
     std::string branch;
 };
 
-// Renders the grid onto a printer (a PDF file included).
-void PrintGrid(QPrinter& printer, const Grid& grid, const PrintHeading& heading);
+// Renders the grid onto a printer (a PDF file included). A footer (totals) is printed under the
+// last row, left of the row count.
+void PrintGrid(QPrinter& printer, const Grid& grid, const PrintHeading& heading,
+               const std::string& footer = {});
 
 // Asks for the printer with the print dialog and prints; nothing when the operator cancels.
-void PrintGridWithDialog(QWidget* parent, const Grid& grid, const PrintHeading& heading);
+void PrintGridWithDialog(QWidget* parent, const Grid& grid, const PrintHeading& heading,
+                         const std::string& footer = {});
 
 } // namespace ormex::module::frame

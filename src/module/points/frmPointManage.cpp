@@ -12,6 +12,7 @@
 #include <QVBoxLayout>
 
 #include "PointLayouts.h"
+#include "module/cards/dlgCardHistory.h"
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
@@ -206,6 +207,10 @@ QWidget* frmPointManage::buildExchangeTab()
     frame::UseCardNumberKeys(*m_itNo[2]);
     commands->addWidget(m_itNo[2], 1);
     addCommands(tab, commands, 2, "增加");
+    auto* history = widgets::CommandButton(tab, "cmdHistory_2", "卡历史");
+    commands->addWidget(history);
+    connect(history, &QPushButton::clicked, this,
+            [this] { cards::ShowCardHistory(this, m_panel[0]->textStd()); });
     layout->addLayout(commands);
     auto* panel = new QGridLayout;
     for (int i = 0; i < 8; ++i) {

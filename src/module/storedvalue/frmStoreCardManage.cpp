@@ -11,6 +11,7 @@
 #include <QVBoxLayout>
 
 #include "StoredValueLayouts.h"
+#include "module/cards/dlgCardHistory.h"
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
@@ -87,6 +88,16 @@ widgets::InputField* frmStoreCardManage::panelField(QWidget* tab, int index, con
     return f;
 }
 
+QPushButton* frmStoreCardManage::historyButton(QWidget* tab, int t)
+{
+    // The history of the card the tab's panel shows.
+    auto* button = widgets::CommandButton(tab, indexed("cmdHistory", t), "卡历史");
+    connect(button, &QPushButton::clicked, this, [this, t] {
+        cards::ShowCardHistory(this, field(indexed("itCardID", t).toUtf8().constData())->textStd());
+    });
+    return button;
+}
+
 QWidget* frmStoreCardManage::buildSingleTab()
 {
     auto* tab = new QWidget(this);
@@ -97,6 +108,7 @@ QWidget* frmStoreCardManage::buildSingleTab()
     search->addWidget(m_itNo[SingleTab], 1);
     m_cmdSearch[SingleTab] = widgets::CommandButton(tab, indexed("cmdSearch", 0), "查询(&S)");
     search->addWidget(m_cmdSearch[SingleTab]);
+    search->addWidget(historyButton(tab, SingleTab));
     layout->addLayout(search);
 
     auto* panel = new QGridLayout;
@@ -189,7 +201,7 @@ QWidget* frmStoreCardManage::buildGridTab(int t)
     m_cmdSearch[i] = widgets::CommandButton(tab, indexed("cmdSearch", t), "查询(&S)");
     m_cmdBatchAdd[i] = widgets::CommandButton(tab, indexed("cmdBatchAdd", t), "批量填充");
     m_cmdDel[i] = widgets::CommandButton(tab, indexed("cmdDel", t), "删除");
-    for (QPushButton* b : {m_cmdSearch[i], m_cmdBatchAdd[i], m_cmdDel[i]})
+    for (QPushButton* b : {m_cmdSearch[i], m_cmdBatchAdd[i], m_cmdDel[i], historyButton(tab, t)})
         commands->addWidget(b);
     conditions->addLayout(commands, 2, 0, 1, 2);
     layout->addLayout(conditions);

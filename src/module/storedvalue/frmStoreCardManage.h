@@ -77,6 +77,7 @@ protected:
 
 private:
     QWidget* buildSingleTab();
+    QPushButton* historyButton(QWidget* tab, int t);
     QWidget* buildGridTab(int tab);
     widgets::InputField* panelField(QWidget* tab, int index, const char* name, const char* caption);
     void connectGrid(int tab);

@@ -11,6 +11,7 @@
 #include "host/core/CardMaintain.h"
 #include "host/core/LocalLogServer.h"
 #include "host/core/MemberLists.h"
+#include "module/cards/CardHistory.h"
 #include "module/cards/CardSearchRules.h"
 #include "module/cards/CardStatusRules.h"
 #include "module/frame/SavePackage.h"
@@ -360,8 +361,8 @@ TEST_F(BatchesOnBothEngines, TheHostsCardChangeCardRecordAndOperationLog)
     record.set("FVipEndDate", "2027-12-31");
     record.set("FAccNum", 12.5);
     runOnBoth(host::cardRecordBatch(record, {}));
-    runOnBoth(
-        host::operLogStatement(7, "FFuncID=1", "MCM0001", 1, "会员卡管理---挂失", "pos-01", "10.0.0.8"));
+    runOnBoth(host::operLogStatement(
+        {7, "FFuncID=1", "MCM0001", 4, "会员卡管理---挂失", "POS-01", "10.0.0.8", "c100", "01"}));
     RecordProperty("rows_compared", static_cast<int>(expectSameRows()));
 }
 
@@ -419,6 +420,8 @@ TEST_F(BatchesOnBothEngines, ScreensReadTheSameValues)
         batch += storedvalue::RechargeStatements(kOwnValue, r);
     }
     batch += points::RewardGroup(kOwnPoints, saving[0], 10);
+    batch += host::operLogStatement(
+        {7, "FFuncID=1", "MCM0001", 4, "会员卡管理---挂失", "POS-01", "", saving[0], "01"});
     const std::string queued =
         hq::QueueOnHQ(cards::statusUpdateStatement('2', saving[1]), hq::HQOperation::CardStatus);
     runAndCompare(batch + queued);
@@ -453,4 +456,8 @@ TEST_F(BatchesOnBothEngines, ScreensReadTheSameValues)
                     "' And Other1='初始金额'");
     expectSameQuery("select count(*) as n,isnull((select FLastError from t_HqOutbox where FSeq=(select "
                     "min(FSeq) from t_HqOutbox)),'') as e from t_HqOutbox");
+    // The card history's reads.
+    for (const std::string& read : {cards::CardRowSql(saving[0]), cards::PointsMovementsSql(saving[0]),
+                                    cards::MoneyRowsSql(saving[0]), cards::CardOperationsSql(saving[0])})
+        expectSameQuery(read);
 }

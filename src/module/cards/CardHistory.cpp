@@ -1,0 +1,241 @@
+#include "CardHistory.h"
+
+#include <algorithm>
+#include <functional>
+#include <stdexcept>
+#include <tuple>
+
+#include "module/frame/CardRules.h"
+#include "module/frame/Gateway.h"
+#include "module/hq/HqLink.h"
+#include "platform/BalanceCodec.h"
+#include "platform/NumberText.h"
+#include "platform/Text.h"
+
+namespace ormex::module::cards {
+
+namespace {
+
+constexpr const char* kIssueAmountMemo = "初始金额";
+constexpr const char* kConversionMemo = "积分转储值";
+constexpr const char* kRecharge = "充值";
+constexpr const char* kCardOperation = "卡操作";
+
+std::string cardCondition(const std::string& card)
+{
+    return "FCardId='" + platform::quoteDoubled(card) + "'";
+}
+
+// A points movement's kind by its flag, and the sign it gives the card's points.
+struct PointsKind
+{
+    const char* name;
+    int sign;
+};
+std::optional<PointsKind> pointsKind(const std::string& flag)
+{
+    static const std::pair<const char*, PointsKind> kinds[] = {{"1", {"积分冲减", -1}},
+                                                               {"2", {"礼品兑换", -1}},
+                                                               {"3", {"积分奖励", +1}},
+                                                               {"4", {"积分转储值", -1}},
+                                                               {"5", {"积分清零", -1}}};
+    for (const auto& [code, kind] : kinds)
+        if (flag == code) return kind;
+    return std::nullopt;
+}
+
+// Rows that share a second keep the order they were written in: points movements before the
+// money rows of the same operation (a conversion writes both), the operation log last.
+struct Ordered
+{
+    HistoryEntry entry;
+    int source = 0;
+    long long id = 0;
+};
+
+bool newerFirst(const Ordered& a, const Ordered& b)
+{
+    return std::tie(a.entry.when, a.source, a.id) > std::tie(b.entry.when, b.source, b.id);
+}
+
+std::string text(const platform::Recordset& rs, std::size_t row, const char* field)
+{
+    return platform::trim(rs.at(row, field).toString());
+}
+
+HistoryEntry commonPart(const platform::Recordset& rs, std::size_t row, const char* dateField,
+                        const char* userField)
+{
+    HistoryEntry entry;
+    entry.when = platform::parseDateTime(text(rs, row, dateField));
+    entry.branch = text(rs, row, "FBranchNo");
+    entry.operatorName = text(rs, row, userField);
+    return entry;
+}
+
+} // namespace
+
+const std::vector<std::string>& HistoryKinds()
+{
+    static const std::vector<std::string> kinds = {"积分奖励", "积分冲减", "礼品兑换",       "积分转储值",
+                                                   "积分清零", kRecharge,  kIssueAmountMemo, kCardOperation};
+    return kinds;
+}
+
+std::string CardRowSql(const std::string& card)
+{
+    return "select r.FCardId, r.FVipName, r.FCardStatus, r.FAccNum, r.FDecNum, r.FResidualAmt, t.type_name"
+           " from T_Pos_VipRecord r left join T_Pos_VipType t on t.FTypeId=r.FCardType where r." +
+           cardCondition(card);
+}
+
+std::string PointsMovementsSql(const std::string& card)
+{
+    return "select g.FID, g.FOperDate, g.FBranchno as FBranchNo, g.fuserid, g.flag, g.FVipNum, g.FItemNum,"
+           " g.memo, i.FName as FItemName from T_Pos_VipGiftList g left join t_Item i on i.FItemID=g.Fitemid"
+           " where g." +
+           cardCondition(card);
+}
+
+std::string MoneyRowsSql(const std::string& card)
+{
+    return "select FID, FOperDate, FBranchno as FBranchNo, fuserid, FPlusAmt, FPlusRealAmt, other1"
+           " from T_Pos_AddMoneyList where " +
+           cardCondition(card);
+}
+
+std::string CardOperationsSql(const std::string& card)
+{
+    return "select FID, FDate, FBranchNo, FUserID, FDescription from t_OperLog where " + cardCondition(card);
+}
+
+CardHistory BuildCardHistory(const std::string& card, const platform::Recordset& cardRow,
+                             const platform::Recordset& points, const platform::Recordset& money,
+                             const platform::Recordset& operations)
+{
+    CardHistory history;
+    history.card = card;
+    history.balance = 0.0;
+    if (!cardRow.empty()) {
+        history.card = text(cardRow, 0, "FCardId");
+        history.name = text(cardRow, 0, "FVipName");
+        history.typeName = text(cardRow, 0, "type_name");
+        history.status = frame::GetStatusName(static_cast<int>(cardRow.at(0, "FCardStatus").toInt()));
+        history.points = cardRow.at(0, "FAccNum").toDouble() - cardRow.at(0, "FDecNum").toDouble();
+        history.balance = platform::tryDecodeBalance(cardRow.at(0, "FResidualAmt").toString());
+    }
+
+    std::vector<Ordered> rows;
+    for (std::size_t r = 0; r < points.recordCount(); ++r) {
+        HistoryEntry entry = commonPart(points, r, "FOperDate", "fuserid");
+        const std::string flag = text(points, r, "flag");
+        const auto kind = pointsKind(flag);
+        entry.kind = kind ? kind->name : "积分变动" + flag;
+        entry.points = (kind ? kind->sign : 1) * points.at(r, "FVipNum").toDouble();
+        entry.detail = text(points, r, "memo");
+        if (const std::string item = text(points, r, "FItemName"); !item.empty())
+            entry.detail = item + " ×" + platform::formatNumber(points.at(r, "FItemNum").toDouble());
+        rows.push_back({std::move(entry), 0, points.at(r, "FID").toInt()});
+    }
+    for (std::size_t r = 0; r < money.recordCount(); ++r) {
+        HistoryEntry entry = commonPart(money, r, "FOperDate", "fuserid");
+        const std::string memo = text(money, r, "other1");
+        if (memo == kIssueAmountMemo) {
+            // The issue amount is kept encoded, as the balance is.
+            entry.kind = kIssueAmountMemo;
+            const auto amount = platform::tryDecodeBalance(text(money, r, "FPlusAmt"));
+            entry.amount = amount.value_or(0);
+            if (!amount) entry.detail = "金额无法解码";
+        } else {
+            entry.kind = memo == kConversionMemo ? kConversionMemo : kRecharge;
+            entry.amount = money.at(r, "FPlusAmt").toDouble();
+            entry.detail = memo;
+            if (entry.kind == kRecharge)
+                entry.detail = "实付" + platform::formatFixed(money.at(r, "FPlusRealAmt").toDouble(), 2) +
+                               (memo.empty() ? "" : " " + memo);
+        }
+        rows.push_back({std::move(entry), 1, money.at(r, "FID").toInt()});
+    }
+    for (std::size_t r = 0; r < operations.recordCount(); ++r) {
+        HistoryEntry entry = commonPart(operations, r, "FDate", "FUserID");
+        entry.kind = kCardOperation;
+        entry.detail = text(operations, r, "FDescription");
+        rows.push_back({std::move(entry), 2, operations.at(r, "FID").toInt()});
+    }
+    std::sort(rows.begin(), rows.end(), newerFirst);
+
+    double pointsAfter = history.points;
+    std::optional<double> balanceAfter = history.balance;
+    for (Ordered& row : rows) {
+        row.entry.pointsAfter = platform::roundTo(pointsAfter, 4);
+        if (balanceAfter) row.entry.balanceAfter = platform::roundTo(*balanceAfter, 2);
+        pointsAfter -= row.entry.points;
+        if (balanceAfter) *balanceAfter -= row.entry.amount;
+        history.entries.push_back(std::move(row.entry));
+    }
+    return history;
+}
+
+CardHistory ReadCardHistory(const std::string& card, HistoryDatabase from)
+{
+    std::function<platform::Recordset(const std::string&)> query;
+    std::shared_ptr<platform::Connection> connection;
+    if (from == HistoryDatabase::Headquarters) {
+        connection = hq::OpenHQ();
+        if (!connection) throw std::runtime_error("总部数据库无法连接");
+        query = [&](const std::string& sql) { return connection->openRecordset(sql); };
+    } else {
+        query = [](const std::string& sql) { return frame::ExecQuery(sql); };
+    }
+    const platform::Recordset cardRow = query(CardRowSql(card));
+    const platform::Recordset points = query(PointsMovementsSql(card));
+    const platform::Recordset money = query(MoneyRowsSql(card));
+    platform::Recordset operations;
+    try {
+        operations = query(CardOperationsSql(card));
+    } catch (const std::exception&) {
+        // A database made before the operation log named its cards has no card operations to show.
+    }
+    if (connection) connection->close();
+    return BuildCardHistory(card, cardRow, points, money, operations);
+}
+
+std::vector<HistoryEntry> FilterHistory(const std::vector<HistoryEntry>& entries, const HistoryFilter& filter)
+{
+    std::vector<HistoryEntry> kept;
+    for (const HistoryEntry& entry : entries) {
+        if (!filter.kind.empty() && entry.kind != filter.kind) continue;
+        if ((filter.from || filter.to) && !entry.when) continue;
+        if (filter.from && entry.when->date < *filter.from) continue;
+        if (filter.to && entry.when->date > *filter.to) continue;
+        kept.push_back(entry);
+    }
+    return kept;
+}
+
+HistoryTotals TotalsOf(const std::vector<HistoryEntry>& entries)
+{
+    HistoryTotals totals;
+    for (const HistoryEntry& entry : entries) {
+        ++totals.rows;
+        totals.points += entry.points;
+        totals.amount += entry.amount;
+    }
+    totals.points = platform::roundTo(totals.points, 4);
+    totals.amount = platform::roundTo(totals.amount, 2);
+    return totals;
+}
+
+std::string SignedPoints(double change)
+{
+    if (change == 0) return {};
+    return (change > 0 ? "+" : "") + platform::formatNumber(change);
+}
+
+std::string SignedAmount(double change)
+{
+    if (change == 0) return {};
+    return (change > 0 ? "+" : "") + platform::formatFixed(change, 2);
+}
+
+} // namespace ormex::module::cards

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/DateTime.h"
+#include "platform/Recordset.h"
+
+// The history of one card: every points movement (T_Pos_VipGiftList), every money-list row
+// (T_Pos_AddMoneyList) and every card operation of the operation log (t_OperLog), newest first,
+// with the points and stored value the card held after each.
+//
+// The running values are counted back from what the card holds now through the changes listed,
+// so the newest row ends at the card's present points and balance; what changed a card outside
+// these lists (a sale paid at a till) shows in the opening values of the oldest rows.
+namespace ormex::module::cards {
+
+// Which database the history is read from: the session's own, or headquarters in a linked
+// branch, which holds the replays of every branch.
+enum class HistoryDatabase { Local, Headquarters };
+
+struct HistoryEntry
+{
+    std::optional<platform::DateTime> when; // nothing when the row's date cannot be read
+    std::string branch;
+    std::string operatorName;
+    std::string kind; // 积分奖励 积分冲减 礼品兑换 积分转储值 积分清零 充值 初始金额 卡操作
+    double points = 0; // the change of the card's points
+    double amount = 0; // the change of the card's stored value
+    double pointsAfter = 0;
+    std::optional<double> balanceAfter; // nothing when the card's balance does not decode
+    std::string detail;
+};
+
+struct CardHistory
+{
+    std::string card;
+    std::string name, typeName, status;
+    double points = 0;                 // accumulated minus used, now
+    std::optional<double> balance;     // decoded, now; nothing when it does not decode
+    std::vector<HistoryEntry> entries; // newest first
+};
+
+// The kinds in the order the filter offers them.
+const std::vector<std::string>& HistoryKinds();
+
+// The reads of a card's history, in the system's T-SQL (either engine).
+std::string CardRowSql(const std::string& card);
+std::string PointsMovementsSql(const std::string& card);
+std::string MoneyRowsSql(const std::string& card);
+std::string CardOperationsSql(const std::string& card);
+
+// Merges the rows of the three reads into one list with running values. `cardRow` is the result
+// of CardRowSql; an empty one leaves the card's values at 0.
+CardHistory BuildCardHistory(const std::string& card, const platform::Recordset& cardRow,
+                             const platform::Recordset& points, const platform::Recordset& money,
+                             const platform::Recordset& operations);
+
+// Reads and builds the history from a database. Throws when a read fails or headquarters cannot be
+// reached; the operation log is left out of a database that has no card column in it yet.
+CardHistory ReadCardHistory(const std::string& card, HistoryDatabase from);
+
+struct HistoryFilter
+{
+    std::optional<platform::Date> from, to; // both days included
+    std::string kind;                       // "" for every kind
+};
+std::vector<HistoryEntry> FilterHistory(const std::vector<HistoryEntry>& entries,
+                                        const HistoryFilter& filter);
+
+struct HistoryTotals
+{
+    long rows = 0;
+    double points = 0;
+    double amount = 0;
+};
+HistoryTotals TotalsOf(const std::vector<HistoryEntry>& entries);
+
+// A change as the list shows it: "+100", "-40", "" for none; money with two decimals.
+std::string SignedPoints(double change);
+std::string SignedAmount(double change);
+
+} // namespace ormex::module::cards
