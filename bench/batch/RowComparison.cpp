@@ -3,6 +3,8 @@
 #include <tuple>
 
 #include "NativeSqlite.h"
+#include "db/CardSeal.h"
+#include "db/Database.h"
 
 namespace ormex::bench {
 
@@ -27,7 +29,12 @@ constexpr const char* kTotals[] = {
 // The columns compared row by row: every column, the storage class where the column has no type,
 // and no date-time written by getdate() (the executor asks the clock for each statement).
 constexpr const char* kRows[][2] = {
-    {"T_Pos_VipRecord", "*"},
+    // Every column but the seal, which only the executor's connection writes (checked apart).
+    {"T_Pos_VipRecord",
+     "FFlowId, FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus, FVipStartDate, FVipEndDate, "
+     "FAccNum, FDecNum, FResidualAmt, FPlusAmt, FSavingFlag, FAccFlag, FDeleted, password, FBranchno, "
+     "FOperDate, FModifyDate, FUserName, FVipTax, limit_use, salesman, FVipSex, birthday, marriage, FVipTel, "
+     "company, FVipEmail, FSocialId, FVipAdd, FVipZip, FSalaryLevel, degree, favor, memo, nation"},
     {"T_Pos_VipGiftList",
      "FID, Fbranchid, typeof(Fbranchid), FBranchno, FCardId, flag, Fitemid, typeof(Fitemid), "
      "FItemNum, FVipNum, FVipPlusAmt, fuserid, FAuxPropID, memo, FComFlag, typeof(FComFlag)"},
@@ -90,6 +97,13 @@ std::string compare(const std::filesystem::path& executed, const std::filesystem
             }
             sqlite3_reset(q.handle());
         }
+    }
+    if (const auto& key = ormex::db::sealKey()) {
+        auto sealed = ormex::db::Database::open(executed.string());
+        const auto broken = ormex::db::sealMismatches(*sealed, *key);
+        if (!broken.empty())
+            return std::to_string(broken.size()) + " cards no longer match their seal, the first " +
+                   broken.front().card;
     }
     return {};
 }

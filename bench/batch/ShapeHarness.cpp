@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
@@ -14,6 +15,7 @@
 
 #include "DatabaseFiles.h"
 #include "RowComparison.h"
+#include "db/CardSeal.h"
 #include "db/Database.h"
 #include "db/LargeData.h"
 #include "db/Schema.h"
@@ -63,6 +65,15 @@ Files& files()
 
 const Template& templateFor(long cards, const Fixture* fixture)
 {
+    // The executor's connections seal every card they write, as the system's do; the floor's
+    // native connections do not. ORMEX_BENCH_SEAL=0 leaves sealing out, to see what it costs.
+    static const bool sealing = [] {
+        const char* setting = std::getenv("ORMEX_BENCH_SEAL");
+        const bool on = !setting || std::string(setting) != "0";
+        if (on) ormex::db::setSealKey(ormex::db::newSealKey());
+        return on;
+    }();
+    (void)sealing;
     static std::map<std::pair<long, std::string>, Template> made;
     const std::string name = fixture ? fixture->name : "";
     auto found = made.find({cards, name});

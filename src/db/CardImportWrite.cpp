@@ -51,8 +51,13 @@ public:
               " FVipEndDate = coalesce(nullif(?7, ''), FVipEndDate), FAccNum = ?8, FDecNum = 0,"
               " FResidualAmt = ?9, FPlusAmt = ?10, FSavingFlag = ?11, FAccFlag = ?12,"
               " FBranchno = coalesce(nullif(FBranchno, ''), ?13), FOperDate = ?14, FModifyDate = ?14,"
-              " FUserName = ?15"
-              " WHERE FCardId = ?1 AND FCardStatus = '9' AND FDeleted = 0"),
+              " FUserName = ?15" +
+                  // A connection that seals writes the card's new seal, checking its old one.
+                  std::string(db.sealsCards()
+                                  ? ", FSeal = ormex_seal_next(FSeal, FCardId, FResidualAmt, FAccNum, "
+                                    "FDecNum, FCardId, ?9, ?8, 0)"
+                                  : "") +
+                  " WHERE FCardId = ?1 AND FCardStatus = '9' AND FDeleted = 0"),
           // The initial amount of the card, as the stored-value screen reads it back: FPlusAmt
           // encoded. No payment method took the money here (it was paid to the former system), so
           // FBalanceStyle is 0, as a recharge writes it without one.

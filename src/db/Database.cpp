@@ -4,6 +4,7 @@
 
 #include "ArgumentBinding.h"
 #include "BatchRunner.h"
+#include "CardSeal.h"
 #include "DbError.h"
 #include "SqlFunctions.h"
 #include "SqliteDialect.h"
@@ -34,6 +35,7 @@ std::unique_ptr<Database> Database::open(const std::string& path, OpenMode mode)
         throw OpenError("cannot open database " + path + ": " + error.what());
     }
     registerSqlFunctions(handle);
+    installSealing(*db);
     return db;
 }
 
@@ -83,7 +85,7 @@ platform::Recordset Database::query(std::string_view sql)
 
 void Database::execute(std::string_view batch)
 {
-    const BatchProgram program = parseBatch(batch, SqliteDialect::instance());
+    const BatchProgram program = parseBatch(batch, SqliteDialect::instance(), m_sealsCards);
     Transaction transaction(*this);
     BatchRunner(m_statements).run(program);
     transaction.commit();

@@ -77,6 +77,10 @@ public:
         bool m_done = false;
     };
 
+    // Whether the connection seals the cards it writes (installSealing in CardSeal.h).
+    bool sealsCards() const { return m_sealsCards; }
+    void setSealsCards(bool seals) { m_sealsCards = seals; }
+
     // The statements this connection keeps compiled.
     StatementCache& statements() { return m_statements; }
 
@@ -88,6 +92,7 @@ private:
     std::string m_path;
     sqlite3* m_db = nullptr;
     StatementCache m_statements;
+    bool m_sealsCards = false;
 };
 
 } // namespace ormex::db

@@ -2,6 +2,7 @@
 
 #include <libpq-fe.h>
 
+#include "CardSeal.h"
 #include "DbError.h"
 #include "PgBatchRunner.h"
 #include "PgDialect.h"
@@ -81,6 +82,19 @@ void PgDatabase::prepareSession()
     // Text is exchanged as UTF-8 whatever the server's default is.
     if (PQsetClientEncoding(m_conn, "UTF8") != 0) throw DbError(trimmedMessage(PQerrorMessage(m_conn)));
     command(m_conn, "SET lock_timeout = '" + std::to_string(kLockTimeoutSeconds) + "s'");
+    m_sealGeneration = 0;
+}
+
+void PgDatabase::syncSealKey()
+{
+    if (m_sealGeneration == sealKeyGeneration()) return;
+    const auto& key = sealKey();
+    const std::string text = key ? sealKeyText(*key) : std::string();
+    const char* values[] = {text.c_str()};
+    const PgResultPtr result(PQexecParams(m_conn, "SELECT set_config('ormex.seal_key', $1, false)", 1,
+                                          nullptr, values, nullptr, nullptr, 0));
+    throwIfFailed(result.get(), m_conn, 1, "set_config('ormex.seal_key')");
+    m_sealGeneration = sealKeyGeneration();
 }
 
 PgDatabase::~PgDatabase()
@@ -118,6 +132,7 @@ platform::Recordset PgDatabase::queryNative(std::string_view sql)
 
 void PgDatabase::executeNative(std::string_view script)
 {
+    syncSealKey();
     // Several statements sent in one PQexec run as one transaction unless they hold BEGIN or
     // COMMIT themselves; the first error stops them and rolls everything back.
     const PgResultPtr result(PQexec(m_conn, std::string(script).c_str()));
@@ -192,6 +207,7 @@ void PgDatabase::execute(std::string_view batch)
 
 std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite()
 {
+    syncSealKey();
     class LockedWrite : public Write
     {
     public:

@@ -66,8 +66,12 @@ protected:
 private:
     explicit PgDatabase(pg_conn* conn) : m_conn(conn) {}
     void prepareSession();
+    // Gives the session this process's seal key (none: the session does not seal) when the key
+    // changed since the session last took it.
+    void syncSealKey();
 
     pg_conn* m_conn = nullptr;
+    unsigned long m_sealGeneration = 0;
     std::unordered_map<std::string, std::string> m_prepared; // text and types → statement name
     int m_writes = 0;                                        // writes open on the connection
 };

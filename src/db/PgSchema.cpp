@@ -129,6 +129,47 @@ LANGUAGE sql STABLE AS $$
                     to_char(localtimestamp, 'YYYY-MM-DD HH24:MI:SS'))
 $$;
 
+-- The seal of a card (see CardSeal.h): the first half of an HMAC-SHA256 under the key the
+-- system's own connections set for their session, over the card number, the stored balance and the points written as the
+-- system writes numbers (15 significant digits, no trailing zeros); null without a key.
+CREATE EXTENSION IF NOT EXISTS pgcrypto;
+CREATE FUNCTION ormex_number_text(x double precision) RETURNS text
+LANGUAGE sql IMMUTABLE AS $$
+    SELECT CASE WHEN x IS NULL OR x = 0 THEN '0' ELSE trim_scale(x::numeric)::text END
+$$;
+CREATE FUNCTION ormex_seal(card text, stored text, accumulated double precision, used double precision)
+RETURNS text LANGUAGE plpgsql STABLE AS $$
+DECLARE
+    k text := coalesce(current_setting('ormex.seal_key', true), '');
+BEGIN
+    IF k = '' THEN
+        RETURN NULL;
+    END IF;
+    RETURN encode(substring(hmac(convert_to(coalesce(card, '') || chr(31) || coalesce(stored, '') || chr(31) ||
+                                            ormex_number_text(accumulated) || chr(31) || ormex_number_text(used),
+                                            'UTF8'),
+                                 decode(k, 'hex'), 'sha256') from 1 for 16), 'hex');
+END
+$$;
+-- A connection with the key seals what it writes and refuses to change a card that does not match
+-- its seal; any other connection leaves the seal as it was.
+CREATE FUNCTION ormex_seal_row() RETURNS trigger
+LANGUAGE plpgsql AS $$
+BEGIN
+    IF coalesce(current_setting('ormex.seal_key', true), '') = '' THEN
+        RETURN NEW;
+    END IF;
+    IF TG_OP = 'UPDATE' AND OLD.fseal IS DISTINCT FROM
+            ormex_seal(OLD.fcardid, OLD.fresidualamt, OLD.faccnum, OLD.fdecnum) THEN
+        RAISE EXCEPTION '会员卡的余额或积分与校验码不符（可能被非法修改），请联系管理员核查';
+    END IF;
+    NEW.fseal := ormex_seal(NEW.fcardid, NEW.fresidualamt, NEW.faccnum, NEW.fdecnum);
+    RETURN NEW;
+END
+$$;
+CREATE TRIGGER ormex_seal BEFORE INSERT OR UPDATE OF fcardid, fresidualamt, faccnum, fdecnum
+    ON t_pos_viprecord FOR EACH ROW EXECUTE FUNCTION ormex_seal_row();
+
 -- datediff(day, a, b): the days from a's date to b's, the times of day left out.
 CREATE FUNCTION ormex_datediff_day(a text, b text) RETURNS bigint
 LANGUAGE sql IMMUTABLE STRICT AS $$

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "CardSeal.h"
 #include "SqliteStatement.h"
 
 namespace ormex::db {
@@ -13,6 +14,7 @@ void applySchema(Database& db)
     Database::Transaction transaction(db);
     db.executeNative(kSchemaSql);
     transaction.commit();
+    installSealing(db);
 }
 
 namespace {
@@ -32,6 +34,7 @@ struct AddedColumn
 constexpr AddedColumn kAddedColumns[] = {
     {"t_OperLog", "FCardId", "TEXT COLLATE NOCASE"},
     {"t_OperLog", "FBranchNo", "TEXT COLLATE NOCASE"},
+    {"T_Pos_VipRecord", "FSeal", "TEXT COLLATE BINARY"},
 };
 
 bool hasTable(Database& db, const char* name)

@@ -47,8 +47,8 @@ class Parser
 {
 public:
     // With a program, statements go into it with their parameters; without, literals stay text.
-    Parser(std::string_view text, const Dialect& dialect, BatchProgram* program)
-        : m_lexer(text), m_dialect(dialect), m_program(program)
+    Parser(std::string_view text, const Dialect& dialect, BatchProgram* program, bool sealCards = false)
+        : m_lexer(text), m_dialect(dialect), m_program(program), m_sealCards(sealCards)
     {
         if (text.size() >= (std::size_t{1} << 30)) throw ParseError(1, "the batch is too long");
         // Text is stored and compared as UTF-8: anything else would be written as it came.
@@ -488,7 +488,10 @@ private:
             const std::size_t from = m_pos;
             skipClause(true, false);
             std::string sql = translated('U', begin, m_pos, [&] {
-                return "UPDATE " + translate(table, tableEnd) + " " + translate(from, m_pos);
+                const std::string target = "UPDATE " + translate(table, tableEnd) + " ";
+                if (m_sealCards && isCardTable(table, tableEnd))
+                    if (std::string sealed = sealedSet(from, m_pos); !sealed.empty()) return target + sealed;
+                return target + translate(from, m_pos);
             });
             addStep(Step::Kind::Run, begin, m_pos, std::move(sql));
             return;
@@ -519,6 +522,67 @@ private:
         fail("not understood: " + describe(t));
     }
 
+    bool isCardTable(std::size_t begin, std::size_t end) const
+    {
+        const Token& name = m_tokens[end - 1];
+        return end > begin && name.kind == Token::Kind::Word &&
+               platform::iequals(name.text, "T_Pos_VipRecord");
+    }
+
+    // The SET clause [set, end) of an UPDATE of the card table with the card's new seal added,
+    // computed from the columns' new values (each assignment's expression, which SQLite evaluates
+    // on the row as it was) after checking the old one; "" when the clause writes none of the
+    // sealed columns, or the seal itself.
+    std::string sealedSet(std::size_t set, std::size_t end)
+    {
+        static constexpr std::array<std::string_view, 4> kSealed = {"FCardId", "FResidualAmt", "FAccNum",
+                                                                    "FDecNum"};
+        std::array<std::pair<std::size_t, std::size_t>, 4> assigned{};
+        bool any = false;
+        // Notes the assignment [from, to): column = expression. False when it writes the seal.
+        const auto note = [&](std::size_t from, std::size_t to) {
+            if (to < from + 3 || m_tokens[from].kind != Token::Kind::Word ||
+                !m_tokens[from + 1].isSymbol("="))
+                return true;
+            const std::string_view column = m_tokens[from].text;
+            if (platform::iequals(column, "FSeal")) return false;
+            for (std::size_t c = 0; c < kSealed.size(); ++c)
+                if (platform::iequals(column, kSealed[c])) {
+                    assigned[c] = {from + 2, to};
+                    any = true;
+                }
+            return true;
+        };
+        std::size_t where = end;
+        std::size_t start = set + 1;
+        int depth = 0;
+        for (std::size_t i = set + 1; i < end; ++i) {
+            const Token& t = m_tokens[i];
+            if (t.isSymbol("(")) {
+                ++depth;
+            } else if (t.isSymbol(")")) {
+                --depth;
+            } else if (depth == 0 && (t.isSymbol(",") || t.isWord("where"))) {
+                if (!note(start, i)) return {};
+                start = i + 1;
+                if (t.isWord("where")) {
+                    where = i;
+                    break;
+                }
+            }
+        }
+        if (where == end && !note(start, end)) return {};
+        if (!any) return {};
+        std::string text =
+            translate(set, where) + ",FSeal=ormex_seal_next(FSeal,FCardId,FResidualAmt,FAccNum,FDecNum";
+        for (std::size_t c = 0; c < kSealed.size(); ++c)
+            text += assigned[c].second ? ",(" + translate(assigned[c].first, assigned[c].second) + ")"
+                                       : "," + std::string(kSealed[c]);
+        text += ")";
+        if (where < end) text += " " + translate(where, end);
+        return text;
+    }
+
     // Counts a level of statement nesting while it is read.
     struct Nested
     {
@@ -538,6 +602,7 @@ private:
     std::size_t m_pos = 0;
     const Dialect& m_dialect;
     BatchProgram* m_program;
+    bool m_sealCards = false;
     // Declared variables by name as first written (a view of the text), compared without case.
     BatchMemory m_slotMemory; // a batch over many cards declares a variable or two per card
     std::pmr::unordered_map<std::string_view, std::uint32_t, platform::NoCaseHash, platform::NoCaseEqual>
@@ -554,10 +619,10 @@ private:
 
 } // namespace
 
-BatchProgram parseBatch(std::string_view batch, const Dialect& dialect)
+BatchProgram parseBatch(std::string_view batch, const Dialect& dialect, bool sealCards)
 {
     BatchProgram program;
-    Parser(batch, dialect, &program).batch();
+    Parser(batch, dialect, &program, sealCards).batch();
     return program;
 }
 

@@ -13,8 +13,10 @@
 // refused with its line. The batch text must outlive its program.
 namespace ormex::db {
 
-// Throws ParseError.
-BatchProgram parseBatch(std::string_view batch, const Dialect& dialect);
+// With `sealCards`, an UPDATE of T_Pos_VipRecord that writes the card number, the balance or the
+// points also writes the card's seal, checking the old one (see CardSeal.h): for connections
+// that registered the seal functions. Throws ParseError.
+BatchProgram parseBatch(std::string_view batch, const Dialect& dialect, bool sealCards = false);
 
 // Text that must be exactly one SELECT, translated with its literals as parameters (except where
 // they name result columns or ORDER BY positions). Throws ParseError.

@@ -41,7 +41,8 @@ CREATE TABLE T_Pos_VipRecord (
     degree         TEXT COLLATE NOCASE,
     favor          TEXT COLLATE NOCASE,
     memo           TEXT COLLATE NOCASE,
-    nation         TEXT COLLATE NOCASE
+    nation         TEXT COLLATE NOCASE,
+    FSeal          TEXT COLLATE BINARY     -- keyed hash of FCardId, FResidualAmt, FAccNum, FDecNum
 );
 CREATE INDEX IX_VipRecord_Mobile ON T_Pos_VipRecord (mobile);
 CREATE INDEX IX_VipRecord_Flowno ON T_Pos_VipRecord (FCardFlowno);

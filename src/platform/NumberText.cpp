@@ -27,6 +27,10 @@ std::string formatNumber(double value)
 {
     if (std::isnan(value)) return "0";
     if (value == 0.0) return "0"; // also turns -0 into 0
+    // Whole numbers of up to 15 digits, as most amounts and points are: %.15g writes them as
+    // they are.
+    if (std::fabs(value) < 1e15 && value == std::trunc(value))
+        return std::to_string(static_cast<long long>(value));
     char buf[64];
     std::snprintf(buf, sizeof buf, "%.15g", value);
     std::string s(buf);

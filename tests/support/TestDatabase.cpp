@@ -23,18 +23,47 @@ void removeFolder(const std::string& folder)
     std::filesystem::remove_all(folder, ignored);
 }
 
+const db::SealKey& testSealKey()
+{
+    static const db::SealKey key = [] {
+        db::SealKey k;
+        for (std::size_t i = 0; i < k.size(); ++i)
+            k[i] = static_cast<unsigned char>(0x40 + i);
+        return k;
+    }();
+    return key;
+}
+
+void useTestSealKey()
+{
+    if (!db::sealKey()) db::setSealKey(testSealKey());
+}
+
+namespace {
+
+// Runs before the connection is opened, so that it seals.
+std::string withTestKey(std::string path)
+{
+    useTestSealKey();
+    return path;
+}
+
+} // namespace
+
 TestDatabase::TestDatabase(const std::string& fileName)
-    : m_folder(makeTempFolder()), m_path(m_folder + "/" + fileName),
+    : m_folder(makeTempFolder()), m_path(withTestKey(m_folder + "/" + fileName)),
       m_db(db::Database::open(m_path, db::Database::OpenMode::Create))
 {
     db::applySchema(*m_db);
+    db::sealNativeUpdates(*m_db); // the rows a test changes natively stay sealed
 }
 
 TestDatabase::TestDatabase(const std::string& folder, const std::string& fileName)
-    : m_folder(folder), m_ownsFolder(false), m_path(folder + "/" + fileName),
+    : m_folder(folder), m_ownsFolder(false), m_path(withTestKey(folder + "/" + fileName)),
       m_db(db::Database::open(m_path, db::Database::OpenMode::Create))
 {
     db::applySchema(*m_db);
+    db::sealNativeUpdates(*m_db); // the rows a test changes natively stay sealed
 }
 
 TestDatabase::~TestDatabase()

@@ -4,10 +4,17 @@
 #include <string>
 #include <vector>
 
+#include "db/CardSeal.h"
 #include "db/Database.h"
 #include "platform/Value.h"
 
 namespace ormex::test {
+
+// The key the tests seal cards with. A test database seals with it unless the test process
+// already has a key: rows a test writes are the system's own.
+const db::SealKey& testSealKey();
+// Gives the test process the test key unless it has a key already.
+void useTestSealKey();
 
 // A fresh database file with the schema, in a temporary folder removed afterwards.
 class TestDatabase

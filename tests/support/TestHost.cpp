@@ -37,6 +37,7 @@ TestHost::TestHost(TestHostOptions options)
     config.branchNum = options.branchNum;
     config.isBranch = options.isBranch;
     config.svCardShareType = options.svCardShareType;
+    config.sealKey = db::sealKeyText(testSealKey());
     m_runtime = std::make_unique<host::HostRuntime>(config);
 }
 

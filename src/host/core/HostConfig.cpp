@@ -1,9 +1,9 @@
 #include "HostConfig.h"
 
-#include <fstream>
 #include <stdexcept>
 
 #include "platform/NumberText.h"
+#include "platform/SettingsFile.h"
 #include "platform/Text.h"
 
 namespace ormex::host {
@@ -51,25 +51,19 @@ void HostConfig::set(const std::string& name, const std::string& value)
         isBranch = flag(name, value);
     else if (name == "sv-share")
         svCardShareType = flag(name, value);
+    else if (name == "seal-key")
+        sealKey = value;
     else
         throw std::invalid_argument("unknown setting '" + name + "'");
 }
 
 void HostConfig::readFile(const std::string& path)
 {
-    std::ifstream in(path);
-    if (!in) throw std::runtime_error("cannot read " + path);
-    std::string line;
-    for (int number = 1; std::getline(in, line); ++number) {
-        const std::string text = platform::trim(line.substr(0, line.find('#')));
-        if (text.empty()) continue;
-        const std::size_t eq = text.find('=');
-        if (eq == std::string::npos)
-            throw std::runtime_error(path + ":" + std::to_string(number) + ": expected name=value");
+    for (const platform::Setting& setting : platform::readSettingsFile(path)) {
         try {
-            set(platform::trim(text.substr(0, eq)), platform::trim(text.substr(eq + 1)));
+            set(setting.name, setting.value);
         } catch (const std::invalid_argument& error) {
-            throw std::runtime_error(path + ":" + std::to_string(number) + ": " + error.what());
+            throw std::runtime_error(path + ":" + std::to_string(setting.line) + ": " + error.what());
         }
     }
 }

@@ -17,13 +17,16 @@ struct HostConfig
     std::optional<std::string> branchNum = std::string("01");
     std::optional<bool> isBranch = true;
     std::optional<bool> svCardShareType = true;
+    // The key of the card seals (64 hexadecimal digits), kept here and never in a database.
+    std::string sealKey;
 
     std::string databasePath() const;
     // The session descriptor handed to the business objects.
     std::string propsString() const;
 
     // Sets one setting by its name in a config file or on the command line ("data",
-    // "database", "user-id", "user-name", "branch-id", "branch-num", "is-branch", "sv-share").
+    // "database", "user-id", "user-name", "branch-id", "branch-num", "is-branch", "sv-share",
+    // "seal-key").
     // Throws std::invalid_argument for an unknown name or a bad value.
     void set(const std::string& name, const std::string& value);
 

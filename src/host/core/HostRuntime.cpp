@@ -8,6 +8,7 @@
 #include "SessionProperties.h"
 #include "SettingsMaintain.h"
 #include "TaskLock.h"
+#include "db/CardSeal.h"
 #include "db/Database.h"
 #include "db/DbError.h"
 #include "db/Schema.h"
@@ -19,6 +20,12 @@ HostRuntime::HostRuntime(HostConfig config)
     : m_config(std::move(config)), m_session(TaskLock::currentSession()),
       m_processId(platform::HostServices::instance().systemInfo().processId())
 {
+    // Every connection of the session seals the cards it writes: the key comes first.
+    const auto key = db::parseSealKey(m_config.sealKey);
+    if (!key)
+        throw db::OpenError(
+            "the settings hold no seal-key of 64 hexadecimal digits: the card seals cannot be kept");
+    db::setSealKey(*key);
     {
         auto db = db::Database::open(m_config.databasePath(), db::Database::OpenMode::MustExist);
         if (!db::hasSchema(*db))
@@ -58,6 +65,7 @@ HostRuntime::HostRuntime(HostConfig config)
 
 HostRuntime::~HostRuntime()
 {
+    db::setSealKey(std::nullopt);
     auto& services = platform::HostServices::instance();
     services.publishSharedProperties(m_processId, nullptr);
     services.factory().unregisterAll();

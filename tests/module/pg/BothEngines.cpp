@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <map>
 
+#include "db/CardSeal.h"
 #include "db/DemoData.h"
 #include "db/LargeData.h"
 #include "db/PgCopy.h"
@@ -166,6 +167,7 @@ void BothEngines::SetUp()
     config.userId = std::stoi(kUserId);
     config.branchId = kOwnBranchId;
     config.branchNum = kOwnBranchNo;
+    config.sealKey = db::sealKeyText(test::testSealKey());
     m_host = std::make_unique<host::HostRuntime>(config);
 }
 
@@ -262,6 +264,14 @@ std::size_t BothEngines::expectSameRows()
                 ADD_FAILURE() << table.name << " (" << key << "): only on PostgreSQL";
     }
     if (differences > 20) ADD_FAILURE() << differences << " differences in all";
+    // Whatever the batch wrote, every card still matches its seal on both engines.
+    for (db::TsqlDatabase* engine :
+         {static_cast<db::TsqlDatabase*>(&sqlite()), static_cast<db::TsqlDatabase*>(&pg())}) {
+        const auto broken = db::sealMismatches(*engine, test::testSealKey());
+        EXPECT_TRUE(broken.empty()) << broken.size() << " cards no longer match their seal, the first "
+                                    << broken.front().card
+                                    << (engine == &pg() ? " on PostgreSQL" : " on SQLite");
+    }
     return compared;
 }
 

@@ -55,6 +55,7 @@ bool queueEmptied()
     config.userId = 7;
     config.branchId = branchId;
     config.branchNum = branchNum;
+    config.sealKey = db::sealKeyText(test::testSealKey());
     config.isBranch = true;
     config.svCardShareType = true;
     int status = 0;
@@ -101,6 +102,7 @@ std::string cardRows(const std::string& branchNum)
 TEST(TwoBranchesReplay, TwoBranchProcessesReplayingToOnePostgresHeadquartersLoseNothing)
 {
     if (test::pgClusterUrl().empty()) GTEST_SKIP() << "ORMEX_PG_CLUSTER is not set (run through ctest)";
+    test::useTestSealKey(); // headquarters' cards are written by the system, sealed
     test::PgTestDatabase headquarters;
     db::applySchema(headquarters.db());
     const char* const kCardColumns =

@@ -44,6 +44,7 @@ std::string card(int i)
     config.databaseFile = "branch.db";
     config.branchId = "2";
     config.branchNum = "01";
+    config.sealKey = db::sealKeyText(test::testSealKey());
     int status = 0;
     try {
         host::HostRuntime runtime(config);
