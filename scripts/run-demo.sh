@@ -10,6 +10,15 @@ data=${ORMEX_DATA:-$root/data}
 mkdir -p "$data"
 bin="$BUILD_DIR/bin"
 if [ -x "$bin/ormex-db" ]; then
+  # Demo databases made before the cards were sealed have no key beside them: they are made again
+  # (the old files are kept as *.before-seals).
+  if [ -f "$data/branch.db" ] && ! grep -qs '^seal-key=' "$data/host.conf"; then
+    echo "The demo databases in $data predate the card seals: making them again"
+    for f in branch.db HQ.db; do
+      [ -f "$data/$f" ] && mv "$data/$f" "$data/$f.before-seals"
+      rm -f "$data/$f-wal" "$data/$f-shm"
+    done
+  fi
   [ -f "$data/branch.db" ] || "$bin/ormex-db" demo --branch "$data/branch.db" --hq "$data/HQ.db"
   if [ -x "$bin/ormex-host" ]; then
     exec "$bin/ormex-host" --data "$data" --database branch.db "$@"

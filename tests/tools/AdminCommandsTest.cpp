@@ -152,3 +152,41 @@ TEST_F(AdminCommands, ImportCardsChecksThenWritesOnce)
     EXPECT_EQ(run({"import-cards", db, good, "--dry"}).code, 2);
     EXPECT_EQ(run({"import-cards", db, dir + "/missing.csv"}).code, 1);
 }
+
+TEST_F(AdminCommands, VerifyListsCardsChangedOutsideTheSystemUntilOneIsAccepted)
+{
+    const std::string db = dir + "/v.db";
+    const Result created = run({"create", db});
+    ASSERT_EQ(created.code, 0);
+    EXPECT_NE(created.out.find("wrote a new seal key to " + dir + "/host.conf"), std::string::npos)
+        << created.out;
+    std::ofstream(dir + "/cards.sql")
+        << "insert into T_Pos_VipRecord (FCardId,FVipName,FResidualAmt,FAccNum) "
+           "values ('A','张伟','" +
+               ormex::platform::encodeBalance(std::string("12.5")) +
+               "',10)\r\n"
+               "insert into T_Pos_VipRecord (FCardId) values ('B')";
+    ASSERT_EQ(run({"run", db, dir + "/cards.sql"}).code, 0);
+    EXPECT_EQ(run({"verify", db}).out, "every card matches its seal\n");
+
+    // The sqlite3 command, as anyone with the file could use it.
+    ASSERT_EQ(std::system(("sqlite3 " + db + " \"update T_Pos_VipRecord set FResidualAmt='" +
+                           ormex::platform::encodeBalance(std::string("1250")) + "' where FCardId='A'\"")
+                              .c_str()),
+              0);
+    const Result found = run({"verify", db});
+    EXPECT_EQ(found.code, 1);
+    EXPECT_NE(found.out.find("A    | 张伟 | 1250.00 | 10       | 0"), std::string::npos) << found.out;
+    EXPECT_NE(found.out.find("1 card(s) no longer match their seal"), std::string::npos) << found.out;
+
+    const Result accepted = run({"verify", db, "--accept", "a"});
+    EXPECT_EQ(accepted.code, 0) << accepted.out;
+    EXPECT_EQ(accepted.out, "sealed 1 card(s) as they stand\nevery card matches its seal\n");
+
+    // Without the host's key nothing that writes cards runs.
+    std::filesystem::remove(dir + "/host.conf");
+    EXPECT_EQ(run({"generate", db, "5"}).code, 1);
+    EXPECT_EQ(run({"verify", db}).code, 1);
+    EXPECT_EQ(run({"query", db, "select count(*) as n from T_Pos_VipRecord"}).code, 0)
+        << "reading needs no key";
+}

@@ -4,8 +4,10 @@
 #include <sstream>
 
 #include "RunAdminCommand.h"
+#include "db/CardSeal.h"
 #include "db/PgSchema.h"
 #include "support/PgTestDatabase.h"
+#include "support/TestDatabase.h"
 
 namespace {
 
@@ -50,9 +52,15 @@ TEST(PgAdminCommands, SeedRunAndQueryTakeTheSystemsTsql)
     std::string url = pg.url();
     url.insert(url.find('@'), ":secret");
     ASSERT_EQ(run({"create", url}).out, "created " + pg.url() + "\n") << "the password is not shown";
-    const Result seeded = run({"seed", url, "--role", "hq"});
+    EXPECT_EQ(run({"seed", url, "--role", "hq"}).code, 1) << "not without the host's seal key";
+    const std::string settings = ::testing::TempDir() + "/hq-host.conf";
+    std::ofstream(settings) << "seal-key=" << ormex::db::sealKeyText(ormex::test::testSealKey()) << "\n";
+    const Result seeded = run({"seed", url, "--role", "hq", "--config", settings});
     ASSERT_EQ(seeded.code, 0) << seeded.err;
-    EXPECT_EQ(run({"seed", url, "--role", "hq"}).code, 1) << "the demo rows are there already";
+    EXPECT_EQ(run({"seed", url, "--role", "hq", "--config", settings}).code, 1)
+        << "the demo rows are there already";
+    EXPECT_EQ(run({"verify", url, "--config", settings}).out, "every card matches its seal\n")
+        << "headquarters seals its cards itself";
 
     const std::string file = ::testing::TempDir() + "/recharge.sql";
     std::ofstream(file)
@@ -60,7 +68,7 @@ TEST(PgAdminCommands, SeedRunAndQueryTakeTheSystemsTsql)
            "set @old = (select dbo.f_decrypt(FResidualAmt) from T_Pos_VipRecord where "
            "FCardId = '88000001')\r\n"
            "insert T_Pos_AddMoneyList (FCardId, FPlusAmt, FOldAmt) select '88000001', 10, @old";
-    const Result ran = run({"run", url, file});
+    const Result ran = run({"run", url, file, "--config", settings});
     EXPECT_EQ(ran.code, 0) << ran.err;
     EXPECT_EQ(run({"query", url, "select top 1 FPlusAmt from T_Pos_AddMoneyList"}).code, 1)
         << "TOP is outside the dialect on every engine";
