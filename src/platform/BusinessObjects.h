@@ -79,6 +79,13 @@ public:
     // neither. Throws when the batch fails.
     virtual bool updateMCInfo(FieldMap& record, int mode, int& operationCode,
                               const std::string& followingBatch) = 0;
+    // The cards among those named whose balance or points no longer match the seal the system
+    // wrote with them (changed outside the system); a host that keeps no seals finds none.
+    virtual std::vector<std::string> cardsChangedOutside(const std::vector<std::string>& cards)
+    {
+        (void)cards;
+        return {};
+    }
 };
 
 // "OrmexMCardManage.CheckMaintain": member records waiting for approval.

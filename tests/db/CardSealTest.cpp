@@ -2,7 +2,6 @@
 // makes, left behind by a change made elsewhere, and refusing to build on such a change until an
 // administrator accepts the card.
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include "db/CardSeal.h"
 #include "db/DbError.h"
@@ -15,17 +14,6 @@
 using namespace ormex;
 
 namespace {
-
-// A change made by another program: a plain SQLite connection, without the system's functions.
-void changeOutside(const std::string& path, const std::string& sql)
-{
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
-    char* error = nullptr;
-    EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &error), SQLITE_OK) << (error ? error : "");
-    sqlite3_free(error);
-    sqlite3_close(db);
-}
 
 std::vector<std::string> brokenCards(db::TsqlDatabase& db)
 {
@@ -101,8 +89,8 @@ TEST(CardSeal, AChangeMadeElsewhereIsFoundAndTheSystemRefusesToBuildOnItUntilAcc
 {
     test::TestDatabase t;
     seedTwoCards(t);
-    changeOutside(t.path(),
-                  "update T_Pos_VipRecord set FResidualAmt='" + platform::encodeBalance("8850") +
+    test::changeOutsideTheSystem(
+        t.path(), "update T_Pos_VipRecord set FResidualAmt='" + platform::encodeBalance("8850") +
                       "' where FCardId='C100'; insert into T_Pos_VipRecord (FCardId) values ('C999')");
     EXPECT_EQ(brokenCards(t.db()), (std::vector<std::string>{"C100", "C999"}));
 
@@ -132,7 +120,7 @@ TEST(CardSeal, AnOlderDatabaseGetsTheColumnAndItsCardsWaitForAnAdministrator)
 {
     test::TestDatabase t;
     seedTwoCards(t);
-    changeOutside(t.path(), "alter table T_Pos_VipRecord drop column FSeal");
+    test::changeOutsideTheSystem(t.path(), "alter table T_Pos_VipRecord drop column FSeal");
     db::upgradeSchema(t.db());
     EXPECT_EQ(brokenCards(t.db()).size(), 2u) << "nothing vouches for values written before the seals";
     EXPECT_EQ(db::resealCards(t.db(), test::testSealKey(), {}, "admin"), 2);

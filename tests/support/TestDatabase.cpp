@@ -120,4 +120,20 @@ std::vector<std::string> TestDatabase::dump()
     return out;
 }
 
+void changeOutsideTheSystem(const std::string& path, const std::string& sql)
+{
+    sqlite3* db = nullptr;
+    if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) {
+        sqlite3_close(db);
+        throw std::runtime_error("cannot open " + path);
+    }
+    sqlite3_busy_timeout(db, 5000);
+    char* error = nullptr;
+    const int rc = sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &error);
+    const std::string reason = error ? error : "";
+    sqlite3_free(error);
+    sqlite3_close(db);
+    if (rc != SQLITE_OK) throw std::runtime_error("changing " + path + ": " + reason);
+}
+
 } // namespace ormex::test

@@ -49,6 +49,10 @@ private:
     std::unique_ptr<db::Database> m_db;
 };
 
+// A change made by another program (as the sqlite3 command would make it): a plain SQLite
+// connection to the file, without the system's seal functions. Throws std::runtime_error.
+void changeOutsideTheSystem(const std::string& path, const std::string& sql);
+
 // Every row of a T-SQL query on either engine, each value as text, fields joined by "|".
 std::vector<std::string> rowsOf(db::TsqlDatabase& db, const std::string& sql);
 

@@ -4,6 +4,7 @@
 
 #include "LocalLogServer.h"
 #include "SqlText.h"
+#include "db/CardSeal.h"
 #include "db/SharedDatabases.h"
 #include "platform/HostServices.h"
 #include "platform/Text.h"
@@ -198,6 +199,16 @@ bool CardMaintain::updateMCInfo(platform::FieldMap& record, int, int& operationC
     if (!followingBatch.empty()) logged += kCrLf + followingBatch;
     db().execute(cardRecordBatch(record, logged));
     return true;
+}
+
+std::vector<std::string> CardMaintain::cardsChangedOutside(const std::vector<std::string>& cards)
+{
+    const auto& key = db::sealKey();
+    if (!key || cards.empty()) return {};
+    std::vector<std::string> changed;
+    for (const db::SealMismatch& card : db::sealMismatches(db(), *key, cards))
+        changed.push_back(card.card);
+    return changed;
 }
 
 std::string cardRecordBatch(const platform::FieldMap& record, const std::string& followingBatch)

@@ -61,6 +61,7 @@ public:
     bool updateMCInfo(platform::FieldMap& record, int mode, int& operationCode) override;
     bool updateMCInfo(platform::FieldMap& record, int mode, int& operationCode,
                       const std::string& followingBatch) override;
+    std::vector<std::string> cardsChangedOutside(const std::vector<std::string>& cards) override;
 
 private:
     db::Database& db();

@@ -3,6 +3,7 @@
 #include <QFont>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
 #include <QPrintDialog>
@@ -66,6 +67,12 @@ void frmMemCardManage::buildUi()
         info->addWidget(field, k / 2, k % 2);
     }
     root->addLayout(info);
+    m_lblSeal = new QLabel(this);
+    m_lblSeal->setObjectName("lblSeal");
+    m_lblSeal->setWordWrap(true);
+    m_lblSeal->setStyleSheet(QStringLiteral("color: #c00000; font-weight: bold;"));
+    m_lblSeal->setVisible(false);
+    root->addWidget(m_lblSeal);
 
     auto* buttons = new QHBoxLayout;
     for (int i = 0; i < 7; ++i) {
@@ -114,11 +121,28 @@ void frmMemCardManage::loadForm()
         if (button) button->setEnabled(false);
     m_cmdPrint->setEnabled(false);
     m_cmdHistory->setEnabled(false);
+    m_lblSeal->setVisible(false);
     m_itNumber->setFocus();
+}
+
+void frmMemCardManage::showSealState()
+{
+    bool changed = false;
+    try {
+        changed = !frame::CardObject()->cardsChangedOutside({m_searchKey}).empty();
+    } catch (const std::exception&) {
+        // The card is shown without the warning; the saves check again before they write.
+    }
+    m_lblSeal->setText(
+        changed ? QStringLiteral("警告：此卡的余额或积分与系统记录的校验码不符，可能在系统之外被修改。"
+                                 "在管理员核查确认之前，不能充值、冲减积分或转储值。")
+                : QString());
+    m_lblSeal->setVisible(changed);
 }
 
 void frmMemCardManage::clearCardInformation()
 {
+    m_lblSeal->setVisible(false);
     for (auto* field : m_itItem)
         field->clear();
     for (auto* button : m_cmdStatus)
@@ -172,6 +196,7 @@ void frmMemCardManage::cardSearch()
             } else {
                 showCardInformation();
                 m_searchKey = m_card->text("FCardId");
+                showSealState();
                 m_cardType = m_card->value("FCardType");
                 applyStatusButtons(static_cast<int>(m_card->value("FCardStatus").toInt()),
                                    m_card->value("FSavingFlag").toBool());

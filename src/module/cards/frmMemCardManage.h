@@ -13,6 +13,7 @@
 #include "platform/FieldMap.h"
 #include "platform/Lookups.h"
 
+class QLabel;
 class QPrinter;
 class QPushButton;
 
@@ -67,6 +68,8 @@ private:
     void buildUi();
     void clearCardInformation();
     void showCardInformation();
+    // Warns when the card shown no longer matches the seal of its balance and points.
+    void showSealState();
     void applyStatusButtons(int status, bool savingCard);
     void refreshCardTypeFlag();
     void attachNameList();
@@ -87,6 +90,7 @@ private:
     std::array<widgets::InputField*, 11> m_itItem{};
     std::array<QPushButton*, 7> m_cmdStatus{};
     QPushButton* m_cmdHistory = nullptr;
+    QLabel* m_lblSeal = nullptr;
     QPushButton* m_cmdPrint = nullptr;
     QPushButton* m_cmdCancel = nullptr;
 

@@ -105,6 +105,21 @@ platform::Value GetFieldValue(const std::string& sql, const std::string& field)
     return rs.field(field);
 }
 
+std::string SealRefusal(const std::vector<std::string>& cards, const std::string& operation)
+{
+    return "会员卡【" + platform::join(cards, "、") +
+           "】的余额或积分与系统记录的校验码不符，可能被非法修改，不能进行【" + operation +
+           "】，请联系管理员核查！";
+}
+
+bool CardsMatchTheirSeals(const std::vector<std::string>& cards, const std::string& operation)
+{
+    const std::vector<std::string> changed = CardObject()->cardsChangedOutside(cards);
+    if (changed.empty()) return true;
+    Messages().message(SealRefusal(changed, operation), "提示", platform::MessageIcon::Information);
+    return false;
+}
+
 bool CheckPassword(const platform::Value& item, const std::string& password)
 {
     if (item.isBlank() || (item.isNumeric() && item.toDouble() == 0)) return false;

@@ -40,6 +40,13 @@ void ExecuteSQL(const std::string& batch, const std::vector<platform::ReadCheck>
 // The named field of the first row; "" when the query returns no row. Errors reach the caller.
 platform::Value GetFieldValue(const std::string& sql, const std::string& field);
 
+// True when every named card still matches the seal the system wrote with its balance and points.
+// Otherwise the operator is told which cards were changed outside the system and that the
+// operation cannot go on, and the answer is false. Errors reach the caller.
+bool CardsMatchTheirSeals(const std::vector<std::string>& cards, const std::string& operation);
+// The message that refuses an operation on cards changed outside the system.
+std::string SealRefusal(const std::vector<std::string>& cards, const std::string& operation);
+
 // False for item 0 without asking the host; otherwise the host checks the password (quotes
 // doubled). A failing check answers false and shows nothing.
 bool CheckPassword(const platform::Value& item, const std::string& password);

@@ -136,6 +136,8 @@ private:
     double leavePoint() const;
     bool confirmExchange(std::string& prompt);
     bool saveExchange(const frame::SavePackage& rows, std::string& batch);
+    // The cards a save of the tab changes.
+    std::vector<std::string> cardsOf(const frame::SavePackage& rows, int tab) const;
     // A refusal of Save: the message, the active cell on the row's field, the message-shown flag.
     void refuse(const std::string& message, int row, const char* field);
     // F7 or F8 in a grid cell.

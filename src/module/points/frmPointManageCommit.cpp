@@ -99,6 +99,12 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
             m_progress->setValue(m_progress->maximum());
             return false;
         }
+        if (tab != GiftSettingsTab && !batch.empty() &&
+            !frame::CardsMatchTheirSeals(cardsOf(*rows, tab), logText)) {
+            m_messageShown = true;
+            m_progress->setValue(m_progress->maximum());
+            return false;
+        }
         if (tab == GiftSettingsTab && !batch.empty()) batch = giftCatalogueEmptying() + batch;
         if (batch.empty()) {
             result = m_optPoint[Clearing]->isChecked();
@@ -131,6 +137,15 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
     }
     m_progress->setValue(m_progress->maximum());
     return result;
+}
+
+std::vector<std::string> frmPointManage::cardsOf(const frame::SavePackage& rows, int tab) const
+{
+    if (tab == ExchangeTab) return {m_panel[0]->textStd()}; // the exchange's card
+    std::vector<std::string> cards;
+    for (const platform::FieldMap& record : rows.rows())
+        if (record.value("FVipNum").toDouble() != 0) cards.push_back(record.text("FCardId"));
+    return cards;
 }
 
 void frmPointManage::refuse(const std::string& message, int row, const char* field)

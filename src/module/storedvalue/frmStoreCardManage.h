@@ -101,7 +101,8 @@ private:
     bool validateSingle();
     bool validateBatch();
     bool validatePoints();
-    // The balance of a card re-read from the database that owns it; the read is kept as a check.
+    // The balance of a card re-read from the database that owns it; the read is kept as a check and
+    // the card among those of the save.
     double rereadBalance(const std::string& card);
     bool buildSingle(std::string& batch);
     bool buildBatch(std::string& batch);
@@ -129,6 +130,7 @@ private:
     std::string m_shownCard;
     std::vector<platform::ReadCheck> m_localChecks;
     std::vector<platform::ReadCheck> m_hqChecks;
+    std::vector<std::string> m_batchCards; // the cards of the save being built
 
     frame::LayoutStore m_layouts;
     std::array<frame::FieldColumnMap, 3> m_columns;

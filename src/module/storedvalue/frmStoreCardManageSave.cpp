@@ -173,6 +173,7 @@ void frmStoreCardManage::ConvertPointsCell(int column, int row)
 
 double frmStoreCardManage::rereadBalance(const std::string& card)
 {
+    m_batchCards.push_back(card);
     const std::string sql =
         "select FResidualAmt from T_Pos_VipRecord where FCardId='" + platform::quoteDoubled(card) + "'";
     const platform::Value stored =
@@ -276,11 +277,13 @@ bool frmStoreCardManage::SaveStoredValue(int tab)
     std::string batch;
     m_localChecks.clear();
     m_hqChecks.clear();
+    m_batchCards.clear();
     try {
         const bool built = tab == SingleTab  ? buildSingle(batch)
                            : tab == BatchTab ? buildBatch(batch)
                                              : buildPoints(batch);
         if (!built || batch.empty()) return false;
+        if (!frame::CardsMatchTheirSeals(m_batchCards, caption)) return false;
         if (!frame::Messages().question("是否确认【" + caption + "】?")) return false;
         if (!hq::HQChecksHold(m_hqChecks)) throw platform::ChangedSinceReadError("changed at headquarters");
         const auto operation =
