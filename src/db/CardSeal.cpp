@@ -10,6 +10,7 @@
 
 #include "Database.h"
 #include "DbError.h"
+#include "OperLog.h"
 #include "PgDatabase.h"
 #include "Schema.h"
 #include "SqliteStatement.h"
@@ -314,15 +315,14 @@ long resealCards(TsqlDatabase& db, const SealKey& key, const std::vector<std::st
     if (broken.empty()) return 0;
     std::vector<std::string> names;
     std::string log;
-    const std::string now = platform::quoted(platform::now().toString());
     for (const SealMismatch& card : broken) {
         names.push_back(card.card);
-        log +=
-            "INSERT INTO t_OperLog (FDate, FUserID, FFunctionID, FType, FDescription, FCardId) VALUES (" +
-            now + ", 0, 'SEAL', 0, " +
-            platform::quoted("管理员" + who + "核对后确认余额" + platform::decodeBalance(card.storedBalance) +
-                             "、积分" + platform::formatNumber(card.accumulated - card.used)) +
-            ", " + platform::quoted(card.card) + ");\n";
+        OperLogRow row;
+        row.functionId = "SEAL";
+        row.description = "管理员" + who + "核对后确认余额" + platform::decodeBalance(card.storedBalance) +
+                          "、积分" + platform::formatNumber(card.accumulated - card.used);
+        row.cardId = card.card;
+        log += operLogStatement(row) + ";\n";
     }
     // The engine's own seal function seals the values as they stand in this write. The system
     // cannot change a card that does not match its seal, so they are the values just checked.

@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <string>
 #include <vector>
 
 #include "CardSeal.h"
@@ -19,10 +21,22 @@ void applySchema(Database& db)
 
 namespace {
 
-// The comment that opens the tables added after the first databases were made (written so that
-// they can be created again), and the last of those tables.
+// The comment that opens the tables added after the first databases were made, written so that
+// they can be created again.
 constexpr std::string_view kUpgradeMarker = "-- Added after the first databases were made.";
-constexpr const char* kLastAddedTable = "t_HqReplay";
+
+// The tables that text creates.
+std::vector<std::string> addedTables(std::string_view section)
+{
+    constexpr std::string_view kCreate = "CREATE TABLE IF NOT EXISTS ";
+    std::vector<std::string> tables;
+    for (std::size_t at = section.find(kCreate); at != std::string_view::npos;
+         at = section.find(kCreate, at + 1)) {
+        const std::size_t from = at + kCreate.size();
+        tables.emplace_back(section.substr(from, section.find_first_of(" (\n", from) - from));
+    }
+    return tables;
+}
 
 // Columns added to tables of the first databases, as their CREATE TABLE now declares them.
 struct AddedColumn
@@ -37,11 +51,10 @@ constexpr AddedColumn kAddedColumns[] = {
     {"T_Pos_VipRecord", "FSeal", "TEXT COLLATE BINARY"},
 };
 
-bool hasTable(Database& db, const char* name)
+bool hasTable(Database& db, const std::string& name)
 {
-    SqliteStatement stmt(db.handle(), std::string("SELECT count(*) FROM sqlite_master WHERE type='table' AND "
-                                                  "name='") +
-                                          name + "'");
+    SqliteStatement stmt(db.handle(),
+                         "SELECT count(*) FROM sqlite_master WHERE type='table' AND name='" + name + "'");
     return stmt.step() && stmt.column(0).toInt() == 1;
 }
 
@@ -60,9 +73,12 @@ void upgradeSchema(Database& db)
     std::vector<const AddedColumn*> missing;
     for (const AddedColumn& added : kAddedColumns)
         if (!hasColumn(db, added)) missing.push_back(&added);
-    if (missing.empty() && hasTable(db, kLastAddedTable)) return;
     const std::size_t from = kSchemaSql.find(kUpgradeMarker);
     if (from == std::string_view::npos) return;
+    const auto tables = addedTables(kSchemaSql.substr(from));
+    if (missing.empty() && std::all_of(tables.begin(), tables.end(),
+                                       [&db](const std::string& table) { return hasTable(db, table); }))
+        return;
     Database::Transaction transaction(db);
     for (const AddedColumn* added : missing)
         db.executeNative(std::string("ALTER TABLE ") + added->table + " ADD COLUMN " + added->column + " " +

@@ -6,6 +6,7 @@
 #include <memory>
 #include <unordered_map>
 
+#include "CardSeal.h"
 #include "Schema.h"
 
 namespace ormex::db {
@@ -87,7 +88,11 @@ Database& sharedDatabase(const std::string& path)
     const bool exists = identify(path, file);
     auto found = r.connections.find(path);
     if (found != r.connections.end()) {
-        if (exists && found->second.file == file) return *found->second.db;
+        if (exists && found->second.file == file) {
+            // A connection opened before this process had its seal key takes it now.
+            if (sealKey() && !found->second.db->sealsCards()) installSealing(*found->second.db);
+            return *found->second.db;
+        }
         r.connections.erase(found);
     }
     r.prune();

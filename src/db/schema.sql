@@ -303,3 +303,28 @@ CREATE TABLE IF NOT EXISTS t_HqReplay (
 
 -- The operation log of one card, newest first (the card history).
 CREATE INDEX IF NOT EXISTS IX_OperLog_Card ON t_OperLog (FCardId, FDate);
+
+-- Roles of the operators, and the rights codes each role holds ('hy0001' …).
+CREATE TABLE IF NOT EXISTS t_Role (
+    FRoleId  TEXT COLLATE NOCASE PRIMARY KEY,
+    FName    TEXT COLLATE NOCASE NOT NULL
+);
+CREATE TABLE IF NOT EXISTS t_RoleRight (
+    FRoleId     TEXT COLLATE NOCASE NOT NULL,
+    FRightCode  TEXT COLLATE NOCASE NOT NULL,
+    PRIMARY KEY (FRoleId, FRightCode)
+);
+
+-- Operators: the login name, the name the logs and lists show, the salted password hash
+-- (Argon2id in libsodium's encoded form), the role, and the failed logins since the last one that
+-- succeeded with the time the user is locked until after too many.
+CREATE TABLE IF NOT EXISTS t_User (
+    FUserID        INTEGER PRIMARY KEY AUTOINCREMENT,
+    FLogin         TEXT COLLATE NOCASE NOT NULL UNIQUE,
+    FName          TEXT COLLATE NOCASE NOT NULL,
+    FPasswordHash  TEXT COLLATE BINARY NOT NULL,
+    FRoleId        TEXT COLLATE NOCASE NOT NULL,
+    FFailedLogins  INTEGER NOT NULL DEFAULT 0,
+    FLockedUntil   TEXT,
+    FDisabled      INTEGER NOT NULL DEFAULT 0
+);

@@ -40,6 +40,14 @@ struct ReadCheck
     Value expected;
 };
 
+// The session's user lacks the rights code an operation was registered with: what() is the
+// refusal the operator reads, naming the function. Nothing was registered or written.
+class RightRefusedError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
 // A batch refused because a value it was computed from changed after it was read (another
 // operator or a till wrote meanwhile). Nothing of the batch was written.
 class ChangedSinceReadError : public std::runtime_error
@@ -133,7 +141,8 @@ class LoginObject : public BusinessObject
 {
 public:
     // Registers a running task; a result below 1 means another live session holds a conflicting
-    // task. `item` is empty when the caller passed none.
+    // task. `item` is empty when the caller passed none. Throws RightRefusedError when the user
+    // lacks the rights code.
     virtual long taskexec(long taskNo, const std::string& code, const std::string& machine, int mode,
                           int& out1, int& out2, const Value& item) = 0;
     // Releases a task; true when it was released.

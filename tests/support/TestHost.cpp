@@ -1,5 +1,6 @@
 #include "TestHost.h"
 
+#include "db/Operators.h"
 #include "host/core/SqlText.h"
 
 namespace ormex::test {
@@ -24,6 +25,12 @@ TestHost::TestHost(TestHostOptions options)
     services.setMessageService(m_messages);
     m_branch = std::make_unique<TestDatabase>("branch.db");
     addBranchSettings(*m_branch, options.branchNum);
+    // The session's user, who never logs in here: no password matches its hash.
+    db::addStandardRoles(m_branch->db());
+    m_branch->exec(
+        "insert into t_User (FUserID, FLogin, FName, FPasswordHash, FRoleId) values (7, 'tester', '测试员', "
+        "'-', " +
+        host::quoted(options.role) + ")");
     if (options.withHeadquarters) {
         m_hq = std::make_unique<TestDatabase>(m_branch->folder(), "HQ.db");
         m_hq->exec("insert into t_SystemProfile values ('ic','g_branch_no','00'), ('ic','is_branch','0')");

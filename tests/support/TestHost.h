@@ -38,6 +38,7 @@ struct TestHostOptions
     std::optional<std::string> branchId = std::string("2");
     std::string branchNum = "01";
     bool withHeadquarters = false; // HQ.db beside the branch database, named by the setting
+    std::string role = "admin";    // the role of the session's user (7, 测试员)
 };
 
 // A host session over fresh databases (branch.db and, when asked, HQ.db in one folder), with a

@@ -2,9 +2,9 @@
 
 #include <stdexcept>
 
-#include "LocalLogServer.h"
 #include "SqlText.h"
 #include "db/CardSeal.h"
+#include "db/OperLog.h"
 #include "db/SharedDatabases.h"
 #include "platform/HostServices.h"
 #include "platform/Text.h"
@@ -32,9 +32,9 @@ std::string CardOperationLogger::statement(const std::string& cardId, int operat
     const auto& system = platform::HostServices::instance().systemInfo();
     std::string address;
     if (system.readTcp(address) != 1) address.clear();
-    return operLogStatement({userId, session, "MCM0001", operationCode, "会员卡管理---" + operation,
-                             platform::toUpperAscii(system.computerName().value_or("")), address, cardId,
-                             branchNo});
+    return db::operLogStatement({userId, session, "MCM0001", operationCode, "会员卡管理---" + operation,
+                                 platform::toUpperAscii(system.computerName().value_or("")), address, cardId,
+                                 branchNo});
 }
 
 std::string cardOperationName(int operationCode, const platform::FieldMap& change)

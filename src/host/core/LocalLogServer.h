@@ -2,26 +2,11 @@
 
 #include <string>
 
+#include "db/OperLog.h"
 #include "platform/BusinessObjects.h"
 
 // The host's operation log: one row of t_OperLog per logged operation.
 namespace ormex::host {
-
-struct OperLogRow
-{
-    int userId = 0;
-    std::string session; // the session descriptor
-    std::string functionId;
-    int type = 0;
-    std::string description;
-    std::string machineName;
-    std::string address;
-    std::string cardId; // the card a card operation concerns; "" for other operations
-    std::string branchNo;
-};
-
-// The statement that writes one t_OperLog row, dated now.
-std::string operLogStatement(const OperLogRow& row);
 
 class LocalLogServer : public platform::LogServer
 {

@@ -8,6 +8,7 @@
 
 #include "SqlText.h"
 #include "db/Database.h"
+#include "db/Operators.h"
 #include "db/SharedDatabases.h"
 #include "platform/Clock.h"
 #include "platform/HostServices.h"
@@ -91,6 +92,13 @@ long TaskLock::taskexec(long taskNo, const std::string& code, const std::string&
 {
     out1 = out2 = 0;
     const std::string itemText = item.toString();
+    if (!code.empty()) {
+        auto& database = db::sharedDatabase(m_path);
+        if (!db::hasRight(database, m_userId, code)) {
+            db::logRefusedRight(database, m_userId, code, itemText, machine);
+            throw platform::RightRefusedError(db::rightRefusal(code));
+        }
+    }
     const std::string conflict =
         "FTaskNo=" + std::to_string(taskNo) +
         (itemText.empty() ? " and FCode=" + quoted(code) : " and FItem=" + quoted(itemText));

@@ -13,6 +13,9 @@
 // without an item conflicts with any task of the same number and rights code. A session may
 // register again what it already holds.
 //
+// A task registered with a rights code is refused, with a log row, when the session's user lacks
+// the right (RightRefusedError).
+//
 // A task left by a session that died never blocks for long: a session of this machine whose
 // process no longer exists is reclaimed at once, and a task whose session has not been heard of
 // for kStaleHours hours (a machine that went down) is reclaimed as well.

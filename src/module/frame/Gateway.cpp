@@ -32,6 +32,9 @@ long register_(long taskNo, const platform::Value* item, const std::string& code
                                             item ? *item : platform::Value());
         if (result < 1) throw std::runtime_error(kTaskConflictMessage);
         return result;
+    } catch (const platform::RightRefusedError& refusal) {
+        Messages().message(refusal.what(), "提示", platform::MessageIcon::Information);
+        return kRightRefused;
     } catch (const std::exception& error) {
         Messages().error(error.what());
         return 0;

@@ -58,8 +58,9 @@ platform::Recordset GetVipRecordset(int listNo, const std::string& condition, co
 std::string GetVipListSql(int listNo, const std::string& condition, const std::string& second = {});
 
 // Registers a task with the network task lock: -1 for a task number below 1 (nothing
-// registered), 0 when another session holds a conflicting task or anything failed (the operator
-// has been told), else the handle.
+// registered), 0 when another session holds a conflicting task or anything failed, kRightRefused
+// when the user lacks the rights code (the operator has been told either way), else the handle.
+inline constexpr long kRightRefused = -2;
 long ExecFunc(long taskNo, const platform::Value& item, const std::string& code);
 long ExecFunc(long taskNo, const std::string& code);
 // Releases a held task; the handle becomes 0 when the host released it. False on any error.

@@ -18,8 +18,9 @@ public:
     TaskHandle& operator=(const TaskHandle&) = delete;
 
     // Releases the task held, then registers the new one through ExecFunc. Returns the handle
-    // ExecFunc gave: 0 when another session holds a conflicting task or anything failed (the
-    // operator has been told), -1 for a task number below 1.
+    // ExecFunc gave: 0 when another session holds a conflicting task or anything failed,
+    // kRightRefused when the user lacks the right (the operator has been told), -1 for a task
+    // number below 1.
     long renew(long taskNo, const platform::Value& item, const std::string& code);
     long renew(long taskNo, const std::string& code);
     // Releases the task when one is held; nothing otherwise. Never throws; a task the host could

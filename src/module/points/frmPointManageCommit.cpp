@@ -57,8 +57,15 @@ void frmPointManage::onOk()
 
     SetControlEnable(false);
     m_committing = true;
-    if (tab != GiftSettingsTab)
-        m_task.renew(kCardTask, platform::Value(m_itNo[static_cast<std::size_t>(tab)]->textStd()), right);
+    // The commit goes on whatever the lock answers about other sessions; a right the user lacks
+    // ends it.
+    if (tab != GiftSettingsTab &&
+        m_task.renew(kCardTask, platform::Value(m_itNo[static_cast<std::size_t>(tab)]->textStd()), right) ==
+            frame::kRightRefused) {
+        m_committing = false;
+        SetControlEnable(true);
+        return;
+    }
     m_messageShown = false;
     const bool saved = Save(&rows, tab);
     m_committing = false;

@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "db/Operators.h"
 #include "host/core/TaskLock.h"
 #include "support/TestDatabase.h"
 
@@ -28,11 +29,20 @@ std::string sessionOf(long pid)
     return thisHost() + "/" + std::to_string(pid) + "/";
 }
 
+// Operators 1 and 2, who hold every right.
+void addOperators(ormex::test::TestDatabase& t)
+{
+    ormex::db::addStandardRoles(t.db());
+    t.exec("insert into t_User (FUserID, FLogin, FName, FPasswordHash, FRoleId) values"
+           " (1, 'one', '一', '-', 'admin'), (2, 'two', '二', '-', 'admin')");
+}
+
 } // namespace
 
 TEST(TaskLock, ASecondSessionIsRefusedTheSameCardUntilReleased)
 {
     ormex::test::TestDatabase t;
+    addOperators(t);
     // Two live sessions of this machine (this process stands in for both).
     TaskLock first(t.path(), TaskLock::currentSession(), getpid(), 1);
     TaskLock second(t.path(), "elsewhere/" + std::to_string(getppid()) + "/other", getppid(), 2);
@@ -43,7 +53,7 @@ TEST(TaskLock, ASecondSessionIsRefusedTheSameCardUntilReleased)
     EXPECT_GT(take(second, 2002, "hy0005", "88000002"), 0) << "other cards are free";
     const long again = take(first, 2002, "hy0003", "88000001");
     EXPECT_GT(again, 0) << "a session may register again what it holds";
-    EXPECT_GT(take(second, 2003, "x", "88000001"), 0) << "another task number does not conflict";
+    EXPECT_GT(take(second, 2003, "hy0008", "88000001"), 0) << "another task number does not conflict";
 
     first.commitTask(held);
     EXPECT_EQ(take(second, 2002, "hy0005", "88000001"), 0) << "the card is still held";
@@ -54,6 +64,7 @@ TEST(TaskLock, ASecondSessionIsRefusedTheSameCardUntilReleased)
 TEST(TaskLock, TasksOfDeadOrSilentSessionsAreReclaimed)
 {
     ormex::test::TestDatabase t;
+    addOperators(t);
     // A process that ended without releasing its task.
     const pid_t child = fork();
     if (child == 0) _exit(0);
@@ -78,6 +89,7 @@ TEST(TaskLock, TasksOfDeadOrSilentSessionsAreReclaimed)
 TEST(TaskLock, TwoProcessesSeeEachOthersTasks)
 {
     ormex::test::TestDatabase t;
+    addOperators(t);
     int ready[2], done[2];
     ASSERT_EQ(pipe(ready), 0);
     ASSERT_EQ(pipe(done), 0);

@@ -7,9 +7,9 @@
 
 #include "BothEngines.h"
 #include "db/DemoData.h"
+#include "db/OperLog.h"
 #include "host/core/ApprovalMaintain.h"
 #include "host/core/CardMaintain.h"
-#include "host/core/LocalLogServer.h"
 #include "host/core/MemberLists.h"
 #include "module/cards/CardHistory.h"
 #include "module/cards/CardSearchRules.h"
@@ -361,7 +361,7 @@ TEST_F(BatchesOnBothEngines, TheHostsCardChangeCardRecordAndOperationLog)
     record.set("FVipEndDate", "2027-12-31");
     record.set("FAccNum", 12.5);
     runOnBoth(host::cardRecordBatch(record, {}));
-    runOnBoth(host::operLogStatement(
+    runOnBoth(db::operLogStatement(
         {7, "FFuncID=1", "MCM0001", 4, "会员卡管理---挂失", "POS-01", "10.0.0.8", "c100", "01"}));
     RecordProperty("rows_compared", static_cast<int>(expectSameRows()));
 }
@@ -420,7 +420,7 @@ TEST_F(BatchesOnBothEngines, ScreensReadTheSameValues)
         batch += storedvalue::RechargeStatements(kOwnValue, r);
     }
     batch += points::RewardGroup(kOwnPoints, saving[0], 10);
-    batch += host::operLogStatement(
+    batch += db::operLogStatement(
         {7, "FFuncID=1", "MCM0001", 4, "会员卡管理---挂失", "POS-01", "", saving[0], "01"});
     const std::string queued =
         hq::QueueOnHQ(cards::statusUpdateStatement('2', saving[1]), hq::HQOperation::CardStatus);

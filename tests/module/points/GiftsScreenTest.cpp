@@ -2,6 +2,8 @@
 // exchanged for the gifts a card can afford.
 #include <gtest/gtest.h>
 
+#include "db/Operators.h"
+
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTabWidget>
@@ -427,4 +429,21 @@ TEST(GiftTabs, OnTheDemoData)
     g.setActiveCell(0, g.columnOf("Sel"));
     QTest::keyClick(g.viewport(), Qt::Key_Space);
     test::saveShot(t.screen, "gift-exchange.png");
+}
+
+TEST(GiftExchange, ACashierIsRefusedTheExchange)
+{
+    Exchange t({.role = "cashier"});
+    t.host.branch().exec("update T_Pos_VipRecord set FAccNum=500 where FCardId='P3'");
+    t.find("P3");
+    t.tick("G002");
+    const auto movements = t.host.branch().rows("select * from T_Pos_VipGiftList");
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.host.messages().texts(),
+              (std::vector<std::string>{"确定对会员[P3]的积分进行礼品兑换？", db::rightRefusal("hy0007")}));
+    EXPECT_EQ(t.host.branch().rows("select * from T_Pos_VipGiftList"), movements);
+    EXPECT_EQ(t.card("P3"), "500|0");
+    EXPECT_EQ(t.host.branch().rows("select FDescription from t_OperLog"),
+              std::vector<std::string>{"权限不足，拒绝【礼品兑换】（hy0007）：P3"});
 }
