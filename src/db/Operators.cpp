@@ -100,6 +100,11 @@ void addDemoOperators(Database& db)
     addUser(db, "cashier", "收银员", kCashierRole, kDemoPassword);
 }
 
+bool hasOperators(Database& db)
+{
+    return db.query("select count(*) as n from t_User where FDisabled=0").field("n").toInt() > 0;
+}
+
 std::string hashPassword(const std::string& password)
 {
     ensureSodium();

@@ -37,6 +37,9 @@ void addStandardRoles(Database& db);
 inline constexpr const char* kDemoPassword = "ormex-demo";
 void addDemoOperators(Database& db);
 
+// True when the database has at least one operator who can log in.
+bool hasOperators(Database& db);
+
 // Salted hash of a password, and its check. Throws DbError when hashing cannot be done.
 std::string hashPassword(const std::string& password);
 bool passwordMatches(const std::string& hash, const std::string& password);

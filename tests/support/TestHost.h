@@ -56,6 +56,7 @@ public:
     FakeSystemInfo& system() { return *m_system; }
     ScopedClock& clock() { return m_clock; }
     const host::HostConfig& config() const { return m_runtime->config(); }
+    const host::HostRuntime& runtime() const { return *m_runtime; }
 
     // Points the headquarters setting somewhere else ("(local)/Gone/sa/x" is unreachable); the
     // component sees it once its kept connection text is reset.

@@ -22,7 +22,18 @@ class AdminCommands : public ::testing::Test
 {
 protected:
     std::string dir = ormex::test::makeTempFolder();
-    void TearDown() override { ormex::test::removeFolder(dir); }
+    // The operators' passwords come from the environment, as a script would give them.
+    void SetUp() override { setenv("ORMEX_PASSWORD", "pw-1", 1); }
+    void TearDown() override
+    {
+        unsetenv("ORMEX_PASSWORD");
+        ormex::test::removeFolder(dir);
+    }
+    // An administrator, admin, acts for the commands that need a right.
+    void addAdmin(const std::string& db)
+    {
+        ASSERT_EQ(run({"user", "add", db, "admin", "--role", "管理员"}).code, 0);
+    }
 };
 
 } // namespace
@@ -96,14 +107,17 @@ TEST_F(AdminCommands, TheLiabilityReportAsTablesAndAsCsv)
                "insert into T_Pos_VipRecord (FCardId,FCardType,FCardStatus,FResidualAmt) values "
                "('B','01','2','%%')";
     ASSERT_EQ(run({"run", db, dir + "/cards.sql"}).code, 0);
-    const Result tables = run({"report", "liability", db, "--from", "2026-11-01", "--to", "2026-11-30"});
+    addAdmin(db);
+    EXPECT_EQ(run({"report", "liability", db}).code, 2) << "for whom?";
+    const Result tables =
+        run({"report", "liability", db, "--from", "2026-11-01", "--to", "2026-11-30", "--user", "admin"});
     EXPECT_EQ(tables.code, 0) << tables.err;
     EXPECT_NE(tables.out.find("01 金卡 | 1    | 12.50    | 6"), std::string::npos) << tables.out;
     EXPECT_NE(tables.out.find("B    | %%"), std::string::npos) << "listed apart";
-    const Result csv = run({"report", "liability", db, "--csv"});
+    const Result csv = run({"report", "liability", db, "--csv", "--user", "admin"});
     EXPECT_NE(csv.out.find("合计\r\n,卡数,储值余额,剩余积分\r\n合计,1,12.50,6\r\n"), std::string::npos)
         << csv.out;
-    EXPECT_EQ(run({"report", "liability", db, "--from", "2026-13-01"}).code, 2)
+    EXPECT_EQ(run({"report", "liability", db, "--from", "2026-13-01", "--user", "admin"}).code, 2)
         << "a bad date is a usage error";
 }
 
@@ -130,7 +144,8 @@ TEST_F(AdminCommands, ImportCardsChecksThenWritesOnce)
         << dry.out;
     EXPECT_NE(cards().find("\n0\n"), std::string::npos) << "a dry run writes nothing";
 
-    const Result refused = run({"import-cards", db, bad});
+    addAdmin(db);
+    const Result refused = run({"import-cards", db, bad, "--user", "admin"});
     EXPECT_EQ(refused.code, 1);
     EXPECT_NE(refused.err.find("2 bad line(s)"), std::string::npos) << refused.err;
     EXPECT_NE(refused.err.find("第2行：卡类别【09】不存在\n第3行：期初余额【1.234】最多只能有两位小数"),
@@ -139,10 +154,10 @@ TEST_F(AdminCommands, ImportCardsChecksThenWritesOnce)
     EXPECT_NE(run({"import-cards", db, bad, "--dry-run"}).code, 0) << "a dry run reports bad lines too";
     EXPECT_NE(cards().find("\n0\n"), std::string::npos);
 
-    const Result imported = run({"import-cards", db, good});
+    const Result imported = run({"import-cards", db, good, "--user", "admin"});
     EXPECT_EQ(imported.code, 0) << imported.err;
     EXPECT_NE(imported.out.find("imported 2 cards"), std::string::npos) << imported.out;
-    const Result again = run({"import-cards", db, good});
+    const Result again = run({"import-cards", db, good, "--user", "admin"});
     EXPECT_EQ(again.code, 1);
     EXPECT_NE(again.err.find("第2行：会员卡【N1】已经使用，不能再导入期初值"), std::string::npos)
         << again.err;
@@ -179,7 +194,8 @@ TEST_F(AdminCommands, VerifyListsCardsChangedOutsideTheSystemUntilOneIsAccepted)
     EXPECT_NE(found.out.find("A    | 张伟 | 1250.00 | 10       | 0"), std::string::npos) << found.out;
     EXPECT_NE(found.out.find("1 card(s) no longer match their seal"), std::string::npos) << found.out;
 
-    const Result accepted = run({"verify", db, "--accept", "a"});
+    addAdmin(db);
+    const Result accepted = run({"verify", db, "--accept", "a", "--user", "admin"});
     EXPECT_EQ(accepted.code, 0) << accepted.out;
     EXPECT_EQ(accepted.out, "sealed 1 card(s) as they stand\nevery card matches its seal\n");
 
@@ -189,4 +205,41 @@ TEST_F(AdminCommands, VerifyListsCardsChangedOutsideTheSystemUntilOneIsAccepted)
     EXPECT_EQ(run({"verify", db}).code, 1);
     EXPECT_EQ(run({"query", db, "select count(*) as n from T_Pos_VipRecord"}).code, 0)
         << "reading needs no key";
+}
+
+TEST_F(AdminCommands, OperatorsRolesAndRights)
+{
+    const std::string db = dir + "/u.db";
+    ASSERT_EQ(run({"create", db}).code, 0);
+    addAdmin(db);
+    const Result cashier = run({"user", "add", db, "till1", "--role", "cashier", "--name", "王芳"});
+    ASSERT_EQ(cashier.code, 0) << cashier.err;
+    EXPECT_EQ(run({"user", "add", db, "till1", "--role", "cashier"}).code, 1) << "a login is taken once";
+    EXPECT_EQ(run({"user", "add", db, "till2", "--role", "boss"}).code, 1) << "no such role";
+    EXPECT_EQ(run({"user", "grant", db, "cashier", "hy9999"}).code, 1) << "no such right";
+    EXPECT_EQ(run({"user", "grant", db, "cashier", "hy0007", "hy0008"}).out,
+              "granted 2 right(s) to cashier\n");
+    EXPECT_EQ(run({"user", "grant", db, "cashier", "hy0008", "--revoke"}).out,
+              "revoked 1 right(s) from cashier\n");
+    const Result list = run({"user", "list", db});
+    EXPECT_NE(list.out.find("till1 | 王芳  | 收银员 | hy0007 "), std::string::npos) << list.out;
+
+    // A cashier may not import; three wrong passwords lock; a new password unlocks.
+    const std::string file = dir + "/cards.csv";
+    std::ofstream(file) << "卡号,卡面编号,姓名,手机,卡类别,有效期至,期初余额,期初积分\r\n";
+    const Result refused = run({"import-cards", db, file, "--user", "till1"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_NE(refused.err.find("【导入会员卡】"), std::string::npos) << refused.err;
+    setenv("ORMEX_PASSWORD", "wrong", 1);
+    for (int attempt = 0; attempt < 3; ++attempt)
+        EXPECT_EQ(run({"import-cards", db, file, "--user", "till1"}).code, 1);
+    setenv("ORMEX_PASSWORD", "pw-1", 1);
+    const Result locked = run({"import-cards", db, file, "--user", "till1"});
+    EXPECT_NE(locked.err.find("已被锁定"), std::string::npos)
+        << "the right password no longer opens: " << locked.err;
+    setenv("ORMEX_PASSWORD", "pw-2", 1);
+    EXPECT_EQ(run({"user", "passwd", db, "till1"}).code, 0);
+    EXPECT_NE(run({"import-cards", db, file, "--user", "till1"}).err.find("【导入会员卡】"),
+              std::string::npos)
+        << "unlocked, and refused the right again";
 }

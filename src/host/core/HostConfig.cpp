@@ -37,12 +37,8 @@ void HostConfig::set(const std::string& name, const std::string& value)
         dataFolder = value;
     else if (name == "database")
         databaseFile = value;
-    else if (name == "user-id") {
-        if (!platform::isAllDigits(value) || value.size() > 5)
-            throw std::invalid_argument("user-id must be a number, not '" + value + "'");
-        userId = std::stoi(value);
-    } else if (name == "user-name")
-        userName = value;
+    else if (name == "user")
+        login = value;
     else if (name == "branch-id")
         branchId = value;
     else if (name == "branch-num")

@@ -10,8 +10,11 @@ struct HostConfig
 {
     std::string dataFolder = "data";
     std::string databaseFile = "branch.db";
-    int userId = 1;
-    std::string userName = "管理员";
+    // The operator, as the login found them (never a setting: a session is the user who logged in).
+    int userId = 0;
+    std::string userName;
+    // The login name the login window offers ("user").
+    std::string login;
     // The shared properties of the session; a value that is not set is absent from the table.
     std::optional<std::string> branchId = std::string("2");
     std::optional<std::string> branchNum = std::string("01");
@@ -25,8 +28,7 @@ struct HostConfig
     std::string propsString() const;
 
     // Sets one setting by its name in a config file or on the command line ("data",
-    // "database", "user-id", "user-name", "branch-id", "branch-num", "is-branch", "sv-share",
-    // "seal-key").
+    // "database", "user", "branch-id", "branch-num", "is-branch", "sv-share", "seal-key").
     // Throws std::invalid_argument for an unknown name or a bad value.
     void set(const std::string& name, const std::string& value);
 

@@ -11,7 +11,9 @@
 #include "db/CardSeal.h"
 #include "db/Database.h"
 #include "db/DbError.h"
+#include "db/Operators.h"
 #include "db/Schema.h"
+#include "db/SharedDatabases.h"
 #include "platform/HostServices.h"
 
 namespace ormex::host {
@@ -61,6 +63,28 @@ HostRuntime::HostRuntime(HostConfig config)
         return std::make_shared<PropertyManager>(
             props, [=] { return std::make_shared<TaskLock>(path, session, pid, user); });
     });
+}
+
+bool HostRuntime::allows(const std::string& code) const
+{
+    auto& database = db::sharedDatabase(m_config.databasePath());
+    if (db::hasRight(database, m_config.userId, code)) return true;
+    const auto& services = platform::HostServices::instance();
+    db::logRefusedRight(database, m_config.userId, code, {},
+                        services.systemInfo().computerName().value_or(""));
+    services.messages().message(db::rightRefusal(code), "提示", platform::MessageIcon::Information);
+    return false;
+}
+
+std::string HostRuntime::functionRight(int function)
+{
+    switch (function) {
+    case 2:
+        return "hy0009";
+    case 3:
+        return "hy0010";
+    }
+    return {};
 }
 
 HostRuntime::~HostRuntime()

@@ -19,6 +19,13 @@ public:
     HostRuntime& operator=(const HostRuntime&) = delete;
 
     const HostConfig& config() const { return m_config; }
+
+    // True when the session's user holds the rights code; otherwise the refusal, naming the
+    // function, is logged and shown through the message service.
+    bool allows(const std::string& code) const;
+    // The right a function of the component needs before it opens (2 会员设置 hy0009, 3 会员档案审核
+    // hy0010); "" when the function checks its own rights.
+    static std::string functionRight(int function);
     const std::string& session() const { return m_session; }
 
 private:

@@ -28,9 +28,10 @@ const Function kFunctions[5] = {{1, "会员卡管理", "挂失、恢复、延期
 
 } // namespace
 
-LauncherWindow::LauncherWindow(const HostConfig& config, ModuleLoader& loader, QWidget* parent)
-    : QWidget(parent), m_loader(loader)
+LauncherWindow::LauncherWindow(const HostRuntime& runtime, ModuleLoader& loader, QWidget* parent)
+    : QWidget(parent), m_runtime(runtime), m_loader(loader)
 {
+    const HostConfig& config = runtime.config();
     setObjectName("launcher");
     setWindowTitle(QStringLiteral("零售管理系统 — 会员卡"));
     auto* layout = new QVBoxLayout(this);
@@ -70,6 +71,7 @@ LauncherWindow::LauncherWindow(const HostConfig& config, ModuleLoader& loader, Q
     grid->addWidget(report, 2, 1);
     const std::string databasePath = config.databasePath();
     connect(report, &QPushButton::clicked, this, [this, databasePath] {
+        if (!m_runtime.allows("hy0011")) return;
         auto* window = new LiabilityReportWindow(databasePath, this);
         window->setAttribute(Qt::WA_DeleteOnClose);
         window->show();
@@ -158,6 +160,9 @@ void LauncherWindow::showWaitingChanges(int waiting, const std::string& lastErro
 void LauncherWindow::openFunction(int functionId)
 {
     try {
+        if (const std::string right = HostRuntime::functionRight(functionId);
+            !right.empty() && !m_runtime.allows(right))
+            return;
         m_loader.showForm(functionId);
     } catch (const std::exception& error) {
         platform::HostServices::instance().messages().error(error.what());

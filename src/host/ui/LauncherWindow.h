@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-#include "host/core/HostConfig.h"
+#include "host/core/HostRuntime.h"
 
 class QLabel;
 class QPushButton;
@@ -16,7 +16,8 @@ class ModuleLoader;
 class LauncherWindow : public QWidget
 {
 public:
-    LauncherWindow(const HostConfig& config, ModuleLoader& loader, QWidget* parent = nullptr);
+    // The functions and the report open only for a user holding their rights.
+    LauncherWindow(const HostRuntime& runtime, ModuleLoader& loader, QWidget* parent = nullptr);
 
     // Checks the link and sends the changes that wait for headquarters.
     void refreshHeadquartersStatus();
@@ -24,6 +25,7 @@ public:
     QPushButton* functionButton(int functionId) const;
 
 private:
+    const HostRuntime& m_runtime;
     ModuleLoader& m_loader;
     void showWaitingChanges(int waiting, const std::string& lastError);
 

@@ -3,12 +3,17 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <cstdlib>
 #include <iostream>
+#include <optional>
 
 #include "HostCommandLine.h"
 #include "LauncherWindow.h"
+#include "LoginDialog.h"
 #include "ModuleLoader.h"
 #include "UiServices.h"
+#include "db/Operators.h"
+#include "db/SharedDatabases.h"
 #include "host/core/HostRuntime.h"
 
 using namespace ormex;
@@ -47,20 +52,55 @@ int main(int argc, char** argv)
     }
     QApplication app(argc, argv);
     QApplication::setFont(QFont(QStringLiteral("Noto Sans CJK SC"), 10));
-    std::unique_ptr<host::HostRuntime> runtime;
+    host::installUiServices(line.config);
+
+    // The session is the operator who logs in: in the login window, or with ORMEX_PASSWORD for
+    // the user --user names (scripts). A picture asked for without a password is of the login.
+    const char* password = std::getenv("ORMEX_PASSWORD");
+    const bool scripted = password && !line.config.login.empty();
+    std::optional<db::LoginOutcome> who;
     try {
-        runtime = std::make_unique<host::HostRuntime>(line.config);
+        auto& database = db::sharedDatabase(line.config.databasePath());
+        if (!db::hasOperators(database)) {
+            std::cerr
+                << "ormex-host: " << line.config.databasePath()
+                << " has no operators yet: add one with 'ormex-db user add <db> <login> --role admin'\n";
+            return 1;
+        }
+        if (scripted) {
+            who = db::login(database, line.config.login, password, host::loginMachineName());
+            if (who->result != db::LoginOutcome::Result::Ok) {
+                std::cerr << "ormex-host: " << who->message() << '\n';
+                return 1;
+            }
+        } else {
+            if (!line.screenshot.empty()) screenshotSoon(line.screenshot);
+            who = host::LoginDialog::run(line.config.databasePath(), line.config.login);
+            if (!who) return 0;
+        }
     } catch (const std::exception& error) {
         std::cerr
             << "ormex-host: " << error.what() << '\n'
             << "Create the demo databases with: ormex-db demo --branch data/branch.db --hq data/HQ.db\n";
         return 1;
     }
-    host::installUiServices(line.config);
+    line.config.userId = who->userId;
+    line.config.userName = who->name;
+
+    std::unique_ptr<host::HostRuntime> runtime;
+    try {
+        runtime = std::make_unique<host::HostRuntime>(line.config);
+    } catch (const std::exception& error) {
+        std::cerr << "ormex-host: " << error.what() << '\n';
+        return 1;
+    }
     host::ModuleLoader loader(host::ModuleLoader::defaultLibraryPath());
 
     if (line.function) {
         if (!line.screenshot.empty()) screenshotSoon(line.screenshot);
+        if (const std::string right = host::HostRuntime::functionRight(*line.function);
+            !right.empty() && !runtime->allows(right))
+            return 1;
         try {
             loader.showForm(*line.function, platform::Value(line.tab));
         } catch (const std::exception& error) {
@@ -69,7 +109,7 @@ int main(int argc, char** argv)
         }
         return 0;
     }
-    host::LauncherWindow launcher(line.config, loader);
+    host::LauncherWindow launcher(*runtime, loader);
     launcher.show();
     if (!line.screenshot.empty()) screenshotSoon(line.screenshot);
     return app.exec();

@@ -42,14 +42,13 @@ TEST(HostSession, PublishesPropertiesAndObjectsAndWithdrawsThem)
 TEST(HostConfig, FileThenCommandLineSettings)
 {
     const std::string dir = test::makeTempFolder();
-    std::ofstream(dir + "/host.conf")
-        << "# demo branch\nuser-id = 9\nuser-name=收银员\nbranch-num=05\nis-branch=0\n";
+    std::ofstream(dir + "/host.conf") << "# demo branch\nuser = cashier\nbranch-num=05\nis-branch=0\n";
     host::HostConfig config;
     config.readFile(dir + "/host.conf");
-    EXPECT_EQ(config.userId, 9);
-    EXPECT_EQ(config.userName, "收银员");
+    EXPECT_EQ(config.login, "cashier");
+    EXPECT_EQ(config.userId, 0) << "who works is the login's to say";
     EXPECT_EQ(config.isBranch, false);
-    std::ofstream(dir + "/bad.conf") << "user-id=9\nsv-share=maybe\n";
+    std::ofstream(dir + "/bad.conf") << "user=cashier\nsv-share=maybe\n";
     try {
         config.readFile(dir + "/bad.conf");
         ADD_FAILURE();
@@ -57,5 +56,6 @@ TEST(HostConfig, FileThenCommandLineSettings)
         EXPECT_NE(std::string(error.what()).find("bad.conf:2"), std::string::npos) << error.what();
     }
     EXPECT_THROW(config.set("colour", "red"), std::invalid_argument);
+    EXPECT_THROW(config.set("user-id", "1"), std::invalid_argument) << "no session names its own user";
     test::removeFolder(dir);
 }

@@ -109,7 +109,7 @@ TEST(Launcher, OffersTheFiveFunctionsAndTheHeadquartersStatus)
 {
     test::TestHost host({.isBranch = true, .svCardShareType = true, .withHeadquarters = true});
     host::ModuleLoader loader(ORMEX_MODULE_LIBRARY);
-    host::LauncherWindow launcher(host.config(), loader);
+    host::LauncherWindow launcher(host.runtime(), loader);
     EXPECT_EQ(launcher.functionButton(1)->text().section('\n', 0, 0), "会员卡管理");
     EXPECT_EQ(launcher.functionButton(5)->text().section('\n', 0, 0), "储值管理");
     EXPECT_EQ(launcher.findChild<QLabel*>("hqStatus")->text(), "● 总部已连接");
@@ -126,7 +126,7 @@ TEST(Launcher, ShowsTheChangesWaitingForHeadquartersAndSendsThem)
                        "('o1','01','insert into t_Log (FUserID) values (7)',1,'总部数据库无法连接')");
     {
         host::ModuleLoader loader(ORMEX_MODULE_LIBRARY);
-        host::LauncherWindow launcher(host.config(), loader);
+        host::LauncherWindow launcher(host.runtime(), loader);
         auto* status = launcher.findChild<QLabel*>("replayStatus");
         EXPECT_EQ(status->text(), "待上传总部的变更：1 笔（上次未成功：总部数据库无法连接）");
         shot(launcher, "launcher-waiting.png");
@@ -134,7 +134,7 @@ TEST(Launcher, ShowsTheChangesWaitingForHeadquartersAndSendsThem)
     // Headquarters is back at the next start: what waited is sent and the count says so.
     host.setHeadquartersSetting("(local)/HQ/sa/pw");
     host::ModuleLoader restarted(ORMEX_MODULE_LIBRARY);
-    host::LauncherWindow launcher(host.config(), restarted);
+    host::LauncherWindow launcher(host.runtime(), restarted);
     EXPECT_EQ(launcher.findChild<QLabel*>("replayStatus")->text(), "所有变更均已上传总部");
     EXPECT_FALSE(launcher.findChild<QPushButton*>("sendToHq")->isEnabled());
     EXPECT_EQ(host.hq().scalar("select count(*) from t_Log").toInt(), 1);
