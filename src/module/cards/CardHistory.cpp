@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <stdexcept>
 #include <tuple>
 
@@ -197,7 +198,23 @@ CardHistory ReadCardHistory(const std::string& card, HistoryDatabase from)
         // A database made before the operation log named its cards has no card operations to show.
     }
     if (connection) connection->close();
-    return BuildCardHistory(card, cardRow, points, money, operations);
+    CardHistory history = BuildCardHistory(card, cardRow, points, money, operations);
+    if (from == HistoryDatabase::Local) {
+        // Every row of this database was written by its own operators: they are shown by name.
+        // Headquarters holds the rows of every branch, whose operator numbers are their own.
+        try {
+            const platform::Recordset users = frame::ExecQuery("select FUserID, FName from t_User");
+            std::map<std::string, std::string> names;
+            for (std::size_t r = 0; r < users.recordCount(); ++r)
+                names[users.at(r, "FUserID").toString()] = users.at(r, "FName").toString();
+            for (HistoryEntry& entry : history.entries)
+                if (const auto found = names.find(entry.operatorName); found != names.end())
+                    entry.operatorName = found->second;
+        } catch (const std::exception&) {
+            // Without the operators' names the numbers stand.
+        }
+    }
+    return history;
 }
 
 std::vector<HistoryEntry> FilterHistory(const std::vector<HistoryEntry>& entries, const HistoryFilter& filter)

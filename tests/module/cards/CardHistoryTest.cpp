@@ -105,7 +105,7 @@ TEST(CardHistory, ListsEveryChangeNewestFirstWithTheRunningPointsAndBalance)
     EXPECT_EQ(columnText(dialog.grid(), 0, "FBranchNo"), "01");
     EXPECT_EQ(columnText(dialog.grid(), 3, "FDetail"), "实付180.00 开业活动");
     EXPECT_EQ(columnText(dialog.grid(), 4, "FDetail"), "保温杯 ×1");
-    EXPECT_EQ(columnText(dialog.grid(), 6, "FOperator"), "7");
+    EXPECT_EQ(columnText(dialog.grid(), 6, "FOperator"), "测试员") << "operator 7 by name";
     EXPECT_EQ(dialog.totalsText().toStdString(), "共 7 笔　积分变动合计：0　金额变动合计：+205.00");
     EXPECT_EQ(dialog.findChild<QLabel*>("lblCard")->text().toStdString(),
               "卡号：H1　姓名：周杰　卡类别：金卡　卡状态：挂失　当前积分：0　当前余额：205.00");
@@ -178,8 +178,8 @@ TEST(CardHistory, ExportsWhatItShowsAsCsv)
               (std::vector<std::string>{"序号", "日期时间", "分店", "操作员", "类别", "积分变动", "金额变动",
                                         "积分余额", "储值余额", "说明"}));
     EXPECT_EQ(records[4].fields,
-              (std::vector<std::string>{"4", "2026-11-15 09:05:07", "01", "7", "充值", "", "+200.00", "50",
-                                        "200.00", "实付180.00 开业活动"}));
+              (std::vector<std::string>{"4", "2026-11-15 09:05:07", "01", "测试员", "充值", "", "+200.00",
+                                        "50", "200.00", "实付180.00 开业活动"}));
 }
 
 TEST(CardHistory, AnUndecodableBalanceIsSaidSoAndNoRunningBalanceIsMadeUp)
