@@ -186,14 +186,17 @@ constexpr const char* kInsertTrigger =
 // Updates written as native SQL that do not seal themselves. The system's own UPDATE statements
 // write the seal in the statement (see parseBatch), which costs a fraction of what a trigger on
 // every update of a card does.
-constexpr const char* kUpdateTrigger =
-    "CREATE TEMP TRIGGER IF NOT EXISTS ormex_seal_update"
-    " AFTER UPDATE OF FCardId,FResidualAmt,FAccNum,FDecNum ON main.T_Pos_VipRecord"
-    " WHEN NEW.FSeal IS OLD.FSeal BEGIN"
-    " SELECT RAISE(ABORT,'会员卡的余额或积分与校验码不符（可能被非法修改），请联系管理员核查')"
-    " WHERE NOT ormex_seal_holds(OLD.FSeal,OLD.FCardId,OLD.FResidualAmt,OLD.FAccNum,OLD.FDecNum);"
-    " UPDATE T_Pos_VipRecord SET FSeal=ormex_seal(NEW.FCardId,NEW.FResidualAmt,NEW.FAccNum,NEW.FDecNum)"
-    " WHERE rowid=NEW.rowid; END;";
+std::string updateTrigger()
+{
+    return std::string("CREATE TEMP TRIGGER IF NOT EXISTS ormex_seal_update"
+                       " AFTER UPDATE OF FCardId,FResidualAmt,FAccNum,FDecNum ON main.T_Pos_VipRecord"
+                       " WHEN NEW.FSeal IS OLD.FSeal BEGIN SELECT RAISE(ABORT,'") +
+           kSealBrokenMessage +
+           "') WHERE NOT ormex_seal_holds(OLD.FSeal,OLD.FCardId,OLD.FResidualAmt,OLD.FAccNum,OLD.FDecNum);"
+           " UPDATE T_Pos_VipRecord SET "
+           "FSeal=ormex_seal(NEW.FCardId,NEW.FResidualAmt,NEW.FAccNum,NEW.FDecNum)"
+           " WHERE rowid=NEW.rowid; END;";
+}
 
 std::string inList(const std::vector<std::string>& cards)
 {
@@ -282,7 +285,7 @@ void installSealing(Database& db)
 
 void sealNativeUpdates(Database& db)
 {
-    if (db.sealsCards()) db.executeNative(kUpdateTrigger);
+    if (db.sealsCards()) db.executeNative(updateTrigger());
 }
 
 std::vector<SealMismatch> sealMismatches(TsqlDatabase& db, const SealKey& key,

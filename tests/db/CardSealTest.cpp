@@ -63,6 +63,9 @@ TEST(CardSeal, TheSystemsWritesKeepEveryCardSealed)
     EXPECT_TRUE(brokenCards(t.db()).empty());
     EXPECT_EQ(t.scalar("select FSeal from T_Pos_VipRecord where FCardId='C100'").toString(),
               db::cardSeal(test::testSealKey(), "C100", platform::encodeBalance("88.5"), 310, 100));
+    // Native SQL of a connection that asked for it is sealed by its trigger.
+    t.exec("update T_Pos_VipRecord set FAccNum=FAccNum*2 where FCardId='C100'");
+    EXPECT_TRUE(brokenCards(t.db()).empty());
 }
 
 TEST(CardSeal, OnlyUpdatesOfTheSealedColumnsWriteTheSeal)
