@@ -4,6 +4,7 @@
 
 #include "platform/BalanceCodec.h"
 #include "platform/NumberText.h"
+#include "platform/PointsMovement.h"
 #include "platform/Text.h"
 
 namespace ormex::db {
@@ -16,14 +17,6 @@ std::string statusName(const std::string& code)
                                                              {"3", "作废"}, {"4", "黑名单"}, {"9", "未使用"}};
     const auto found = names.find(code);
     return found == names.end() ? "状态" + code : found->second;
-}
-
-std::string pointsKind(const std::string& flag)
-{
-    static const std::map<std::string, std::string> kinds = {
-        {"1", "积分冲减"}, {"2", "礼品兑换"}, {"3", "积分奖励"}, {"4", "积分转储值"}, {"5", "积分清零"}};
-    const auto found = kinds.find(flag);
-    return found == kinds.end() ? "积分变动" + flag : found->second;
 }
 
 // Lines in the order of their keys, named as the screens name them.
@@ -143,9 +136,9 @@ LiabilityReport liabilityReport(TsqlDatabase& db, const std::string& from, const
     auto points = db.query("select flag, count(*) as n, sum(FVipNum) as total from T_Pos_VipGiftList" +
                            period + " group by flag order by flag");
     for (; !points.atEnd(); points.moveNext())
-        report.points.push_back({pointsKind(platform::trim(points.field("flag").toString())),
-                                 static_cast<long>(points.field("n").toInt()),
-                                 points.field("total").toDouble()});
+        report.points.push_back(
+            {platform::pointsMovementName(platform::trim(points.field("flag").toString())),
+             static_cast<long>(points.field("n").toInt()), points.field("total").toDouble()});
     return report;
 }
 

@@ -11,6 +11,7 @@
 #include "module/hq/HqLink.h"
 #include "platform/BalanceCodec.h"
 #include "platform/NumberText.h"
+#include "platform/PointsMovement.h"
 #include "platform/Text.h"
 
 namespace ormex::module::cards {
@@ -25,24 +26,6 @@ constexpr const char* kCardOperation = "卡操作";
 std::string cardCondition(const std::string& card)
 {
     return "FCardId='" + platform::quoteDoubled(card) + "'";
-}
-
-// A points movement's kind by its flag, and the sign it gives the card's points.
-struct PointsKind
-{
-    const char* name;
-    int sign;
-};
-std::optional<PointsKind> pointsKind(const std::string& flag)
-{
-    static const std::pair<const char*, PointsKind> kinds[] = {{"1", {"积分冲减", -1}},
-                                                               {"2", {"礼品兑换", -1}},
-                                                               {"3", {"积分奖励", +1}},
-                                                               {"4", {"积分转储值", -1}},
-                                                               {"5", {"积分清零", -1}}};
-    for (const auto& [code, kind] : kinds)
-        if (flag == code) return kind;
-    return std::nullopt;
 }
 
 // Rows that share a second keep the order they were written in: points movements before the
@@ -130,9 +113,8 @@ CardHistory BuildCardHistory(const std::string& card, const platform::Recordset&
     for (std::size_t r = 0; r < points.recordCount(); ++r) {
         HistoryEntry entry = commonPart(points, r, "FOperDate", "fuserid");
         const std::string flag = text(points, r, "flag");
-        const auto kind = pointsKind(flag);
-        entry.kind = kind ? kind->name : "积分变动" + flag;
-        entry.points = (kind ? kind->sign : 1) * points.at(r, "FVipNum").toDouble();
+        entry.kind = platform::pointsMovementName(flag);
+        entry.points = platform::pointsMovementSign(flag) * points.at(r, "FVipNum").toDouble();
         entry.detail = text(points, r, "memo");
         if (const std::string item = text(points, r, "FItemName"); !item.empty())
             entry.detail = item + " ×" + platform::formatNumber(points.at(r, "FItemNum").toDouble());
