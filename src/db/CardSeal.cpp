@@ -11,11 +11,8 @@
 #include "Database.h"
 #include "DbError.h"
 #include "OperLog.h"
-#include "PgDatabase.h"
 #include "Schema.h"
-#include "SqliteStatement.h"
 #include "platform/BalanceCodec.h"
-#include "platform/Clock.h"
 #include "platform/NumberText.h"
 #include "platform/Text.h"
 
@@ -308,7 +305,7 @@ std::vector<SealMismatch> sealMismatches(TsqlDatabase& db, const SealKey& key,
     return found;
 }
 
-long resealCards(TsqlDatabase& db, const SealKey& key, const std::vector<std::string>& cards,
+long resealCards(Database& db, const SealKey& key, const std::vector<std::string>& cards,
                  const std::string& who)
 {
     const auto& process = processKey();
@@ -333,15 +330,9 @@ long resealCards(TsqlDatabase& db, const SealKey& key, const std::vector<std::st
         "UPDATE T_Pos_VipRecord SET FSeal=ormex_seal(FCardId,FResidualAmt,FAccNum,FDecNum)"
         " WHERE FCardId IN " +
         inList(names) + ";\n" + log;
-    if (auto* sqlite = dynamic_cast<Database*>(&db)) {
-        Database::Transaction transaction(*sqlite);
-        sqlite->executeNative(script);
-        transaction.commit();
-    } else if (auto* pg = dynamic_cast<PgDatabase*>(&db)) {
-        pg->executeNative(script);
-    } else {
-        throw DbError("cards can be sealed on SQLite and PostgreSQL only");
-    }
+    Database::Transaction transaction(db);
+    db.executeNative(script);
+    transaction.commit();
     return static_cast<long>(broken.size());
 }
 

@@ -71,10 +71,10 @@ struct SealMismatch
 std::vector<SealMismatch> sealMismatches(TsqlDatabase& db, const SealKey& key,
                                          const std::vector<std::string>& cards = {});
 
-// Seals the named cards with their present values (after an administrator's review), all cards
-// when `cards` is empty, in one transaction with a t_OperLog row per card naming `who`. Returns
-// the number of cards sealed. Throws DbError.
-long resealCards(TsqlDatabase& db, const SealKey& key, const std::vector<std::string>& cards,
+// Seals the named cards that do not match their seal with their present values (after an
+// administrator's review), all such cards when `cards` is empty, in one transaction with a
+// t_OperLog row per card naming `who`. Returns the number of cards sealed. Throws DbError.
+long resealCards(Database& db, const SealKey& key, const std::vector<std::string>& cards,
                  const std::string& who);
 
 } // namespace ormex::db

@@ -467,20 +467,21 @@ int run(std::vector<std::string> a, std::ostream& out)
             else
                 throw UsageError("unknown option '" + a[i] + "'");
         }
+        const bool accepting = acceptAll || !accepted.empty();
         std::unique_ptr<db::TsqlDatabase> database;
         if (db::isPostgresUrl(a[1])) {
-            if (acceptAll || !accepted.empty())
+            if (accepting)
                 throw db::DbError(
                     "cards are accepted on a database whose operators log in here: an SQLite file");
             database = openExistingPg(a[1]);
         } else {
             auto file = openExisting(a[1]);
-            if (acceptAll || !accepted.empty()) actAs(*file, user, "hy0013");
+            if (accepting) {
+                actAs(*file, user, "hy0013");
+                out << "sealed " << db::resealCards(*file, *key, accepted, user)
+                    << " card(s) as they stand\n";
+            }
             database = std::move(file);
-        }
-        if (acceptAll || !accepted.empty()) {
-            const long sealed = db::resealCards(*database, *key, accepted, user);
-            out << "sealed " << sealed << " card(s) as they stand\n";
         }
         const auto broken = db::sealMismatches(*database, *key);
         if (broken.empty()) {
