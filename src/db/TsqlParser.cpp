@@ -524,9 +524,8 @@ private:
 
     bool isCardTable(std::size_t begin, std::size_t end) const
     {
-        const Token& name = m_tokens[end - 1];
-        return end > begin && name.kind == Token::Kind::Word &&
-               platform::iequals(name.text, "T_Pos_VipRecord");
+        return end > begin && m_tokens[end - 1].kind == Token::Kind::Word &&
+               platform::iequals(m_tokens[end - 1].text, "T_Pos_VipRecord");
     }
 
     // The SET clause [set, end) of an UPDATE of the card table with the card's new seal added,
