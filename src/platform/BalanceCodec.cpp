@@ -85,6 +85,11 @@ std::string encodeBalance(double value)
     return encodeBalance(formatNumber(value));
 }
 
+std::string encodeBalance(Money value)
+{
+    return encodeBalance(value.toString());
+}
+
 std::optional<double> tryDecodeBalance(std::string_view stored)
 {
     if (stored.empty() || stored == "0") return 0.0;
@@ -102,9 +107,17 @@ std::optional<double> tryDecodeBalance(std::string_view stored)
     return *number / 10000.0;
 }
 
+std::optional<Money> tryDecodeMoney(std::string_view stored)
+{
+    const auto balance = tryDecodeBalance(stored);
+    return balance ? Money::fromDouble(*balance) : std::nullopt;
+}
+
 std::string decodeBalance(std::string_view stored)
 {
-    return formatNumber(tryDecodeBalance(stored).value_or(0.0));
+    const double balance = tryDecodeBalance(stored).value_or(0.0);
+    const auto exact = Money::fromDouble(balance);
+    return exact ? exact->toString() : formatNumber(balance);
 }
 
 double decodeBalanceValue(std::string_view stored)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <stdexcept>
 
 namespace ormex::platform {
 
@@ -131,6 +132,13 @@ std::string Money::toFixed(int decimals) const
         text += "." + fraction.substr(0, static_cast<std::size_t>(decimals));
     }
     return text;
+}
+
+Money money_literals::operator""_yuan(const char* literal)
+{
+    const auto money = Money::parse(literal);
+    if (!money) throw std::invalid_argument(std::string("not an amount: ") + literal);
+    return *money;
 }
 
 } // namespace ormex::platform

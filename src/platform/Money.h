@@ -71,4 +71,10 @@ private:
     std::int64_t m_units = 0;
 };
 
+// Amounts written in code as they are read: 0.1_yuan is exactly one tenth, never the double
+// nearest to it. A literal that is not an amount throws std::invalid_argument.
+namespace money_literals {
+Money operator""_yuan(const char* literal);
+} // namespace money_literals
+
 } // namespace ormex::platform

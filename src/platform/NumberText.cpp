@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -113,6 +114,33 @@ std::optional<double> parseNumber(std::string_view text)
     double v = std::strtod(s.c_str(), nullptr);
     if (errno == ERANGE || !std::isfinite(v)) return std::nullopt;
     return v;
+}
+
+std::optional<double> parseTypedNumber(std::string_view text, int decimals)
+{
+    const std::string s = trim(text);
+    if (s.empty()) return std::nullopt;
+    std::size_t i = s[0] == '+' || s[0] == '-' ? 1 : 0;
+    const std::size_t start = s[0] == '+' ? 1 : 0; // from_chars takes no plus sign
+    std::size_t digits = 0, significant = 0;
+    int fraction = -1; // -1 until the point
+    for (; i < s.size(); ++i) {
+        const char c = s[i];
+        if (c >= '0' && c <= '9') {
+            ++digits;
+            if (significant > 0 || c != '0') ++significant;
+            if (fraction >= 0) ++fraction;
+        } else if (c == '.' && fraction < 0) {
+            fraction = 0;
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (digits == 0 || fraction > decimals || significant > 15) return std::nullopt;
+    double value = 0;
+    const auto read = std::from_chars(s.data() + start, s.data() + s.size(), value);
+    if (read.ec != std::errc() || read.ptr != s.data() + s.size()) return std::nullopt;
+    return value == 0 ? 0.0 : value; // no negative zero
 }
 
 bool isNumericText(std::string_view text)

@@ -25,6 +25,12 @@ int decimalPlaces(double value);
 // decimal point, an optional exponent. Returns nothing for anything else (empty text included).
 std::optional<double> parseNumber(std::string_view text);
 
+// A number as an operator typed it: blanks around it, an optional sign, digits with at most one
+// point, at most `decimals` decimals and 15 significant digits. Nothing for anything else (an
+// exponent, a separator, a letter, a sixteenth digit), so what was typed is either read as it
+// stands or refused, never turned into another number. Independent of the system locale.
+std::optional<double> parseTypedNumber(std::string_view text, int decimals);
+
 // True when parseNumber accepts the text.
 bool isNumericText(std::string_view text);
 

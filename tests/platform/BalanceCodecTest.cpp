@@ -25,6 +25,12 @@ TEST(BalanceCodec, EncodesWithoutBinaryNoise)
 {
     EXPECT_EQ(decodeBalance(encodeBalance(0.1 + 0.2)), "0.3");
     EXPECT_EQ(encodeBalance(1.005), encodeBalance("1.005"));
+    EXPECT_EQ(encodeBalance(Money::parse("1996.52").value()), encodeBalance("1996.52"));
+    // A balance that an older build stored with its noise reads as the amount it stood for.
+    const std::string noisy = encodeBalance("0.499999999999989");
+    EXPECT_EQ(decodeBalance(noisy), "0.5");
+    EXPECT_EQ(tryDecodeMoney(noisy), Money::parse("0.5"));
+    EXPECT_FALSE(tryDecodeMoney("abc").has_value());
 }
 
 TEST(BalanceCodec, DegenerateInputsGiveZero)

@@ -53,3 +53,17 @@ TEST(NumberText, AllDigits)
     EXPECT_FALSE(isAllDigits("12a"));
     EXPECT_FALSE(isAllDigits("1 2"));
 }
+
+TEST(NumberText, TypedNumbersAreReadAsTheyStandOrRefused)
+{
+    const std::pair<const char*, double> good[] = {
+        {"-5.79", -5.79}, {" 12.5 ", 12.5}, {"+3", 3}, {"0.10", 0.1},
+        {"5.", 5},        {".5", 0.5},      {"-0", 0}, {"999999999999999", 999999999999999.0},
+        {"0.00", 0}};
+    for (const auto& [text, value] : good)
+        EXPECT_EQ(parseTypedNumber(text, 2), value) << text;
+    for (const char* bad : {"", " ", "1e20", "1E2", "12a", "1,000", "--5", "1.2.3", ".", "-", "5.791",
+                            "1 000", "0x10", "inf", "nan", "1234567890123456", "¥5"})
+        EXPECT_FALSE(parseTypedNumber(bad, 2).has_value()) << bad;
+    EXPECT_FALSE(parseTypedNumber("7.5", 0).has_value()) << "a whole number was asked for";
+}
