@@ -24,6 +24,7 @@ inline void typeIntoCell(module::frame::Grid& grid, int row, const char* field, 
         editor->insert(text);
     QTest::keyClick(editor, Qt::Key_Return);
     QApplication::processEvents(); // the view commits an edit from its event loop
+    QApplication::processEvents(); // and tells a refusal after that
 }
 
 } // namespace ormex::test

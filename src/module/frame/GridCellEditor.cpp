@@ -3,11 +3,13 @@
 #include <QComboBox>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QRegularExpressionValidator>
 
 #include <algorithm>
+#include <utility>
 
+#include "Gateway.h"
 #include "Grid.h"
+#include "NumberEntry.h"
 #include "platform/DateTime.h"
 #include "platform/NumberText.h"
 
@@ -15,12 +17,17 @@ namespace ormex::module::frame {
 
 GridCellEditor::GridCellEditor(Grid* grid) : QStyledItemDelegate(grid), m_grid(grid) {}
 
-QString GridCellEditor::numberText(const QString& typed, int decimals, double minimum, double maximum)
+GridCellEditor::TypedNumber GridCellEditor::numberText(const QString& typed, const GridColumn& column)
 {
-    const auto number = platform::parseNumber(typed.trimmed().toStdString());
-    if (!number) return {};
-    const double value = std::clamp(*number, minimum, maximum);
-    return QString::fromStdString(platform::formatFixed(value, decimals));
+    const std::string text = typed.trimmed().toStdString();
+    if (text.empty()) return {};
+    const int decimals = column.type == CellType::Integer ? 0 : column.decimals;
+    const std::string caption = column.caption.toStdString();
+    const auto number = platform::parseTypedNumber(text, decimals);
+    if (!number) return {{}, NotANumberRefusal(caption, decimals, text)};
+    if (*number < column.minimum || *number > column.maximum)
+        return {{}, OutOfRangeRefusal(caption, column.minimum, column.maximum, text)};
+    return {QString::fromStdString(platform::formatFixed(*number, decimals)), {}};
 }
 
 QWidget* GridCellEditor::createEditor(QWidget* parent, const QStyleOptionViewItem& option,
@@ -35,16 +42,10 @@ QWidget* GridCellEditor::createEditor(QWidget* parent, const QStyleOptionViewIte
     } else {
         auto* edit = new QLineEdit(parent);
         if (isNumberType(column.type)) {
-            const int decimals = column.type == CellType::Integer ? 0 : column.decimals;
-            const QString sign = column.minimum < 0 ? QStringLiteral("-?") : QString();
-            const QString fraction =
-                decimals > 0 ? QStringLiteral("(\\.[0-9]{0,%1})?").arg(decimals) : QString();
-            edit->setValidator(
-                new QRegularExpressionValidator(QRegularExpression(sign + "[0-9]*" + fraction), edit));
+            // No key is swallowed: a minus sign or a letter typed stays in view until the cell is
+            // confirmed, and is then taken as it stands or refused.
             edit->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
         } else if (column.type == CellType::Date) {
-            edit->setValidator(new QRegularExpressionValidator(
-                QRegularExpression(QStringLiteral("[0-9]{0,4}(-[0-9]{0,2}(-[0-9]{0,2})?)?")), edit));
             edit->setPlaceholderText(QStringLiteral("yyyy-mm-dd"));
         }
         editor = edit;
@@ -72,14 +73,31 @@ void GridCellEditor::setModelData(QWidget* editor, QAbstractItemModel* model, co
         text = combo->currentText();
     else if (auto* edit = qobject_cast<QLineEdit*>(editor))
         text = edit->text();
+    std::string refusal;
     if (isNumberType(column.type)) {
-        text = numberText(text, column.type == CellType::Integer ? 0 : column.decimals, column.minimum,
-                          column.maximum);
+        TypedNumber typed = numberText(text, column);
+        refusal = std::move(typed.refusal);
+        text = typed.text;
     } else if (column.type == CellType::Date && !text.trimmed().isEmpty()) {
-        // A date that is not one keeps the cell as it was.
         const auto date = platform::parseDate(text.trimmed().toStdString());
-        if (!date) return;
-        text = QString::fromStdString(date->toString());
+        if (date)
+            text = QString::fromStdString(date->toString());
+        else
+            refusal = "【" + column.caption.toStdString() + "】请按yyyy-mm-dd输入日期，不能接受“" +
+                      text.trimmed().toStdString() + "”！";
+    }
+    if (!refusal.empty()) {
+        // The cell keeps what it held. The operator is told once the editor has closed: a message
+        // box inside the commit would take the editor's focus and commit it a second time.
+        const QPersistentModelIndex cell(index);
+        QMetaObject::invokeMethod(
+            m_grid,
+            [grid = m_grid, cell, refusal] {
+                Messages().message(refusal, "提示", platform::MessageIcon::Information);
+                if (cell.isValid()) grid->setActiveCell(cell.row(), cell.column());
+            },
+            Qt::QueuedConnection);
+        return;
     }
     if (text == index.data(Qt::EditRole).toString()) return; // nothing changed: no edit to report
     model->setData(index, text, Qt::EditRole);

@@ -2,14 +2,17 @@
 
 #include <QStyledItemDelegate>
 
-// The cell editor of the grid: what an operator may type into a cell follows its column. Number
-// cells take digits with at most the column's decimals (a sign only when the column's minimum is
-// below 0) and are written within the column's range and in its format; list cells offer the
-// column's entries; date cells take "yyyy-mm-dd". F7 and F8 in an open editor ask for the
-// cell's lookup.
+#include <string>
+
+// The cell editor of the grid. A number cell takes whatever is typed and keeps it exactly as a
+// number in the column's format, or refuses it with a message naming the column (not a plain
+// number, more decimals than the column shows, outside the column's range) and leaves the cell as
+// it was: nothing typed is ever turned into another number. List cells offer the column's
+// entries; date cells take "yyyy-mm-dd". F7 and F8 in an open editor ask for the cell's lookup.
 namespace ormex::module::frame {
 
 class Grid;
+struct GridColumn;
 
 class GridCellEditor : public QStyledItemDelegate
 {
@@ -21,9 +24,14 @@ public:
     void setEditorData(QWidget* editor, const QModelIndex& index) const override;
     void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
 
-    // The text a number column stores for what was typed: within the range, in the column's
-    // format; "" stays "".
-    static QString numberText(const QString& typed, int decimals, double minimum, double maximum);
+    // What a number column does with a typed text: the text it stores (in the column's format;
+    // "" stays ""), or the refusal the operator reads.
+    struct TypedNumber
+    {
+        QString text;
+        std::string refusal; // empty when the text is taken
+    };
+    static TypedNumber numberText(const QString& typed, const GridColumn& column);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

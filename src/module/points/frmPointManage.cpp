@@ -7,7 +7,6 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QRegularExpressionValidator>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -128,8 +127,6 @@ QWidget* frmPointManage::buildPointsTab()
     m_comparison = new widgets::CodeList("itCondition_2", tab);
     m_txtLeavePoint = new QLineEdit(tab);
     m_txtLeavePoint->setObjectName("txtLeavePoint");
-    m_txtLeavePoint->setValidator(new QRegularExpressionValidator(
-        QRegularExpression(QStringLiteral("-?[0-9]*(\\.[0-9]{0,2})?")), m_txtLeavePoint));
     auto* leave = new QWidget(tab);
     auto* leaveRow = new QHBoxLayout(leave);
     leaveRow->setContentsMargins(0, 0, 0, 0);

@@ -12,6 +12,7 @@
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
+#include "module/frame/NumberEntry.h"
 #include "module/hq/HqLink.h"
 #include "module/widgets/CodeList.h"
 #include "module/widgets/InputField.h"
@@ -43,9 +44,12 @@ void frmPointManage::queryMembers(const std::string& extra)
     if (!number.empty()) condition += " and ( Mobile='" + number + "' or FCardId='" + number + "')";
     if (!m_type->text().isEmpty()) condition += " and FCardType='" + m_type->itemId().toStdString() + "'";
     if (!m_status->code().empty()) condition += " and FCardStatus='" + m_status->code() + "'";
-    const std::string leave = platform::trim(m_txtLeavePoint->text().toStdString());
-    if (!leave.empty() && !m_comparison->code().empty())
-        condition += (m_comparison->code() == "0" ? " and cur_num>=" : " and cur_num<") + leave;
+    bool refused = false;
+    const auto leave = frame::ReadNumberField(*m_txtLeavePoint, "剩余积分", 2, refused);
+    if (refused) return;
+    if (leave && !m_comparison->code().empty())
+        condition += (m_comparison->code() == "0" ? " and cur_num>=" : " and cur_num<") +
+                     platform::formatNumber(*leave);
     m_lastCondition = condition;
 
     frame::Grid& grid = *m_grids[0];

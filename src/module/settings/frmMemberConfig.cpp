@@ -9,14 +9,15 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QRegularExpressionValidator>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
 #include "module/frame/Gateway.h"
+#include "module/frame/NumberEntry.h"
 #include "module/frame/ScreenKeys.h"
 #include "module/frame/Session.h"
 #include "platform/NumberText.h"
+#include "platform/Text.h"
 
 namespace ormex::module::settings {
 
@@ -44,8 +45,18 @@ QLineEdit* lineEdit(QWidget* parent, const char* name)
 // An amount in the two-decimal format of the number fields; other text is kept as it is.
 std::string amountText(const std::string& value)
 {
-    if (auto number = platform::parseNumber(value)) return platform::formatFixed(*number, 2);
+    if (auto number = platform::parseTypedNumber(value, 2)) return platform::formatFixed(*number, 2);
     return value;
+}
+
+// What the amount fields are called on the screen, for the refusal of a text that is no amount.
+const char* amountCaption(std::string_view key)
+{
+    if (key == "LeaveAmount") return "储值卡保底金额";
+    if (key == "DailyAmtLimit") return "每日限额";
+    if (key == "MaxFillAmount") return "储值卡最大充值金额";
+    if (key == "MothlyAmtLimit") return "每月限额";
+    return "储值卡消费金额超过";
 }
 
 QRadioButton* option(const QWidget* screen, std::string_view control, int index)
@@ -197,9 +208,9 @@ void frmMemberConfig::connectChangeTracking()
         }
         if (setting.kind == SettingKind::Amount) {
             auto* edit = static_cast<QLineEdit*>(control(setting));
-            edit->setValidator(new QRegularExpressionValidator(
-                QRegularExpression(QStringLiteral("-?[0-9]*\\.?[0-9]{0,2}")), edit));
-            // What the operator typed takes the two-decimal format when the field is left.
+            edit->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+            // An amount typed takes the two-decimal format when the field is left; anything else
+            // stays as typed until the save refuses it.
             connect(edit, &QLineEdit::editingFinished, this, [edit] {
                 if (edit->isModified()) edit->setText(q(amountText(edit->text().toStdString())));
             });
@@ -336,6 +347,22 @@ platform::FieldMap frmMemberConfig::currentValues() const
 
 bool frmMemberConfig::validate()
 {
+    // An amount the operator typed must be one; what was stored and left untouched is written
+    // back as it was.
+    for (const MemberSetting& setting : kMemberSettings) {
+        if (setting.kind != SettingKind::Amount) continue;
+        auto* edit = static_cast<QLineEdit*>(control(setting));
+        const std::string text = platform::trim(edit->text().toStdString());
+        const auto loaded = m_loadedAmounts.find(setting.key);
+        if (text.empty() ||
+            (loaded != m_loadedAmounts.end() && loaded->second.first == edit->text().toStdString()) ||
+            platform::parseTypedNumber(text, 2))
+            continue;
+        frame::Messages().message(frame::NotANumberRefusal(amountCaption(setting.key), 2, text));
+        m_tabs->setCurrentIndex(1);
+        edit->setFocus();
+        return false;
+    }
     const std::string message = checkSpendingLimits(m_fltDailyAmtLimit->text().toStdString(),
                                                     m_fltMothlyAmtLimit->text().toStdString());
     if (message.empty()) return true;

@@ -5,7 +5,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QRegularExpressionValidator>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
@@ -130,14 +129,13 @@ QWidget* frmStoreCardManage::buildSingleTab()
     layout->addLayout(panel);
 
     auto* entry = new QGridLayout;
-    auto* amount =
-        new QRegularExpressionValidator(QRegularExpression(QStringLiteral("-?[0-9]*(\\.[0-9]{0,2})?")), tab);
+    // The amounts keep what the operator types; OK reads them as they stand or refuses them.
     for (const auto& [name, caption] :
          {std::pair{"itChargeAmt", "充值金额"}, std::pair{"itActualAmt", "实付金额"},
           std::pair{"itBalanceStyle", "付款方式"}, std::pair{"itMemo", "备        注"}}) {
         auto* f = new widgets::InputField(name, QString::fromUtf8(caption), tab);
         if (std::string_view(name) != "itMemo" && std::string_view(name) != "itBalanceStyle")
-            f->edit()->setValidator(amount);
+            f->edit()->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
         entry->addWidget(f, entry->count() / 2, entry->count() % 2);
     }
     field("itBalanceStyle")->setLookupButton(true);
@@ -183,8 +181,6 @@ QWidget* frmStoreCardManage::buildGridTab(int t)
     m_itLeaveAmt[i] = new widgets::CodeList(indexed("itLeave_amt", t), tab);
     m_txtLeaveAmt[i] = new QLineEdit(tab);
     m_txtLeaveAmt[i]->setObjectName(indexed("txtLeave_amt", t));
-    m_txtLeaveAmt[i]->setValidator(new QRegularExpressionValidator(
-        QRegularExpression(QStringLiteral("-?[0-9]*(\\.[0-9]{0,2})?")), m_txtLeaveAmt[i]));
     auto* leave = new QHBoxLayout;
     auto* leaveLabel =
         new QLabel(t == BatchTab ? QStringLiteral("剩余金额") : QStringLiteral("剩余积分"), tab);
@@ -251,7 +247,7 @@ void frmStoreCardManage::loadForm()
     m_chosenCards.clear();
     m_cardFilter.clear();
     m_shownCard.clear();
-    m_cachedBalance = 0;
+    m_cachedBalance = {};
     try {
         readSession();
     } catch (const std::exception& error) {
@@ -283,10 +279,11 @@ void frmStoreCardManage::loadForm()
     // Each card's balance stays in view beside what is recharged.
     m_grids[BatchTab]->setColumnHidden(m_columns[BatchTab].column("FResidualAmt"), false);
     LoadFillSettings();
-    // Negative recharges, where allowed, may be typed into the grid.
-    if (m_allowFillPlusAmt)
-        for (const char* f : {"FChargeAmt", "FActualAmt"})
-            m_grids[BatchTab]->setColumnMinimum(m_columns[BatchTab].column(f), -99999999);
+    // A negative amount stays in its cell as typed, also where negative recharges are not allowed:
+    // the checks of OK refuse it by name instead of the cell dropping its sign.
+    for (const char* f : {"FChargeAmt", "FActualAmt"})
+        if (const int column = m_columns[BatchTab].column(f); column >= 0)
+            m_grids[BatchTab]->setColumnMinimum(column, -m_grids[BatchTab]->column(column).maximum);
     field("itBranch")->setVisible(false);
     field("itOperator")->setText(QString::fromStdString(m_userName));
     m_tabs->setTabVisible(SingleTab, false);

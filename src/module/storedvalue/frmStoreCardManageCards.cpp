@@ -12,6 +12,7 @@
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
+#include "module/frame/NumberEntry.h"
 #include "module/hq/HqLink.h"
 #include "module/widgets/CodeList.h"
 #include "module/widgets/InputField.h"
@@ -144,11 +145,14 @@ bool frmStoreCardManage::queryCards(int tab, bool showMessages)
             filter += " and FCardType='" + m_itFCardType[i]->itemId().toStdString() + "'";
         if (!m_itFCardStatus[i]->code().empty())
             filter += " and FCardStatus='" + m_itFCardStatus[i]->code() + "'";
-        const std::string amount = platform::trim(m_txtLeaveAmt[i]->text().toStdString());
-        if (!m_itLeaveAmt[i]->entry().empty() && !amount.empty())
+        bool refused = false;
+        const auto amount =
+            frame::ReadNumberField(*m_txtLeaveAmt[i], tab == BatchTab ? "剩余金额" : "剩余积分", 2, refused);
+        if (refused) return false;
+        if (!m_itLeaveAmt[i]->entry().empty() && amount)
             filter += std::string(tab == BatchTab ? " and  convert(float,dbo.f_decrypt(FResidualAmt))"
                                                   : " and cur_num ") +
-                      comparisonOperator(m_itLeaveAmt[i]->code()) + amount;
+                      comparisonOperator(m_itLeaveAmt[i]->code()) + platform::formatNumber(*amount);
     }
     m_cardFilter = filter;
     platform::Recordset cards;
@@ -252,7 +256,7 @@ void frmStoreCardManage::ShowCard(const platform::FieldMap* card)
                                        "FResidualAmt")
                        .toString()
                  : card->text("FResidualAmt");
-    m_cachedBalance = platform::decodeBalanceValue(stored);
+    m_cachedBalance = platform::tryDecodeMoney(stored).value_or(platform::Money());
     set("itLeaveAmt", platform::decodeBalance(stored) + "元");
     m_shownCard = id;
     if (tab != SingleTab) return;
@@ -325,8 +329,8 @@ void frmStoreCardManage::leaveRechargeCell(int row, int column)
 {
     frame::Grid& grid = *m_grids[BatchTab];
     if (grid.dataRows() == 0 || column != m_columns[BatchTab].column("FChargeAmt")) return;
-    const double charge = platform::numberOr0(grid.cellStd(row, "FChargeAmt"));
-    if (charge > 0) grid.setCell(row, "FActualAmt", platform::formatNumber(charge));
+    const auto charge = platform::Money::parse(grid.cellStd(row, "FChargeAmt"));
+    if (charge && *charge > platform::Money()) grid.setCell(row, "FActualAmt", charge->toString());
 }
 
 void frmStoreCardManage::lookupPayment(int row)

@@ -107,6 +107,7 @@ TEST(GridLayout, ColumnsAndCellsLockAndUnlock)
 
 TEST(GridLayout, OnlyTheOperatorsEditsAreReported)
 {
+    test::TestHost host;
     Grid grid;
     ApplyLayout(grid, kLayout);
     QSignalSpy edits(&grid, &Grid::operatorEdited);
@@ -118,13 +119,24 @@ TEST(GridLayout, OnlyTheOperatorsEditsAreReported)
 
     grid.show();
     QApplication::setActiveWindow(&grid);
-    grid.setActiveCell(1, grid.columnOf("FVipNum"));
-    auto* editor = qobject_cast<QLineEdit*>(grid.editActiveCell());
-    ASSERT_NE(editor, nullptr);
-    QTest::keyClicks(editor, "-7.456abc");
-    EXPECT_EQ(editor->text(), "7.45") << "no sign above a minimum of 0, two decimals, digits only";
-    QTest::keyClick(editor, Qt::Key_Return);
-    QApplication::processEvents(); // the view commits an edit from its event loop
+    auto type = [&](const char* text) {
+        grid.setActiveCell(1, grid.columnOf("FVipNum"));
+        auto* editor = qobject_cast<QLineEdit*>(grid.editActiveCell());
+        ASSERT_NE(editor, nullptr);
+        QTest::keyClicks(editor, text);
+        EXPECT_EQ(editor->text(), text) << "no key is swallowed";
+        QTest::keyClick(editor, Qt::Key_Return);
+        QApplication::processEvents(); // the view commits an edit from its event loop
+        QApplication::processEvents(); // and tells a refusal after that
+    };
+    // What cannot be read as it stands is refused by name and changes nothing.
+    type("-7.456abc");
+    EXPECT_EQ(host.messages().texts(),
+              std::vector<std::string>{"【对应积分】只能输入数字，最多2位小数，不能接受“-7.456abc”！"});
+    EXPECT_EQ(grid.cellStd(1, "FVipNum"), "");
+    EXPECT_EQ(edits.count(), 0);
+
+    type("7.45");
     ASSERT_EQ(edits.count(), 1);
     EXPECT_EQ(edits.at(0).at(0).toInt(), 1);
     EXPECT_EQ(edits.at(0).at(1).toInt(), grid.columnOf("FVipNum"));
@@ -132,20 +144,46 @@ TEST(GridLayout, OnlyTheOperatorsEditsAreReported)
 
     // Confirming a cell without changing it is not an edit either.
     grid.setActiveCell(1, grid.columnOf("FVipNum"));
-    editor = qobject_cast<QLineEdit*>(grid.editActiveCell());
+    auto* editor = qobject_cast<QLineEdit*>(grid.editActiveCell());
     ASSERT_NE(editor, nullptr);
     QTest::keyClick(editor, Qt::Key_Return);
     QApplication::processEvents();
     EXPECT_EQ(edits.count(), 1);
 }
 
-TEST(GridLayout, NumbersAreStoredWithinTheirRangeAndFormat)
+TEST(GridLayout, ANumberCellTakesWhatWasTypedOrRefusesIt)
 {
-    EXPECT_EQ(GridCellEditor::numberText("12.5", 2, 0, 100), "12.50");
-    EXPECT_EQ(GridCellEditor::numberText("-3", 2, 0, 100), "0.00");
-    EXPECT_EQ(GridCellEditor::numberText("250", 0, 0, 100), "100");
-    EXPECT_EQ(GridCellEditor::numberText("-3", 2, -1000, 1000), "-3.00");
-    EXPECT_EQ(GridCellEditor::numberText("", 2, 0, 100), "");
+    GridColumn points;
+    points.caption = QStringLiteral("积分奖励");
+    points.type = CellType::Number;
+    points.decimals = 2;
+    points.maximum = 100;
+    GridColumn count = points;
+    count.caption = QStringLiteral("数量");
+    count.type = CellType::Integer;
+    struct Case
+    {
+        const GridColumn& column;
+        const char* typed;
+        const char* stored;
+        const char* refusal;
+    };
+    const Case cases[] = {
+        {points, "12.5", "12.50", ""},
+        {points, " 100 ", "100.00", ""},
+        {points, "", "", ""},
+        {points, "-3", "", "【积分奖励】须在0至100之间，不能接受“-3”！"},
+        {points, "100.01", "", "【积分奖励】须在0至100之间，不能接受“100.01”！"},
+        {points, "1e2", "", "【积分奖励】只能输入数字，最多2位小数，不能接受“1e2”！"},
+        {points, "1.005", "", "【积分奖励】只能输入数字，最多2位小数，不能接受“1.005”！"},
+        {count, "7.5", "", "【数量】只能输入整数，不能接受“7.5”！"},
+        {count, "7", "7", ""},
+    };
+    for (const Case& c : cases) {
+        const auto result = GridCellEditor::numberText(QString::fromUtf8(c.typed), c.column);
+        EXPECT_EQ(result.text.toStdString(), c.stored) << c.typed;
+        EXPECT_EQ(result.refusal, c.refusal) << c.typed;
+    }
 }
 
 TEST(GridHelpers, FillMarksEveryChangedValueRedAndShowsNumbers)

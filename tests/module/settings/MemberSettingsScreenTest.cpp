@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTabWidget>
+#include <QTest>
 
 #include <cstdlib>
 
@@ -129,6 +130,28 @@ TEST(MemberSettingsScreen, TheDailyLimitMayNotExceedTheMonthlyLimit)
     ASSERT_EQ(t.batches.size(), 1u);
     EXPECT_EQ(t.stored("DailyAmtLimit"), "500");
     EXPECT_FALSE(t.get<QPushButton>("cmdSave")->isEnabled());
+}
+
+TEST(MemberSettingsScreen, AnAmountTypedIsSavedAsTypedOrRefused)
+{
+    SettingsScreen t;
+    t.screen.show();
+    auto* maximum = t.get<QLineEdit>("fltMaxFillAmount");
+    maximum->setFocus();
+    maximum->selectAll();
+    QTest::keyClicks(maximum, "1e3");
+    EXPECT_EQ(maximum->text(), "1e3") << "no key is swallowed";
+    t.get<QPushButton>("cmdSave")->click();
+    EXPECT_EQ(t.host.messages().texts(),
+              std::vector<std::string>{"【储值卡最大充值金额】只能输入数字，最多2位小数，不能接受“1e3”！"});
+    EXPECT_TRUE(t.batches.empty());
+    EXPECT_EQ(t.stored("MaxFillAmount"), "0");
+
+    maximum->selectAll();
+    QTest::keyClicks(maximum, "-5.5");
+    t.get<QPushButton>("cmdSave")->click();
+    ASSERT_EQ(t.batches.size(), 1u);
+    EXPECT_EQ(t.stored("MaxFillAmount"), "-5.5") << "the sign typed is kept";
 }
 
 TEST(MemberSettingsScreen, SavesEveryKeyWithReaderQuotesDoubled)
