@@ -74,10 +74,10 @@ storedvalue::Recharge recharge(const std::string& card, double amount)
 {
     storedvalue::Recharge r;
     r.card = card;
-    r.amount = amount;
-    r.paid = amount;
-    r.oldBalance = 120.5;
-    r.newBalance = 120.5 + amount;
+    r.amount = ormex::platform::Money::ofDouble(amount);
+    r.paid = r.amount;
+    r.oldBalance = ormex::platform::Money::ofDouble(120.5);
+    r.newBalance = r.oldBalance + r.amount;
     r.listedBalance = r.newBalance;
     r.memo = "充值 'memo'";
     r.operDate = "2026-11-23 10:00:00";
@@ -90,10 +90,10 @@ storedvalue::Conversion conversion(const std::string& card)
     storedvalue::Conversion c;
     c.card = card;
     c.points = 100;
-    c.amount = 10;
-    c.oldBalance = 50;
-    c.gridBalance = 50;
-    c.newBalance = 60;
+    c.amount = ormex::platform::Money::ofDouble(10);
+    c.oldBalance = ormex::platform::Money::ofDouble(50);
+    c.gridBalance = c.oldBalance;
+    c.newBalance = c.oldBalance + c.amount;
     c.operDate = "2026-11-23 10:00:00";
     return c;
 }

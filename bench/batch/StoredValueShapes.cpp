@@ -48,10 +48,10 @@ std::string rechargeStatements(const Card& c)
 {
     storedvalue::Recharge r;
     r.card = c.id;
-    r.amount = kRechargeAmount;
-    r.paid = kRechargeAmount;
-    r.oldBalance = c.balance;
-    r.newBalance = c.balance + kRechargeAmount;
+    r.amount = platform::Money::ofDouble(kRechargeAmount);
+    r.paid = r.amount;
+    r.oldBalance = platform::Money::ofDouble(c.balance);
+    r.newBalance = r.oldBalance + r.amount;
     r.listedBalance = r.newBalance;
     r.memo = kRechargeMemo;
     r.operDate = kOperDate;
@@ -110,10 +110,10 @@ std::vector<std::string> conversionBatches(const std::vector<Card>& cards)
         storedvalue::Conversion v;
         v.card = c.id;
         v.points = kConversionPoints;
-        v.amount = kConversionAmount;
-        v.oldBalance = c.balance;
-        v.gridBalance = c.balance;
-        v.newBalance = c.balance + kConversionAmount;
+        v.amount = platform::Money::ofDouble(kConversionAmount);
+        v.oldBalance = platform::Money::ofDouble(c.balance);
+        v.gridBalance = v.oldBalance;
+        v.newBalance = v.oldBalance + v.amount;
         v.operDate = kOperDate;
         return storedvalue::ConversionStatements(kSession, n, v);
     }));

@@ -15,9 +15,14 @@ using platform::quoteDoubled;
 
 constexpr const char* CRLF = "\r\n";
 
-std::string encoded(double balance)
+std::string encoded(platform::Money balance)
 {
-    return quoteDoubled(platform::encodeBalance(platform::trimRight(formatNumber(balance))));
+    return quoteDoubled(platform::encodeBalance(balance));
+}
+
+std::string amount(platform::Money value)
+{
+    return value.toString();
 }
 
 } // namespace
@@ -36,11 +41,10 @@ std::string RechargeStatements(const StoredValueSession& s, const Recharge& r)
     return std::string(CRLF) + BalanceStatement(r.card, encoded(r.newBalance)) + CRLF +
            "insert T_Pos_AddMoneyList(FCardId, FPlusAmt, fuserid, FOperDate, FOldAmt," +
            " Fbranchid,FBranchno,other1,FPlusRealAmt,FResidualAmt,FBalanceStyle,FComFlag)" + CRLF +
-           "select '" + quoteDoubled(r.card) + "'," + formatNumber(r.amount) + "," + s.userId + ",'" +
-           quoteDoubled(r.operDate) + "'," + formatNumber(r.oldBalance) + "," + s.branchId + ",'" +
-           quoteDoubled(s.branchNo) + "','" + quoteDoubled(r.memo) + "'," + formatNumber(r.paid) + ",'" +
-           formatNumber(r.listedBalance) + "'," + (r.paymentId.empty() ? std::string("0") : r.paymentId) +
-           ",'1'";
+           "select '" + quoteDoubled(r.card) + "'," + amount(r.amount) + "," + s.userId + ",'" +
+           quoteDoubled(r.operDate) + "'," + amount(r.oldBalance) + "," + s.branchId + ",'" +
+           quoteDoubled(s.branchNo) + "','" + quoteDoubled(r.memo) + "'," + amount(r.paid) + ",'" +
+           amount(r.listedBalance) + "'," + (r.paymentId.empty() ? std::string("0") : r.paymentId) + ",'1'";
 }
 
 std::string ConversionStatements(const StoredValueSession& s, int n, const Conversion& c)
@@ -57,7 +61,7 @@ std::string ConversionStatements(const StoredValueSession& s, int n, const Conve
              "FVipNum,fuserid,FOperDate,"
              "FComFlag,memo)" +
              CRLF + "select " + s.branchId + ",'" + branchNo + "','" + card + "','" + "4" + "'" + "," +
-             formatNumber(c.amount) + "," + points + "," + s.userId + ",'" + quoteDoubled(c.operDate) +
+             amount(c.amount) + "," + points + "," + s.userId + ",'" + quoteDoubled(c.operDate) +
              "','1','积分转储值'";
     batch += std::string(CRLF) + " declare @blnIsinset" + j + " int " + CRLF + " set @blnIsinset" + j +
              "=1 " + CRLF + "if not exists(select 1 from T_Pos_VipConsume " + thisBranch + ")" + CRLF +
@@ -78,8 +82,8 @@ std::string ConversionStatements(const StoredValueSession& s, int n, const Conve
              "fuserid,FOperDate,FOldAmt,Fbranchid,FBranchno,FPlusAmt,FResidualAmt,"
              "other1,FComFlag)" +
              CRLF + "select '" + card + "'," + s.userId + ",'" + quoteDoubled(c.operDate) + "'," +
-             formatNumber(c.oldBalance) + "," + s.branchId + ",'" + branchNo + "'," + formatNumber(c.amount) +
-             ",'" + formatNumber(c.gridBalance + c.amount) + "','积分转储值','1'";
+             amount(c.oldBalance) + "," + s.branchId + ",'" + branchNo + "'," + amount(c.amount) + ",'" +
+             amount(c.gridBalance + c.amount) + "','积分转储值','1'";
     return batch;
 }
 

@@ -11,6 +11,7 @@
 #include "module/frame/NameListLookup.h"
 #include "platform/BusinessObjects.h"
 #include "platform/FieldMap.h"
+#include "platform/Money.h"
 
 class QLineEdit;
 class QPushButton;
@@ -62,7 +63,7 @@ public:
     // What the screen keeps.
     double maxFillAmount() const { return m_maxFillAmount; }
     bool allowFillPlusAmt() const { return m_allowFillPlusAmt; }
-    double cachedBalance() const { return m_cachedBalance; }
+    platform::Money cachedBalance() const { return m_cachedBalance; }
     const std::string& cardFilter() const { return m_cardFilter; }
 
     QTabWidget* tabs() const { return m_tabs; }
@@ -103,7 +104,7 @@ private:
     bool validatePoints();
     // The balance of a card re-read from the database that owns it; the read is kept as a check and
     // the card among those of the save.
-    double rereadBalance(const std::string& card);
+    platform::Money rereadBalance(const std::string& card);
     bool buildSingle(std::string& batch);
     bool buildBatch(std::string& batch);
     bool buildPoints(std::string& batch);
@@ -121,7 +122,7 @@ private:
     double m_maxFillAmount = 0;
     bool m_allowFillPlusAmt = false;
 
-    double m_cachedBalance = 0;
+    platform::Money m_cachedBalance;
     std::string m_cardFilter;
     std::vector<std::string> m_chosenCards; // the cards of the last lookup, for the batch query
     std::vector<std::string> m_lastChosen;  // the cards the last batch query was made for

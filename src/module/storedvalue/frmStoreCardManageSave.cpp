@@ -10,6 +10,7 @@
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
 #include "module/frame/GridHelpers.h"
+#include "module/frame/NumberEntry.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/OperationLog.h"
 #include "module/hq/ReplayOutbox.h"
@@ -23,9 +24,22 @@ namespace ormex::module::storedvalue {
 
 namespace {
 
+using platform::Money;
+
 double number(const std::string& text)
 {
     return platform::numberOr0(text);
+}
+
+// An amount cell of a grid; its editor keeps only amounts there.
+Money cellAmount(const frame::Grid& grid, int row, const char* field)
+{
+    return Money::parse(grid.cellStd(row, field)).value_or(Money());
+}
+
+Money recordAmount(const platform::FieldMap& record, const char* field)
+{
+    return Money::parse(record.text(field)).value_or(Money());
 }
 
 std::string maxFillMessage(double maximum)
@@ -71,21 +85,27 @@ bool frmStoreCardManage::validateSingle()
 {
     if (!CheckRechargeCard(SingleTab)) return false;
     if (field("itCardID_0")->text().isEmpty()) return false;
-    const double charge = number(field("itCharge")->textStd());
-    const double actual = number(field("itAmt")->textStd());
+    // The amounts as typed: a text that is not an amount is refused by name, never read as 0.
+    bool refused = false;
+    const auto typedCharge = frame::ReadNumberField(*field("itChargeAmt")->edit(), "充值金额", 2, refused);
+    if (refused) return false;
+    const auto typedActual = frame::ReadNumberField(*field("itActualAmt")->edit(), "实付金额", 2, refused);
+    if (refused) return false;
+    const Money charge = Money::ofDouble(typedCharge.value_or(0));
+    const Money actual = Money::ofDouble(typedActual.value_or(0));
     std::string message;
     const char* focus = "itChargeAmt";
-    if (charge == 0)
+    if (charge.isZero())
         message = "充值金额不能为0！";
-    else if (charge < 0 && !m_allowFillPlusAmt)
+    else if (charge.isNegative() && !m_allowFillPlusAmt)
         message = "充值金额不允许为负数！";
-    else if (charge < 0 && m_cachedBalance < -charge)
+    else if (charge.isNegative() && m_cachedBalance < charge.abs())
         message = "扣减的充值金额不能大于卡余额！";
-    else if (m_maxFillAmount > 0 && charge > m_maxFillAmount)
+    else if (m_maxFillAmount > 0 && charge.toDouble() > m_maxFillAmount)
         message = maxFillMessage(m_maxFillAmount);
-    else if (actual == 0 && !m_allowFillPlusAmt)
+    else if (actual.isZero() && !m_allowFillPlusAmt)
         message = "实付金额不能为0！", focus = "itActualAmt";
-    else if (actual < 0 && !m_allowFillPlusAmt)
+    else if (actual.isNegative() && !m_allowFillPlusAmt)
         message = "实付金额不允许为负数！", focus = "itActualAmt";
     else if (actual > charge && !frame::Messages().question("充值金额小于实付金额，是否确认充值？")) {
         field("itActualAmt")->setFocus();
@@ -101,18 +121,18 @@ bool frmStoreCardManage::validateBatch()
 {
     frame::Grid& grid = *m_grids[BatchTab];
     for (int r = 0; r < grid.dataRows(); ++r) {
-        const double charge = number(grid.cellStd(r, "FChargeAmt"));
-        const double actual = number(grid.cellStd(r, "FActualAmt"));
-        const double balance = number(grid.cellStd(r, "FResidualAmt"));
+        const Money charge = cellAmount(grid, r, "FChargeAmt");
+        const Money actual = cellAmount(grid, r, "FActualAmt");
+        const Money balance = cellAmount(grid, r, "FResidualAmt");
         std::string message;
         const char* column = "FChargeAmt";
-        if (charge < 0 && !m_allowFillPlusAmt)
+        if (charge.isNegative() && !m_allowFillPlusAmt)
             message = "充值金额不允许为负数！";
-        else if (charge < 0 && balance < -charge)
+        else if (charge.isNegative() && balance < charge.abs())
             message = "扣减的充值金额不能大于卡余额！";
-        else if (m_maxFillAmount > 0 && charge > m_maxFillAmount)
+        else if (m_maxFillAmount > 0 && charge.toDouble() > m_maxFillAmount)
             message = maxFillMessage(m_maxFillAmount);
-        else if (actual < 0 && !m_allowFillPlusAmt)
+        else if (actual.isNegative() && !m_allowFillPlusAmt)
             message = "实付金额不允许为负数！", column = "FActualAmt";
         else if (actual > charge && !frame::Messages().question("充值金额小于实付金额，是否确认？"))
             return false;
@@ -165,13 +185,13 @@ void frmStoreCardManage::ConvertPointsCell(int column, int row)
     try {
         const platform::FieldMap result = frame::PointsToValue(type, points);
         grid.setCell(row, "FPoint", platform::formatNumber(result.value("UsedPoint").toDouble()));
-        grid.setCell(row, "FAmt", platform::formatNumber(result.value("StoredAmt").toDouble()));
+        grid.setCell(row, "FAmt", Money::ofDouble(result.value("StoredAmt").toDouble()).toString());
     } catch (const std::exception& error) {
         frame::Messages().error(error.what());
     }
 }
 
-double frmStoreCardManage::rereadBalance(const std::string& card)
+Money frmStoreCardManage::rereadBalance(const std::string& card)
 {
     m_batchCards.push_back(card);
     const std::string sql =
@@ -180,20 +200,20 @@ double frmStoreCardManage::rereadBalance(const std::string& card)
         m_linked ? hq::HQGetFieldValue(sql, "FResidualAmt") : frame::GetFieldValue(sql, "FResidualAmt");
     // The new balance is computed from this value: the batch runs only while it stands.
     (m_linked ? m_hqChecks : m_localChecks).push_back({sql, "FResidualAmt", stored});
-    return platform::decodeBalanceValue(stored.toString());
+    return platform::tryDecodeMoney(stored.toString()).value_or(Money());
 }
 
 bool frmStoreCardManage::buildSingle(std::string& batch)
 {
     Recharge r;
     r.card = field("itCardID_0")->textStd();
-    r.amount = number(field("itCharge")->textStd());
-    r.paid = number(field("itAmt")->textStd());
+    r.amount = Money::ofDouble(platform::parseTypedNumber(field("itCharge")->textStd(), 2).value_or(0));
+    r.paid = Money::ofDouble(platform::parseTypedNumber(field("itAmt")->textStd(), 2).value_or(0));
     r.oldBalance = m_cachedBalance;
     r.memo = field("itMemo")->textStd();
     r.operDate = field("itOperateDate")->textStd() + frame::CurrentTimeText();
     r.paymentId = field("itBalanceStyle")->itemId().toStdString();
-    const double read = rereadBalance(r.card);
+    const Money read = rereadBalance(r.card);
     r.newBalance = r.amount + read;
     if (!m_linked) m_cachedBalance = read;
     r.listedBalance = r.amount + (m_linked ? r.oldBalance : read);
@@ -207,22 +227,22 @@ bool frmStoreCardManage::buildBatch(std::string& batch)
     const std::string now = platform::now().toString();
     for (std::size_t i = 0; i < rows.rowCount(); ++i) {
         const platform::FieldMap& record = rows.rows()[i];
-        if (record.value("FChargeAmt").toDouble() == 0) {
+        Recharge r;
+        r.amount = recordAmount(record, "FChargeAmt");
+        if (r.amount.isZero()) {
             frame::Messages().warning("充值金额不能为0");
             m_grids[BatchTab]->setActiveCell(static_cast<int>(i), m_grids[BatchTab]->columnOf("FChargeAmt"));
             m_grids[BatchTab]->setFocus();
             return false;
         }
-        Recharge r;
         r.card = record.text("FCardId");
-        r.amount = record.value("FChargeAmt").toDouble();
-        r.paid = record.value("FActualAmt").toDouble();
+        r.paid = recordAmount(record, "FActualAmt");
         r.memo = record.text("other1");
         r.operDate = now;
         r.paymentId = record.text("FBalanceStyleId");
-        m_cachedBalance = record.value("FResidualAmt").toDouble();
-        const double read = rereadBalance(r.card);
-        double listed = m_cachedBalance;
+        m_cachedBalance = recordAmount(record, "FResidualAmt");
+        const Money read = rereadBalance(r.card);
+        Money listed = m_cachedBalance;
         if (!m_linked) m_cachedBalance = listed = read;
         r.oldBalance = m_cachedBalance;
         r.newBalance = r.amount + read;
@@ -238,15 +258,15 @@ bool frmStoreCardManage::buildPoints(std::string& batch)
     const std::string now = platform::now().toString();
     for (std::size_t j = 0; j < rows.rowCount(); ++j) {
         const platform::FieldMap& record = rows.rows()[j];
-        if (record.value("FAmt").toDouble() == 0) continue;
         Conversion c;
+        c.amount = recordAmount(record, "FAmt");
+        if (c.amount.isZero()) continue;
         c.card = record.text("FCardId");
         c.points = record.value("FPoint").toDouble();
-        c.amount = record.value("FAmt").toDouble();
         c.operDate = now;
-        m_cachedBalance = record.value("FResidualAmt").toDouble();
-        double gridBalance = m_cachedBalance;
-        const double read = rereadBalance(c.card);
+        m_cachedBalance = recordAmount(record, "FResidualAmt");
+        Money gridBalance = m_cachedBalance;
+        const Money read = rereadBalance(c.card);
         if (!m_linked) m_cachedBalance = gridBalance = read;
         // The points used must still be there when the conversion is written.
         const std::string left = "select FAccNum-FDecNum as LeavePoint from T_Pos_VipRecord where FCardId='" +

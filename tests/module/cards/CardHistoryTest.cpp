@@ -19,6 +19,7 @@
 
 using namespace ormex;
 using module::cards::dlgCardHistory;
+using namespace ormex::platform::money_literals;
 
 namespace {
 
@@ -49,10 +50,10 @@ void liveTheCard(test::TestHost& host)
     on(15);
     // The single recharge writes its time without leading zeros.
     module::frame::ExecuteSQL(module::storedvalue::RechargeStatements(
-        money, {"H1", 200, 180, 0, 200, 200, "开业活动", "2026-11-15 9:5:7", "1"}));
+        money, {"H1", 200_yuan, 180_yuan, 0_yuan, 200_yuan, 200_yuan, "开业活动", "2026-11-15 9:5:7", "1"}));
     on(20);
     module::frame::ExecuteSQL(module::storedvalue::ConversionStatements(
-        money, 1, {"H1", 50, 5, 200, 200, 205, "2026-11-20 10:00:00"}));
+        money, 1, {"H1", 50, 5_yuan, 200_yuan, 200_yuan, 205_yuan, "2026-11-20 10:00:00"}));
     on(23);
     platform::FieldMap change{{"FCardId", "H1"}, {"FCardStatus", 2}};
     int lossCode = 4;

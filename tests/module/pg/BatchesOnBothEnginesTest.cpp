@@ -29,6 +29,7 @@ using namespace ormex;
 using ormex::test::kMixedCaseCardAsTyped;
 namespace points = ormex::module::points;
 namespace storedvalue = ormex::module::storedvalue;
+using namespace ormex::platform::money_literals;
 namespace cards = ormex::module::cards;
 namespace hq = ormex::module::hq;
 
@@ -210,10 +211,10 @@ TEST_F(BatchesOnBothEngines, BatchRechargeAtABranchAndAtHeadquarters)
     auto recharge = [&](const std::string& card, double amount, const std::string& memo) {
         storedvalue::Recharge r;
         r.card = card;
-        r.amount = amount;
-        r.paid = amount;
-        r.oldBalance = balance(card);
-        r.newBalance = r.listedBalance = r.oldBalance + amount;
+        r.amount = platform::Money::ofDouble(amount);
+        r.paid = r.amount;
+        r.oldBalance = platform::Money::ofDouble(balance(card));
+        r.newBalance = r.listedBalance = r.oldBalance + r.amount;
         r.memo = memo;
         r.operDate = kOperDate;
         return storedvalue::RechargeStatements(kOwnValue, r);
@@ -242,9 +243,9 @@ TEST_F(BatchesOnBothEngines, SingleRechargeOneCardAtATime)
     for (const std::string& card : joined(cards(kLiveSavingCard, 4), {kMixedCaseCardAsTyped})) {
         storedvalue::Recharge r;
         r.card = card;
-        r.amount = k % 2 ? -20.5 : 250; // a negative amount takes from the balance
-        r.paid = k % 2 ? -20 : 245;
-        r.oldBalance = balance(card);
+        r.amount = k % 2 ? -20.5_yuan : 250_yuan; // a negative amount takes from the balance
+        r.paid = k % 2 ? -20_yuan : 245_yuan;
+        r.oldBalance = platform::Money::ofDouble(balance(card));
         r.newBalance = r.listedBalance = r.oldBalance + r.amount;
         r.memo = "单卡充值";
         r.operDate = "2026-11-23 9:5:7";
@@ -264,9 +265,9 @@ TEST_F(BatchesOnBothEngines, PointsToStoredValueAtOwnAndOtherBranch)
         storedvalue::Conversion c;
         c.card = card;
         c.points = points;
-        c.amount = amount;
-        c.oldBalance = c.gridBalance = balance(card);
-        c.newBalance = c.oldBalance + amount;
+        c.amount = platform::Money::ofDouble(amount);
+        c.oldBalance = c.gridBalance = platform::Money::ofDouble(balance(card));
+        c.newBalance = c.oldBalance + c.amount;
         c.operDate = kOperDate;
         return storedvalue::ConversionStatements(session, n, c);
     };
@@ -413,8 +414,8 @@ TEST_F(BatchesOnBothEngines, ScreensReadTheSameValues)
     for (const std::string& card : saving) {
         storedvalue::Recharge r;
         r.card = card;
-        r.amount = r.paid = 123.45;
-        r.oldBalance = balance(card);
+        r.amount = r.paid = 123.45_yuan;
+        r.oldBalance = platform::Money::ofDouble(balance(card));
         r.newBalance = r.listedBalance = r.oldBalance + r.amount;
         r.operDate = kOperDate;
         batch += storedvalue::RechargeStatements(kOwnValue, r);

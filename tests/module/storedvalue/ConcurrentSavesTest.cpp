@@ -58,8 +58,10 @@ std::string card(int i)
                     const std::string read =
                         "select FResidualAmt from T_Pos_VipRecord where FCardId='" + id + "'";
                     const platform::Value stored = module::frame::GetFieldValue(read, "FResidualAmt");
-                    const double balance = platform::decodeBalanceValue(stored.toString());
-                    const double amount = static_cast<double>(random() % 5000) / 100.0 + 1;
+                    const platform::Money balance =
+                        platform::tryDecodeMoney(stored.toString()).value_or(platform::Money());
+                    const platform::Money amount = platform::Money::fromUnits(
+                        static_cast<std::int64_t>(random() % 5000) * 100 + platform::Money::kUnitsPerYuan);
                     module::frame::ExecuteSQL(
                         module::storedvalue::RechargeStatements(
                             valueSession, {id, amount, amount, balance, balance + amount, balance + amount,

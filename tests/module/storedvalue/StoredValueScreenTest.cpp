@@ -111,7 +111,7 @@ TEST(StoredValueScreen, TheSingleCardSearchAndItsRefusals)
     EXPECT_EQ(t.field("itBalanceStyle").textStd(), "现金");
     EXPECT_EQ(t.field("itOperateDate").textStd(), "2026-11-23");
     EXPECT_EQ(t.field("itCardAmt").textStd(), "100") << "the issue amount";
-    EXPECT_DOUBLE_EQ(t.screen.cachedBalance(), 50);
+    EXPECT_EQ(t.screen.cachedBalance().toString(), "50");
 }
 
 TEST(StoredValueScreen, ASingleRechargeOfOneHundredOnFifty)

@@ -8,6 +8,7 @@
 
 using namespace ormex::module::storedvalue;
 using ormex::platform::encodeBalance;
+using namespace ormex::platform::money_literals;
 using ormex::test::ScopedClock;
 using ormex::test::TestDatabase;
 
@@ -35,7 +36,8 @@ protected:
 
 TEST_F(StoredValueStatements, ARechargeOfOneHundredOnFifty)
 {
-    const Recharge r{"S1", 100, 100, 50, 150, 150, "生日充值", "2026-11-23 9:5:7", "1"};
+    const Recharge r{"S1",     100_yuan,   100_yuan,           50_yuan, 150_yuan,
+                     150_yuan, "生日充值", "2026-11-23 9:5:7", "1"};
     const std::string update =
         " update T_Pos_VipRecord set FResidualAmt='" + encodeBalance("150") + "' where FCardId='S1'";
     EXPECT_EQ(RechargeStatements(s, r),
@@ -57,9 +59,10 @@ TEST_F(StoredValueStatements, ARechargeOfOneHundredOnFifty)
 
 TEST_F(StoredValueStatements, TwoRechargesInOneBatchWithQuotesAndDeductions)
 {
-    t.db().execute(
-        RechargeStatements(s, {"S1", -20, -20, 50, 30, 30, "退O'Brien", "2026-11-23 09:05:07", "1"}) +
-        RechargeStatements(s, {"S2", 0.1, 0, 5, 5.1, 5.1, "", "2026-11-23 09:05:07", "2"}));
+    t.db().execute(RechargeStatements(s, {"S1", -20_yuan, -20_yuan, 50_yuan, 30_yuan, 30_yuan, "退O'Brien",
+                                          "2026-11-23 09:05:07", "1"}) +
+                   RechargeStatements(s, {"S2", 0.1_yuan, 0_yuan, 5_yuan, 5.1_yuan, 5.1_yuan, "",
+                                          "2026-11-23 09:05:07", "2"}));
     EXPECT_EQ(balance("S1"), "30");
     EXPECT_EQ(balance("S2"), "5.1");
     EXPECT_EQ(
@@ -71,7 +74,7 @@ TEST_F(StoredValueStatements, TwoRechargesInOneBatchWithQuotesAndDeductions)
 
 TEST_F(StoredValueStatements, OneHundredPointsForTenYuanOnFive)
 {
-    const Conversion c{"S2", 100, 10, 5, 5, 15, "2026-11-23 09:05:07"};
+    const Conversion c{"S2", 100, 10_yuan, 5_yuan, 5_yuan, 15_yuan, "2026-11-23 09:05:07"};
     const std::string batch = ConversionStatements(s, 3, c);
     EXPECT_EQ(
         batch.substr(0, batch.find("If Not Exists (select 1")),
