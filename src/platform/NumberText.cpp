@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
 
 #include "Text.h"
 
@@ -141,6 +142,13 @@ std::optional<double> parseTypedNumber(std::string_view text, int decimals)
     const auto read = std::from_chars(s.data() + start, s.data() + s.size(), value);
     if (read.ec != std::errc() || read.ptr != s.data() + s.size()) return std::nullopt;
     return value == 0 ? 0.0 : value; // no negative zero
+}
+
+std::string sqlNumber(std::string_view text)
+{
+    if (!parseTypedNumber(text, 15))
+        throw std::invalid_argument("“" + std::string(text) + "”不是数字，不能写入语句！");
+    return trim(text);
 }
 
 bool isNumericText(std::string_view text)

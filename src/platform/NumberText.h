@@ -31,6 +31,11 @@ std::optional<double> parseNumber(std::string_view text);
 // stands or refused, never turned into another number. Independent of the system locale.
 std::optional<double> parseTypedNumber(std::string_view text, int decimals);
 
+// A number put into a statement without quotes: the text itself when it is a plain number (as
+// parseTypedNumber reads it), so that nothing else can reach the statement that way. Throws
+// std::invalid_argument naming the text otherwise.
+std::string sqlNumber(std::string_view text);
+
 // True when parseNumber accepts the text.
 bool isNumericText(std::string_view text);
 

@@ -1,4 +1,5 @@
 #include "TestDatabase.h"
+#include "platform/Text.h"
 
 #include <sqlite3.h>
 
@@ -85,7 +86,8 @@ platform::Value TestDatabase::scalar(const std::string& sql)
 
 platform::Value TestDatabase::decodedBalance(const std::string& card)
 {
-    return scalar("select dbo.f_decrypt(FResidualAmt) from T_Pos_VipRecord where FCardId='" + card + "'");
+    return scalar("select dbo.f_decrypt(FResidualAmt) from T_Pos_VipRecord where FCardId=" +
+                  platform::quoted(card));
 }
 
 std::vector<std::string> TestDatabase::rows(const std::string& sql)

@@ -6,6 +6,7 @@ namespace ormex::module::cards {
 
 using platform::entryCode;
 using platform::padEntry;
+using platform::quoted;
 using platform::trim;
 
 const std::vector<std::string>& approvalOperatorEntries()
@@ -34,22 +35,15 @@ const std::vector<std::string>& approvalStatusEntries()
 std::string buildApprovalCondition(const ApprovalConditionInput& input)
 {
     std::string condition;
-    if (!trim(input.cardId).empty()) condition += " and FCardId ='" + input.cardId + "'";
-    if (!trim(input.name).empty()) condition += " and FVipName ='" + input.name + "'";
+    if (!trim(input.cardId).empty()) condition += " and FCardId =" + quoted(input.cardId);
+    if (!trim(input.name).empty()) condition += " and FVipName =" + quoted(input.name);
     if (const std::string op = entryCode(input.operatorEntry); !op.empty())
-        condition += " and FModifyDate " + op + "'" + input.date + "'";
+        condition += " and FModifyDate " + op + quoted(input.date);
     if (const std::string status = entryCode(input.statusEntry); !status.empty())
-        condition += " and FCardStatus ='" + status + "'";
-    if (!trim(input.branchNo).empty()) condition += " and FBranchno ='" + input.branchNo + "'";
-    if (!trim(input.mobile).empty()) condition += " and mobile ='" + input.mobile + "'";
+        condition += " and FCardStatus =" + quoted(status);
+    if (!trim(input.branchNo).empty()) condition += " and FBranchno =" + quoted(input.branchNo);
+    if (!trim(input.mobile).empty()) condition += " and mobile =" + quoted(input.mobile);
     return condition;
-}
-
-bool containsQuote(const ApprovalConditionInput& input)
-{
-    for (const std::string* text : {&input.cardId, &input.name, &input.date, &input.branchNo, &input.mobile})
-        if (text->find('\'') != std::string::npos) return true;
-    return false;
 }
 
 } // namespace ormex::module::cards

@@ -29,8 +29,4 @@ struct ApprovalConditionInput
 // not doubled); a field counts as filled when it is not blank.
 std::string buildApprovalCondition(const ApprovalConditionInput& input);
 
-// True when a text typed into a condition field holds a single quote, which the condition cannot
-// carry (the texts go into it as typed).
-bool containsQuote(const ApprovalConditionInput& input);
-
 } // namespace ormex::module::cards

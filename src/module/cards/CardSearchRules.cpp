@@ -10,14 +10,14 @@ namespace ormex::module::cards {
 
 std::string cardSearchCondition(std::string_view key)
 {
-    const std::string k(key);
-    return " (FCardId='" + k + "' or mobile='" + k + "') and FDeleted=0 ";
+    const std::string k = platform::quoted(key);
+    return " (FCardId=" + k + " or mobile=" + k + ") and FDeleted=0 ";
 }
 
 std::string faceNumberSearchCondition(std::string_view key)
 {
-    const std::string k(key);
-    return " FCardFlowno='" + k + "' or mobile='" + k + "'";
+    const std::string k = platform::quoted(key);
+    return " FCardFlowno=" + k + " or mobile=" + k;
 }
 
 std::vector<std::string> cardInformationTexts(const platform::FieldMap& card)

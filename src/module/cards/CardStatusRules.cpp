@@ -82,20 +82,22 @@ platform::Date extendedEndDate(std::string_view cardEndDate, long days, const pl
 
 std::string statusUpdateStatement(char status, std::string_view cardId)
 {
-    return "UPDATE T_Pos_VipRecord SET FCardStatus='" + std::string(1, status) + "' WHERE FCardId='" +
-           std::string(cardId) + "'";
+    return "UPDATE T_Pos_VipRecord SET FCardStatus=" + platform::quoted(std::string(1, status)) +
+           " WHERE FCardId=" + platform::quoted(cardId);
 }
 
 std::string endDateUpdateStatement(const platform::Date& date, std::string_view cardId)
 {
-    return "UPDATE T_Pos_VipRecord SET FVipEndDate='" + date.toString() + "' WHERE FCardId='" +
-           std::string(cardId) + "'";
+    return "UPDATE T_Pos_VipRecord SET FVipEndDate=" + platform::quoted(date.toString()) +
+           " WHERE FCardId=" + platform::quoted(cardId);
 }
 
 std::string passwordUpdateStatement(std::string_view password, std::string_view cardId)
 {
-    return "UPDATE T_Pos_VipRecord SET password='" + std::string(password) + "' WHERE FCardId='" +
-           std::string(cardId) + "'";
+    // A password may hold a quote or "--": doubled, the statement keeps the meaning of its value at
+    // the branch and at headquarters.
+    return "UPDATE T_Pos_VipRecord SET password=" + platform::quoted(password) +
+           " WHERE FCardId=" + platform::quoted(cardId);
 }
 
 } // namespace ormex::module::cards

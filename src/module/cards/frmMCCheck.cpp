@@ -215,12 +215,10 @@ void frmMCCheck::onQuery()
         m_approvalList = maintain->getList(condition);
         m_currentList = maintain->getRalCurMCInfo();
     } catch (const std::exception&) {
-        // The conditions are put into the query as typed; the database's own words would mean
-        // nothing to the operator.
+        // The database's own words would mean nothing to the operator.
         m_approvalList.reset();
         m_currentList.reset();
-        frame::Messages().message(containsQuote(input) ? "查询条件中不能含有单引号（'），请修改后再查询！"
-                                                       : "读取待审核的会员档案失败，请检查查询条件后再试！");
+        frame::Messages().message("读取待审核的会员档案失败，请检查查询条件后再试！");
     }
     if (!m_approvalList) {
         m_grid->setRowCount(0);

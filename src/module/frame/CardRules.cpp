@@ -32,7 +32,8 @@ std::string GetStatusName(int code)
 
 std::string ReadCardTypeName(const std::string& typeId)
 {
-    const auto rs = ExecQuery("select FTypeId,type_name from T_Pos_VipType where FTypeId='" + typeId + "' ");
+    const auto rs = ExecQuery(
+        "select FTypeId,type_name from T_Pos_VipType where FTypeId=" + platform::quoted(typeId) + " ");
     return rs.atEnd() ? std::string() : rs.field("type_name").toString();
 }
 
@@ -40,22 +41,24 @@ platform::Value GetCardTypeColumn(const std::string& key, const std::string& col
 {
     return GetFieldValue("Select " + columns +
                              " From T_Pos_VipType Where FTypeId=(Select FCardType From "
-                             "T_Pos_VipRecord Where FCardId='" +
-                             key + "' or mobile='" + key + "')",
+                             "T_Pos_VipRecord Where FCardId=" +
+                             platform::quoted(key) + " or mobile=" + platform::quoted(key) + ")",
                          columns);
 }
 
 std::string GetProfileValue(const std::string& category, const std::string& key)
 {
-    return GetFieldValue("Select Fvalue From t_systemprofile Where FCategory='" + category + "' and FKey='" +
-                             key + "'",
+    return GetFieldValue("Select Fvalue From t_systemprofile Where FCategory=" + platform::quoted(category) +
+                             " and FKey=" + platform::quoted(key),
                          "FValue")
         .toString();
 }
 
 std::string GetStockName(const std::string& itemId)
 {
-    return GetFieldValue("select FNumber,FName from t_stock where FItemID=" + itemId, "FName").toString();
+    return GetFieldValue("select FNumber,FName from t_stock where FItemID=" + platform::sqlNumber(itemId),
+                         "FName")
+        .toString();
 }
 
 bool CheckCardNumber(const std::string& number, QWidget* focus, bool showMessages)
@@ -80,10 +83,11 @@ platform::FieldMap PointsToValue(const std::string& typeId, double points)
     double remaining = points;
     double stored = 0;
     if (points != 0 && !typeId.empty()) {
-        auto rs = ExecQuery(
-            "select FAccNum as Amt,saving_amt as Amount,FZhRate as Rate from T_Pos_VipPointToAmt "
-            "where FAccNum<= " +
-            platform::formatNumber(points) + " and  FTypeId='" + typeId + "'" + " order by FAccNum desc ");
+        auto rs =
+            ExecQuery("select FAccNum as Amt,saving_amt as Amount,FZhRate as Rate from T_Pos_VipPointToAmt "
+                      "where FAccNum<= " +
+                      platform::formatNumber(points) + " and  FTypeId=" + platform::quoted(typeId) +
+                      " order by FAccNum desc ");
         for (; !rs.atEnd(); rs.moveNext()) {
             const double step = rs.field("Amt").toDouble();
             if (step <= 0 || remaining < step) break;

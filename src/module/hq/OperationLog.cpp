@@ -15,19 +15,19 @@ const char* operationText(HQOperation operation)
 {
     switch (operation) {
     case HQOperation::PointsDeduction:
-        return "]进行积分管理---积分冲减','";
+        return "]进行积分管理---积分冲减";
     case HQOperation::GiftExchange:
-        return "]进行积分管理---礼品兑换','";
+        return "]进行积分管理---礼品兑换";
     case HQOperation::Recharge:
-        return "]进行储值管理---会员卡充值','";
+        return "]进行储值管理---会员卡充值";
     case HQOperation::PointsToStoredValue:
-        return "]进行储值管理---积分转储值','";
+        return "]进行储值管理---积分转储值";
     case HQOperation::CardStatus:
-        return "]进行卡状态管理---修改密码','";
+        return "]进行卡状态管理---修改密码";
     case HQOperation::PasswordChange:
-        return "]发卡---修改密码','";
+        return "]发卡---修改密码";
     case HQOperation::CardChange:
-        return "]换卡','";
+        return "]换卡";
     }
     return nullptr;
 }
@@ -42,10 +42,11 @@ std::string LogRowStatement(HQOperation operation)
     char date[32];
     std::snprintf(date, sizeof date, "%s %02d:%02d:00", now.date.toString().c_str(), now.hour, now.minute);
     return "INSERT INTO t_Log (FDate,FUserID,FFunctionID,FStatement,FDescription,FMachineName,FIPAddress)"
-           " VALUES ('" +
-           std::string(date) + "'," + std::to_string(frame::CurrentUserId()) + ",'MCM0001',5,'分店[" +
-           frame::GetBranchNum() + text + platform::trim(frame::GetMachineName()) + "','" +
-           platform::trim(frame::GetTcpAddress()) + "')";
+           " VALUES (" +
+           platform::quoted(date) + "," + std::to_string(frame::CurrentUserId()) + ",'MCM0001',5," +
+           platform::quoted("分店[" + frame::GetBranchNum() + text) + "," +
+           platform::quoted(platform::trim(frame::GetMachineName())) + "," +
+           platform::quoted(platform::trim(frame::GetTcpAddress())) + ")";
 }
 
 void WriteLocalLog(const std::string& areaPrefix, const std::string& operation)

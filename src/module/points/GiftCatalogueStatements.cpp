@@ -14,13 +14,13 @@ std::string GiftRowStatements(const frame::SavePackage& package, const platform:
         if (platform::iequals(field, "FCardType") && value.toString().empty())
             values += "'All',";
         else
-            values += "'" + value.toString() + "',";
+            values += platform::quoted(value.toString()) + ",";
     }
     if (!columns.empty()) columns.pop_back();
     if (!values.empty()) values.pop_back();
     std::string key;
     for (const std::string& column : package.keyColumns())
-        key += " And " + column + "='" + row.text(column) + "'";
+        key += " And " + column + "=" + platform::quoted(row.text(column));
     const std::string table = package.table();
     return std::string(CRLF) + "Delete from " + table + " Where 1=1 " + key + CRLF + "Insert Into " + table +
            "(" + columns + ")" + CRLF + "Values(" + values + ")";

@@ -164,9 +164,9 @@ QWidget* frmPointManage::buildPointsTab()
             return;
         }
         try {
-            const auto rs = frame::ExecQuery("select FTypeId,type_name from T_Pos_VipType where FTypeId='" +
-                                             platform::quoteDoubled(typed) + "' or type_name='" +
-                                             platform::quoteDoubled(typed) + "'");
+            const auto rs = frame::ExecQuery(
+                "select FTypeId,type_name from T_Pos_VipType where FTypeId=" + platform::quoted(typed) +
+                " or type_name=" + platform::quoted(typed));
             if (rs.atEnd()) {
                 m_type->clear();
                 return;

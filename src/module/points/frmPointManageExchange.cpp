@@ -64,7 +64,8 @@ void frmPointManage::queryExchangeCard()
         refuse("请输入会员卡号！", true);
         return;
     }
-    const auto cards = frame::GetVipRecordList(50, "(Mobile='" + number + "' or FCardId='" + number + "')");
+    const auto cards = frame::GetVipRecordList(50, "(Mobile=" + platform::quoted(number) +
+                                                       " or FCardId=" + platform::quoted(number) + ")");
     if (!cards || cards->empty()) {
         refuse("会员卡号不存在", true);
         return;
@@ -89,13 +90,13 @@ void frmPointManage::queryExchangeCard()
         return;
     }
     try {
-        auto gifts =
-            frame::GetTableInfo(platform::table::GiftCatalogue,
-                                "FEndDate>=convert(varchar(10),getdate(),120) And "
-                                "FBeginDate<=convert(varchar(10),getdate(),120) and "
-                                "FVipNum<=" +
-                                    platform::formatNumber(leavePoint()) +
-                                    " and (FCardType='All' or FCardType='" + m_exchangeCardType + "')");
+        auto gifts = frame::GetTableInfo(
+            platform::table::GiftCatalogue,
+            "FEndDate>=convert(varchar(10),getdate(),120) And "
+            "FBeginDate<=convert(varchar(10),getdate(),120) and "
+            "FVipNum<=" +
+                platform::formatNumber(leavePoint()) +
+                " and (FCardType='All' or FCardType=" + platform::quoted(m_exchangeCardType) + ")");
         grid.setRowCount(0);
         grid.setRows(static_cast<int>(gifts.recordCount()));
         for (int r = 0; !gifts.atEnd(); gifts.moveNext(), ++r) {
@@ -164,7 +165,7 @@ void frmPointManage::chooseAuxProp(int row)
 {
     frame::Grid& grid = *m_grids[ExchangeTab];
     if (grid.isCellLocked(row, grid.columnOf("FAuxPropName"))) return;
-    const std::string condition = " FNumber='" + grid.cellStd(row, "FNumber") + "'";
+    const std::string condition = " FNumber=" + platform::quoted(grid.cellStd(row, "FNumber"));
     auto clear = [&] {
         for (const char* field : {"FAuxPropName", "FAuxPropID", "FAuxPropNum"})
             grid.setCell(row, field, "");
@@ -210,8 +211,8 @@ bool frmPointManage::saveExchange(const frame::SavePackage& rows, std::string& b
     for (const platform::FieldMap& record : rows.rows())
         if (record.text("Sel") == "1") exchanged += record.value("FVipNum").toDouble();
     // Headquarters, which owns the card's points, must still hold what the exchange takes.
-    if (!hq::HQHasRowsIfLinked("select FCardId from T_Pos_VipRecord where FCardId='" + card +
-                               "' And FAccNum-FDecNum>=" + platform::formatNumber(exchanged))) {
+    if (!hq::HQHasRowsIfLinked("select FCardId from T_Pos_VipRecord where FCardId=" + platform::quoted(card) +
+                               " And FAccNum-FDecNum>=" + platform::formatNumber(exchanged))) {
         frame::Messages().message("总部积分不足，无法进行正常兑换！", "提示",
                                   platform::MessageIcon::Information);
         return false;

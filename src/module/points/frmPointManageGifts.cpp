@@ -55,8 +55,8 @@ void frmPointManage::queryGiftCatalogue()
 void frmPointManage::setDefaultWarehouse(int row)
 {
     // The branch's first warehouse: a number made of the branch number and more.
-    const auto stock =
-        frame::ExecQuery("select * from t_stock where FNumber like '" + m_branchNo + "_%' order by FNumber ");
+    const auto stock = frame::ExecQuery("select * from t_stock where FNumber like " +
+                                        platform::quoted(m_branchNo + "_%") + " order by FNumber ");
     frame::Grid& grid = *m_grids[GiftSettingsTab];
     grid.setCell(row, "FStockName", stock.atEnd() ? "" : stock.field("FName").toString());
     grid.setCell(row, "FBranchID", stock.atEnd() ? "" : stock.field("FItemID").toString());
@@ -94,8 +94,8 @@ void frmPointManage::deleteGift()
     try {
         if (platform::numberOr0(itemId) > 0) {
             const std::string type = grid.cellStd(row, "FCardType");
-            frame::ExecuteSQL("Delete from T_Pos_VipGift where FItemID=" + itemId + " and FCardType='" +
-                              (type.empty() ? std::string("All") : type) + "'");
+            frame::ExecuteSQL("Delete from T_Pos_VipGift where FItemID=" + platform::sqlNumber(itemId) +
+                              " and FCardType=" + platform::quoted(type.empty() ? std::string("All") : type));
         }
     } catch (const std::exception& error) {
         frame::Messages().error(error.what());

@@ -41,9 +41,12 @@ void frmPointManage::queryMembers(const std::string& extra)
     std::string condition = " FAccFlag=1 and (FCardStatus=" + std::string("0") + " )  ";
     if (!extra.empty()) condition += " and  " + extra + "\r\n";
     const std::string number = m_itNo[0]->textStd();
-    if (!number.empty()) condition += " and ( Mobile='" + number + "' or FCardId='" + number + "')";
-    if (!m_type->text().isEmpty()) condition += " and FCardType='" + m_type->itemId().toStdString() + "'";
-    if (!m_status->code().empty()) condition += " and FCardStatus='" + m_status->code() + "'";
+    if (!number.empty())
+        condition +=
+            " and ( Mobile=" + platform::quoted(number) + " or FCardId=" + platform::quoted(number) + ")";
+    if (!m_type->text().isEmpty())
+        condition += " and FCardType=" + platform::quoted(m_type->itemId().toStdString());
+    if (!m_status->code().empty()) condition += " and FCardStatus=" + platform::quoted(m_status->code());
     bool refused = false;
     const auto leave = frame::ReadNumberField(*m_txtLeavePoint, "剩余积分", 2, refused);
     if (refused) return;
@@ -104,7 +107,7 @@ void frmPointManage::fillClearing()
     for (int r = 0; r < grid.rowCount(); ++r) {
         const std::string card = grid.cellText(r, m_columns[0].column("FCardId")).toStdString();
         if (card.empty()) continue;
-        const auto list = frame::GetVipRecordList(50, "FCardId='" + card + "'");
+        const auto list = frame::GetVipRecordList(50, "FCardId=" + platform::quoted(card));
         const std::string remaining =
             list && !list->empty() ? list->front().text("cur_num") : std::string("0");
         grid.setCellText(r, points, QString::fromStdString(remaining));
@@ -148,7 +151,7 @@ void frmPointManage::onCardLookup()
     }
     std::string cards;
     for (const auto& card : result.returnObject)
-        cards += std::string(cards.empty() ? "" : ",") + "'" + card.text("FCardId") + "'";
+        cards += std::string(cards.empty() ? "" : ",") + platform::quoted(card.text("FCardId"));
     queryMembers(" FCardId in (" + cards + ")");
 }
 
@@ -226,8 +229,9 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
         if (record.value("FVipNum").toDouble() == 0) continue;
         const std::string card = record.text("FCardId");
         const double points = record.value("FVipNum").isBlank() ? 0 : record.value("FVipNum").toDouble();
-        const auto leave = frame::ExecQuery(
-            "select FAccNum-FDecNum as LeavePoint,* from T_Pos_VipRecord where FCardId='" + card + "'");
+        const auto leave =
+            frame::ExecQuery("select FAccNum-FDecNum as LeavePoint,* from T_Pos_VipRecord where FCardId=" +
+                             platform::quoted(card));
         const double remaining = leave.atEnd() ? 0 : leave.field("LeavePoint").toDouble();
         const int row = static_cast<int>(i);
         switch (op) {
@@ -242,14 +246,16 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
                 return false;
             }
             const std::string enough =
-                "select FAccNum-FDecNum as LeavePoint,* from T_Pos_VipRecord where FCardId='" + card + "'" +
-                " And FAccNum-FDecNum>=" + platform::formatNumber(points);
+                "select FAccNum-FDecNum as LeavePoint,* from T_Pos_VipRecord where FCardId=" +
+                platform::quoted(card) + " And FAccNum-FDecNum>=" + platform::formatNumber(points);
             if (!hq::HQHasRowsIfLinked(enough)) {
                 refuse(refusal, row, "FVipNum");
                 return false;
             }
-            const std::string accSql = "select FAccNum from T_Pos_VipRecord where FCardId='" + card + "'";
-            const std::string decSql = "select FDecNum from T_Pos_VipRecord where FCardId='" + card + "'";
+            const std::string accSql =
+                "select FAccNum from T_Pos_VipRecord where FCardId=" + platform::quoted(card);
+            const std::string decSql =
+                "select FDecNum from T_Pos_VipRecord where FCardId=" + platform::quoted(card);
             const platform::Value accumulated =
                 m_linked ? hq::HQGetFieldValue(accSql, "FAccNum") : frame::GetFieldValue(accSql, "FAccNum");
             const platform::Value used =

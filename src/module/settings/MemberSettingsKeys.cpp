@@ -13,10 +13,10 @@ std::string buildSettingsSaveBatch(const platform::FieldMap& values)
     for (const MemberSetting& setting : kMemberSettings) {
         if (!values.contains(setting.key))
             throw std::invalid_argument("会员设置缺少【" + std::string(setting.key) + "】的值，设置未保存！");
-        std::string value = values.text(setting.key);
-        if (setting.kind == SettingKind::Text) value = platform::quoteDoubled(value);
-        batch += "UPDATE t_systemprofile SET FValue = '" + value +
-                 "' WHERE (FCategory = 'VIP') AND (FKey = '" + std::string(setting.key) + "')\r\n";
+        // Every value has its quotes doubled, not only the texts: an amount field keeps what was
+        // typed until it is checked, and nothing typed may change the statement.
+        batch += "UPDATE t_systemprofile SET FValue = " + platform::quoted(values.text(setting.key)) +
+                 " WHERE (FCategory = 'VIP') AND (FKey = " + platform::quoted(setting.key) + ")\r\n";
     }
     return batch;
 }

@@ -54,8 +54,7 @@ inline constexpr std::array<MemberSetting, 21> kMemberSettings = {{
 }};
 
 // The update batch of a save: one UPDATE per key in the table's order, each followed by CR LF.
-// Text settings (the reader prefix and suffix) have their quotes doubled; every other value is
-// written as given. Throws std::invalid_argument naming the key when `values` lacks one: a
+// Every value has its quotes doubled. Throws std::invalid_argument naming the key when `values` lacks one: a
 // missing value is never written over a stored one.
 std::string buildSettingsSaveBatch(const platform::FieldMap& values);
 

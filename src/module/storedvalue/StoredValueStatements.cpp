@@ -44,7 +44,8 @@ std::string RechargeStatements(const StoredValueSession& s, const Recharge& r)
            "select '" + quoteDoubled(r.card) + "'," + amount(r.amount) + "," + s.userId + ",'" +
            quoteDoubled(r.operDate) + "'," + amount(r.oldBalance) + "," + s.branchId + ",'" +
            quoteDoubled(s.branchNo) + "','" + quoteDoubled(r.memo) + "'," + amount(r.paid) + ",'" +
-           amount(r.listedBalance) + "'," + (r.paymentId.empty() ? std::string("0") : r.paymentId) + ",'1'";
+           amount(r.listedBalance) + "'," +
+           (r.paymentId.empty() ? std::string("0") : platform::sqlNumber(r.paymentId)) + ",'1'";
 }
 
 std::string ConversionStatements(const StoredValueSession& s, int n, const Conversion& c)

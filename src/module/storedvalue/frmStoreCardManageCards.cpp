@@ -49,8 +49,9 @@ bool frmStoreCardManage::LoadCard(int tab, bool showMessages)
     if (!hq::CheckHQOnline(hq::HQOperation::Recharge)) return false;
     widgets::InputField& box = *m_itNo[SingleTab];
     const std::string entry = platform::trimRight(box.textStd());
-    m_cardFilter = "1=1 and (FCardStatus=" + std::string("0") + ") " + "  and (Mobile='" + entry +
-                   "' or FCardId='" + entry + "')";
+    m_cardFilter = "1=1 and (FCardStatus=" + std::string("0") + ") " +
+                   "  and (Mobile=" + platform::quoted(entry) + " or FCardId=" + platform::quoted(entry) +
+                   ")";
     if (entry.empty()) {
         if (QApplication::focusWidget() == m_cmdCancel) return true;
         if (showMessages)
@@ -91,8 +92,9 @@ bool frmStoreCardManage::CheckRechargeCard(int tab)
     // The search's own checks, with its messages, without the online requirement or the panel.
     widgets::InputField& box = *m_itNo[static_cast<std::size_t>(tab)];
     const std::string entry = platform::trimRight(box.textStd());
-    m_cardFilter = "1=1 and (FCardStatus=" + std::string("0") + ") " + "  and (Mobile='" + entry +
-                   "' or FCardId='" + entry + "')";
+    m_cardFilter = "1=1 and (FCardStatus=" + std::string("0") + ") " +
+                   "  and (Mobile=" + platform::quoted(entry) + " or FCardId=" + platform::quoted(entry) +
+                   ")";
     std::string refusal;
     bool warning = false;
     if (entry.empty()) {
@@ -136,15 +138,17 @@ bool frmStoreCardManage::queryCards(int tab, bool showMessages)
     if (!chosen.empty()) {
         std::string cards;
         for (const std::string& card : chosen)
-            cards += std::string(cards.empty() ? "" : ",") + "'" + card + "'";
+            cards += std::string(cards.empty() ? "" : ",") + platform::quoted(card);
         filter += "  and FCardId in(" + cards + ")";
     } else {
         const std::string number = platform::trimRight(m_itNo[i]->textStd());
-        if (!number.empty()) filter += " and (Mobile='" + number + "' or FCardId='" + number + "')";
+        if (!number.empty())
+            filter +=
+                " and (Mobile=" + platform::quoted(number) + " or FCardId=" + platform::quoted(number) + ")";
         if (!m_itFCardType[i]->text().isEmpty())
-            filter += " and FCardType='" + m_itFCardType[i]->itemId().toStdString() + "'";
+            filter += " and FCardType=" + platform::quoted(m_itFCardType[i]->itemId().toStdString());
         if (!m_itFCardStatus[i]->code().empty())
-            filter += " and FCardStatus='" + m_itFCardStatus[i]->code() + "'";
+            filter += " and FCardStatus=" + platform::quoted(m_itFCardStatus[i]->code());
         bool refused = false;
         const auto amount =
             frame::ReadNumberField(*m_txtLeaveAmt[i], tab == BatchTab ? "剩余金额" : "剩余积分", 2, refused);
@@ -252,7 +256,8 @@ void frmStoreCardManage::ShowCard(const platform::FieldMap* card)
         set("itBranch", m_branchName, false);
     }
     const std::string stored =
-        m_linked ? hq::HQGetFieldValue("select FResidualAmt from T_Pos_VipRecord where FCardId='" + id + "'",
+        m_linked ? hq::HQGetFieldValue("select FResidualAmt from T_Pos_VipRecord where FCardId=" +
+                                           platform::quoted(id),
                                        "FResidualAmt")
                        .toString()
                  : card->text("FResidualAmt");
@@ -262,8 +267,8 @@ void frmStoreCardManage::ShowCard(const platform::FieldMap* card)
     if (tab != SingleTab) return;
     const std::string issue =
         m_linked ? platform::decodeBalance(
-                       hq::HQGetFieldValue("select FPlusAmt from T_Pos_AddMoneyList where FCardId='" + id +
-                                               "' And Other1='初始金额'",
+                       hq::HQGetFieldValue("select FPlusAmt from T_Pos_AddMoneyList where FCardId=" +
+                                               platform::quoted(id) + " And Other1='初始金额'",
                                            "FPlusAmt")
                            .toString())
                  : card->text("FPlusAmt");
@@ -306,7 +311,7 @@ void frmStoreCardManage::onRowChanged(int tab, int row, int column)
     m_cmdBatchAdd[static_cast<std::size_t>(tab)]->setEnabled(fillable);
     const std::string card = m_grids[static_cast<std::size_t>(tab)]->cellStd(row, "FCardId");
     if (!card.empty() && card != m_shownCard) {
-        const auto cards = frame::GetVipRecordList(50, "FCardId='" + card + "'");
+        const auto cards = frame::GetVipRecordList(50, "FCardId=" + platform::quoted(card));
         if (cards && !cards->empty()) ShowCard(&cards->front());
     }
 }

@@ -31,7 +31,7 @@ TEST(ApprovalCondition, BuildsInFieldOrder)
         {{.operatorEntry = approvalOperatorEntries()[1], .date = "2026-11-23"},
          " and FModifyDate ='2026-11-23'"},
         {{.statusEntry = approvalStatusEntries()[4]}, " and FCardStatus ='4'"},
-        {{.name = "O'Neil"}, " and FVipName ='O'Neil'"},
+        {{.name = "O'Neil"}, " and FVipName ='O''Neil'"},
         {{.cardId = " 123", .name = "  ", .date = "2026-11-23", .branchNo = "01", .mobile = "139"},
          " and FCardId =' 123' and FBranchno ='01' and mobile ='139'"},
         {{.cardId = "A",

@@ -12,6 +12,7 @@
 #include "module/hq/HqLink.h"
 #include "module/widgets/InputField.h"
 #include "platform/BalanceCodec.h"
+#include "platform/Text.h"
 #include "support/ScreenShots.h"
 #include "support/TestHost.h"
 
@@ -59,7 +60,7 @@ public:
     std::string status(const std::string& card)
     {
         return host.branch()
-            .scalar("select FCardStatus from T_Pos_VipRecord where FCardId='" + card + "'")
+            .scalar("select FCardStatus from T_Pos_VipRecord where FCardId=" + platform::quoted(card))
             .toString();
     }
     std::vector<bool> buttons() const

@@ -13,6 +13,7 @@
 #include "module/hq/HqLink.h"
 #include "module/points/frmPointManage.h"
 #include "module/widgets/InputField.h"
+#include "platform/Text.h"
 #include "support/GridTyping.h"
 #include "support/RecordingCardMaintain.h"
 #include "support/ScreenShots.h"
@@ -98,7 +99,7 @@ public:
     std::string card(const std::string& id, TestDatabase* db = nullptr)
     {
         return (db ? *db : host.branch())
-            .rows("select FAccNum, FDecNum from T_Pos_VipRecord where FCardId='" + id + "'")
+            .rows("select FAccNum, FDecNum from T_Pos_VipRecord where FCardId=" + platform::quoted(id))
             .at(0);
     }
     std::vector<std::string> movements(TestDatabase* db = nullptr)

@@ -13,15 +13,14 @@ TEST(MemberSettingsBatch, UpdatesEveryKeyInOrderWithReaderQuotesDoubled)
     values.set("CardNumProfix", "A'B");
     const std::string batch = buildSettingsSaveBatch(values);
 
-    EXPECT_EQ(
-        batch.substr(0, batch.find("\r\n") + 2),
-        "UPDATE t_systemprofile SET FValue = 'MCType'v' WHERE (FCategory = 'VIP') AND (FKey = 'MCType')\r\n");
+    EXPECT_EQ(batch.substr(0, batch.find("\r\n") + 2), "UPDATE t_systemprofile SET FValue = 'MCType''v' "
+                                                       "WHERE (FCategory = 'VIP') AND (FKey = 'MCType')\r\n");
     EXPECT_NE(batch.find("SET FValue = 'A''B' WHERE (FCategory = 'VIP') AND (FKey = 'CardNumProfix')\r\n"),
               std::string::npos);
     EXPECT_NE(batch.find("SET FValue = 'CardNumSuffix''v' WHERE"), std::string::npos);
-    // Other values are written as they are, even with a quote.
+    // Every value, also an amount field's, cannot end its quotes.
     EXPECT_NE(
-        batch.find("SET FValue = 'LimitAmount'v' WHERE (FCategory = 'VIP') AND (FKey = 'LimitAmount')\r\n"),
+        batch.find("SET FValue = 'LimitAmount''v' WHERE (FCategory = 'VIP') AND (FKey = 'LimitAmount')\r\n"),
         std::string::npos);
 
     std::size_t lines = 0, last = 0;
