@@ -3,6 +3,7 @@
 #include <sodium.h>
 
 #include <map>
+#include <set>
 
 #include "DbError.h"
 #include "OperLog.h"
@@ -51,18 +52,44 @@ void needPassword(const std::string& password)
     if (password.empty()) throw DbError("the password must not be empty");
 }
 
+// The rights every database had before it recorded the rights it knows (hy0001–hy0013).
+constexpr std::size_t kFirstRights = 13;
+
+// The rights a standard role starts with: the administrator every right, the cashier plain
+// recharges.
+bool standardRoleHolds(const std::string& role, const std::string& code)
+{
+    return role == kAdminRole || (role == kCashierRole && code == "hy0014");
+}
+
+// Records a right as known to the database: its standard roles have been given it once.
+std::string knownRightStatement(const std::string& code)
+{
+    return "If Not Exists(select 1 from t_KnownRight where FRightCode='" + code +
+           "')\r\n insert into t_KnownRight (FRightCode) values ('" + code + "')\r\n";
+}
+
 } // namespace
 
 const std::vector<RightInfo>& rightsCatalogue()
 {
     static const std::vector<RightInfo> rights = {
-        {"hy0001", "会员卡挂失"},         {"hy0002", "会员卡恢复"},
-        {"hy0003", "会员卡延期"},         {"hy0004", "会员卡换卡"},
-        {"hy0005", "会员卡作废"},         {"hy0006", "设置会员卡密码"},
-        {"hy0007", "礼品兑换"},           {"hy0008", "积分奖励、冲减和清零"},
-        {"hy0009", "会员设置"},           {"hy0010", "会员档案审核"},
-        {"hy0011", "负债报表"},           {"hy0012", "导入会员卡"},
+        {"hy0001", "会员卡挂失"},
+        {"hy0002", "会员卡恢复"},
+        {"hy0003", "会员卡延期"},
+        {"hy0004", "会员卡换卡"},
+        {"hy0005", "会员卡作废"},
+        {"hy0006", "设置会员卡密码"},
+        {"hy0007", "礼品兑换"},
+        {"hy0008", "积分奖励、冲减和清零"},
+        {"hy0009", "会员设置"},
+        {"hy0010", "会员档案审核"},
+        {"hy0011", "负债报表"},
+        {"hy0012", "导入会员卡"},
         {"hy0013", "确认被改动的会员卡"},
+        {"hy0014", "会员卡充值"},
+        {"hy0015", "会员卡负数充值（扣减余额）"},
+        {"hy0016", "积分转储值"},
     };
     return rights;
 }
@@ -85,12 +112,43 @@ void addStandardRoles(Database& db)
                         " insert into t_Role (FRoleId, FName) values ('admin', '管理员')\r\n"
                         "If Not Exists(select 1 from t_Role where FRoleId='cashier')\r\n"
                         " insert into t_Role (FRoleId, FName) values ('cashier', '收银员')\r\n";
-    for (const RightInfo& right : rightsCatalogue())
-        batch += "If Not Exists(select 1 from t_RoleRight where FRoleId='admin' and FRightCode='" +
-                 std::string(right.code) +
-                 "')\r\n insert into t_RoleRight (FRoleId, FRightCode) values ('admin', '" + right.code +
-                 "')\r\n";
+    for (const RightInfo& right : rightsCatalogue()) {
+        for (const char* role : {kAdminRole, kCashierRole})
+            if (standardRoleHolds(role, right.code))
+                batch += "If Not Exists(select 1 from t_RoleRight where FRoleId='" + std::string(role) +
+                         "' and FRightCode='" + right.code +
+                         "')\r\n insert into t_RoleRight (FRoleId, FRightCode) values ('" + role + "', '" +
+                         right.code + "')\r\n";
+        batch += knownRightStatement(right.code);
+    }
     db.execute(batch);
+}
+
+void upgradeRights(Database& db)
+{
+    const auto& rights = rightsCatalogue();
+    std::set<std::string> known;
+    const auto recorded = db.query("select FRightCode from t_KnownRight");
+    for (std::size_t r = 0; r < recorded.recordCount(); ++r)
+        known.insert(platform::toLowerAscii(recorded.at(r, "FRightCode").toString()));
+    std::string batch;
+    // Nothing recorded: the database was made before the record, with the first rights.
+    if (known.empty())
+        for (std::size_t i = 0; i < kFirstRights; ++i) {
+            known.insert(rights[i].code);
+            batch += knownRightStatement(rights[i].code);
+        }
+    for (const RightInfo& right : rights) {
+        if (known.contains(right.code)) continue;
+        for (const char* role : {kAdminRole, kCashierRole})
+            if (standardRoleHolds(role, right.code))
+                batch += "insert into t_RoleRight (FRoleId, FRightCode) select FRoleId, '" +
+                         std::string(right.code) + "' from t_Role where FRoleId='" + role +
+                         "' and FRoleId not in (select FRoleId from t_RoleRight where FRightCode='" +
+                         right.code + "')\r\n";
+        batch += knownRightStatement(right.code);
+    }
+    if (!batch.empty()) db.execute(batch);
 }
 
 void addDemoOperators(Database& db)

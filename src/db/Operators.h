@@ -27,11 +27,18 @@ std::string rightRefusal(const std::string& code);
 inline constexpr int kLoginAttempts = 3;
 inline constexpr int kLockMinutes = 15;
 
-// The roles every database starts with: 管理员 (admin, every right) and 收银员 (cashier, none of
-// the card, points or administration rights).
+// The roles every database starts with: 管理员 (admin, every right) and 收银员 (cashier, plain
+// recharges only: none of the card, points or administration rights). The rights they are given
+// are recorded as known to the database (t_KnownRight).
 inline constexpr const char* kAdminRole = "admin";
 inline constexpr const char* kCashierRole = "cashier";
 void addStandardRoles(Database& db);
+
+// Gives the standard roles, where the database has them, each right of the catalogue that the
+// database has not known before, as a new database gives them, and records it as known. So an
+// upgrade never locks the administrator out of a function that gained a right of its own, while a
+// right an administrator took from a role later stays taken. Throws DbError (nothing changed).
+void upgradeRights(Database& db);
 
 // The demo's operators: admin (管理员) and cashier (收银员), both with kDemoPassword.
 inline constexpr const char* kDemoPassword = "ormex-demo";

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "CardSeal.h"
+#include "Operators.h"
 #include "SqliteStatement.h"
 
 namespace ormex::db {
@@ -16,6 +17,7 @@ void applySchema(Database& db)
     Database::Transaction transaction(db);
     db.executeNative(kSchemaSql);
     transaction.commit();
+    upgradeRights(db); // a new database knows every right; it has no role yet to give one to
     installSealing(db);
 }
 
@@ -65,11 +67,8 @@ bool hasColumn(Database& db, const AddedColumn& added)
     return stmt.step() && stmt.column(0).toInt() == 1;
 }
 
-} // namespace
-
-void upgradeSchema(Database& db)
+void addMissingTablesAndColumns(Database& db)
 {
-    if (!hasSchema(db)) return;
     std::vector<const AddedColumn*> missing;
     for (const AddedColumn& added : kAddedColumns)
         if (!hasColumn(db, added)) missing.push_back(&added);
@@ -85,6 +84,15 @@ void upgradeSchema(Database& db)
                          added->definition);
     db.executeNative(kSchemaSql.substr(from));
     transaction.commit();
+}
+
+} // namespace
+
+void upgradeSchema(Database& db)
+{
+    if (!hasSchema(db)) return;
+    addMissingTablesAndColumns(db);
+    upgradeRights(db);
 }
 
 bool hasSchema(Database& db)

@@ -13,7 +13,8 @@ extern const std::string_view kSchemaSql;
 void applySchema(Database& db);
 
 // Adds the tables, columns and indexes made after the first databases to a database that holds
-// the member-card tables but lacks some of them; nothing when it has them all. Throws DbError
+// the member-card tables but lacks some of them, then gives its standard roles the rights it has
+// not known before (upgradeRights in Operators.h); nothing when it is up to date. Throws DbError
 // (nothing added).
 void upgradeSchema(Database& db);
 

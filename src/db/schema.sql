@@ -315,6 +315,13 @@ CREATE TABLE IF NOT EXISTS t_RoleRight (
     PRIMARY KEY (FRoleId, FRightCode)
 );
 
+-- The rights codes this database knows: each was given once to the standard roles that start
+-- with it, so a right added to the system later reaches the administrator of an older database
+-- when it is opened, and a right taken from a role afterwards stays taken.
+CREATE TABLE IF NOT EXISTS t_KnownRight (
+    FRightCode  TEXT COLLATE NOCASE PRIMARY KEY
+);
+
 -- Operators: the login name, the name the logs and lists show, the salted password hash
 -- (Argon2id in libsodium's encoded form), the role, and the failed logins since the last one that
 -- succeeded with the time the user is locked until after too many.

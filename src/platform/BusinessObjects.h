@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -136,7 +137,16 @@ public:
                           const std::string& address) = 0;
 };
 
-// The login object ("OrmexLogin" of the property manager): the network task lock.
+// Who holds a task: the operator's name ("" when the session's user is unknown) and the machine
+// the task was registered from.
+struct TaskHolder
+{
+    std::string operatorName;
+    std::string machine;
+};
+
+// The login object ("OrmexLogin" of the property manager): the network task lock and the
+// session's rights.
 class LoginObject : public BusinessObject
 {
 public:
@@ -147,6 +157,13 @@ public:
                           int& out1, int& out2, const Value& item) = 0;
     // Releases a task; true when it was released.
     virtual bool commitTask(long handle) = 0;
+    // The other session that holds a task conflicting with this one (the one taskexec refused);
+    // nothing when no other session holds one.
+    virtual std::optional<TaskHolder> taskHolder(long taskNo, const std::string& code, const Value& item) = 0;
+    // Checks that the session's user holds the rights code, for an operation that registers no
+    // task. Throws RightRefusedError when the user lacks it, after logging the refusal (with the
+    // machine and the item, "" when there is none), as taskexec does.
+    virtual void checkRight(const std::string& code, const std::string& machine, const Value& item) = 0;
 };
 
 // "OrmexPropsMgr.ShareProps": the property manager.

@@ -87,21 +87,27 @@ void TaskLock::reclaimDeadSessions(const std::string& condition)
     if (!batch.empty()) db->execute(batch);
 }
 
+std::string TaskLock::conflictWith(long taskNo, const std::string& code, const std::string& item)
+{
+    return "FTaskNo=" + std::to_string(taskNo) +
+           (item.empty() ? " and FCode=" + quoted(code) : " and FItem=" + quoted(item));
+}
+
+void TaskLock::checkRight(const std::string& code, const std::string& machine, const platform::Value& item)
+{
+    auto& database = db::sharedDatabase(m_path);
+    if (db::hasRight(database, m_userId, code)) return;
+    db::logRefusedRight(database, m_userId, code, item.toString(), machine);
+    throw platform::RightRefusedError(db::rightRefusal(code));
+}
+
 long TaskLock::taskexec(long taskNo, const std::string& code, const std::string& machine, int, int& out1,
                         int& out2, const platform::Value& item)
 {
     out1 = out2 = 0;
     const std::string itemText = item.toString();
-    if (!code.empty()) {
-        auto& database = db::sharedDatabase(m_path);
-        if (!db::hasRight(database, m_userId, code)) {
-            db::logRefusedRight(database, m_userId, code, itemText, machine);
-            throw platform::RightRefusedError(db::rightRefusal(code));
-        }
-    }
-    const std::string conflict =
-        "FTaskNo=" + std::to_string(taskNo) +
-        (itemText.empty() ? " and FCode=" + quoted(code) : " and FItem=" + quoted(itemText));
+    if (!code.empty()) checkRight(code, machine, item);
+    const std::string conflict = conflictWith(taskNo, code, itemText);
     reclaimDeadSessions(conflict);
     const std::string now = quoted(platform::now().toString());
     auto* db = &db::sharedDatabase(m_path);
@@ -121,6 +127,20 @@ long TaskLock::taskexec(long taskNo, const std::string& code, const std::string&
                                  quoted(m_session));
     if (other.field("n").toInt() > 0) return 0;
     return static_cast<long>(mine.field("h").toInt());
+}
+
+std::optional<platform::TaskHolder> TaskLock::taskHolder(long taskNo, const std::string& code,
+                                                         const platform::Value& item)
+{
+    auto& db = db::sharedDatabase(m_path);
+    const auto holder = db.query(
+        "select t.FMachine, t.FUserID, u.FName from t_NetTask t left join t_User u on u.FUserID=t.FUserID "
+        "where t.FTaskHandle=(select min(FTaskHandle) from t_NetTask where " +
+        conflictWith(taskNo, code, item.toString()) + " and FSession<>" + quoted(m_session) + ")");
+    if (holder.atEnd()) return std::nullopt;
+    std::string name = holder.field("FName").toString();
+    if (name.empty()) name = holder.field("FUserID").toString();
+    return platform::TaskHolder{name, holder.field("FMachine").toString()};
 }
 
 bool TaskLock::commitTask(long handle)

@@ -14,7 +14,7 @@
 // register again what it already holds.
 //
 // A task registered with a rights code is refused, with a log row, when the session's user lacks
-// the right (RightRefusedError).
+// the right (RightRefusedError); checkRight refuses the same way without registering anything.
 //
 // A task left by a session that died never blocks for long: a session of this machine whose
 // process no longer exists is reclaimed at once, and a task whose session has not been heard of
@@ -32,11 +32,18 @@ public:
     long taskexec(long taskNo, const std::string& code, const std::string& machine, int mode, int& out1,
                   int& out2, const platform::Value& item) override;
     bool commitTask(long handle) override;
+    // The holder's name is the user's name in t_User, or the user number when t_User has none.
+    std::optional<platform::TaskHolder> taskHolder(long taskNo, const std::string& code,
+                                                   const platform::Value& item) override;
+    void checkRight(const std::string& code, const std::string& machine,
+                    const platform::Value& item) override;
 
     // The identity of this process's session: host, process id and the process's start.
     static std::string currentSession();
 
 private:
+    // The tasks a registration of (taskNo, code, item) conflicts with, as a condition on t_NetTask.
+    static std::string conflictWith(long taskNo, const std::string& code, const std::string& item);
     void reclaimDeadSessions(const std::string& condition);
 
     std::string m_path;

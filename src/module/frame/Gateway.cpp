@@ -30,7 +30,15 @@ long register_(long taskNo, const platform::Value* item, const std::string& code
         int out1 = 0, out2 = 0;
         const long result = login->taskexec(taskNo, code, GetTaskMachineName(), 3, out1, out2,
                                             item ? *item : platform::Value());
-        if (result < 1) throw std::runtime_error(kTaskConflictMessage);
+        if (result < 1) {
+            std::optional<platform::TaskHolder> holder;
+            try {
+                holder = login->taskHolder(taskNo, code, item ? *item : platform::Value());
+            } catch (const std::exception&) {
+                // The conflict stands; it is told without its holder.
+            }
+            throw std::runtime_error(TaskConflictMessage(holder));
+        }
         return result;
     } catch (const platform::RightRefusedError& refusal) {
         Messages().message(refusal.what(), "提示", platform::MessageIcon::Information);
@@ -171,6 +179,28 @@ long ExecFunc(long taskNo, const platform::Value& item, const std::string& code)
 long ExecFunc(long taskNo, const std::string& code)
 {
     return register_(taskNo, nullptr, code);
+}
+
+std::string TaskConflictMessage(const std::optional<platform::TaskHolder>& holder)
+{
+    std::string text = kTaskConflictMessage;
+    if (!holder) return text;
+    if (holder->operatorName.empty()) return text + "\n该功能正在机器【" + holder->machine + "】上使用。";
+    return text + "\n该功能正由操作员【" + holder->operatorName + "】在机器【" + holder->machine +
+           "】上使用。";
+}
+
+bool CheckRight(const std::string& code, const platform::Value& item)
+{
+    try {
+        GetLoginObject()->checkRight(code, GetTaskMachineName(), item);
+        return true;
+    } catch (const platform::RightRefusedError& refusal) {
+        Messages().message(refusal.what(), "提示", platform::MessageIcon::Information);
+    } catch (const std::exception& error) {
+        Messages().error(error.what());
+    }
+    return false;
 }
 
 bool CommitTask(long& handle)

@@ -66,11 +66,19 @@ long ExecFunc(long taskNo, const std::string& code);
 // Releases a held task; the handle becomes 0 when the host released it. False on any error.
 bool CommitTask(long& handle);
 
+// True when the session's user holds the rights code, for an operation that registers no task.
+// Otherwise false: the host has logged the refusal (with the item, if any) and the operator has
+// been told which function was refused, or why the host could not answer.
+bool CheckRight(const std::string& code, const platform::Value& item = {});
+
 // What the operator reads when a save was refused because a card changed after it was read.
 inline constexpr const char* kChangedSinceReadMessage =
     "卡上的积分或余额已被其他操作修改，请重新查询后再试！";
 
 inline constexpr const char* kTaskConflictMessage =
     "当前使用的功能与当前或其他用户有冲突,可能无法使用! 请在软件的【系统工具】--【网络控制工具】中进行处理。";
+// The conflict as the operator reads it: kTaskConflictMessage, then who holds the task when the
+// host could tell.
+std::string TaskConflictMessage(const std::optional<platform::TaskHolder>& holder);
 
 } // namespace ormex::module::frame

@@ -57,11 +57,12 @@ void frmPointManage::onOk()
 
     SetControlEnable(false);
     m_committing = true;
-    // The commit goes on whatever the lock answers about other sessions; a right the user lacks
-    // ends it.
+    // A right the user lacks, or the task held by another session, ends the commit before anything
+    // is written (the operator has been told which, and who holds the task): writing anyway would
+    // let an operator who saw the conflict enter the same points a second time.
     if (tab != GiftSettingsTab &&
-        m_task.renew(kCardTask, platform::Value(m_itNo[static_cast<std::size_t>(tab)]->textStd()), right) ==
-            frame::kRightRefused) {
+        m_task.renew(kCardTask, platform::Value(m_itNo[static_cast<std::size_t>(tab)]->textStd()), right) <=
+            0) {
         m_committing = false;
         SetControlEnable(true);
         return;

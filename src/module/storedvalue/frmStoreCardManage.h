@@ -49,6 +49,10 @@ public:
     void onOk();
     bool ValidateStoredValue(int tab);
     bool SaveStoredValue(int tab);
+    // True when the session's user holds the rights the save of the tab needs: hy0014 for a
+    // recharge, hy0015 for a negative one (a batch holding both needs both), hy0016 for points
+    // to stored value. Otherwise the refusal, naming the function, is shown and logged.
+    bool CheckSaveRights(int tab);
     // Reads MaxFillAmount and AllowFillPlusAmt.
     void LoadFillSettings();
     // A cell of tab 2 left: converts the points typed into the value they buy.

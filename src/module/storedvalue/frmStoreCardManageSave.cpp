@@ -289,6 +289,7 @@ bool frmStoreCardManage::buildPoints(std::string& batch)
 
 bool frmStoreCardManage::SaveStoredValue(int tab)
 {
+    if (!CheckSaveRights(tab)) return false;
     if (!hq::CheckHQOnline(tab == PointsTab ? hq::HQOperation::PointsToStoredValue
                                             : hq::HQOperation::Recharge) ||
         !hq::NothingWaitsForHQ())

@@ -5,6 +5,7 @@
 
 #include "db/Operators.h"
 #include "host/core/TaskLock.h"
+#include "platform/Clock.h"
 #include "support/TestDatabase.h"
 
 using ormex::host::TaskLock;
@@ -111,4 +112,54 @@ TEST(TaskLock, TwoProcessesSeeEachOthersTasks)
     (void)!write(done[1], "x", 1);
     waitpid(child, nullptr, 0);
     EXPECT_GT(take(mine, 2002, "hy0002", "C9"), 0) << "its task is reclaimed once it has ended";
+}
+
+TEST(TaskLock, TheHolderOfAConflictingTaskIsNamed)
+{
+    ormex::test::TestDatabase t;
+    addOperators(t);
+    TaskLock first(t.path(), TaskLock::currentSession(), getpid(), 1);
+    TaskLock second(t.path(), "elsewhere/" + std::to_string(getppid()) + "/other", getppid(), 2);
+    ASSERT_GT(take(first, 2002, "hy0001", "C1"), 0);
+    ASSERT_GT(take(first, 2002, "hy0008", ""), 0);
+    t.exec("insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FUserID,FSession,FProcessId,FStartTime,"
+           "FHeartbeat) values (2002,'hy0001','C3','POS-09',99,'elsewhere/9/9',9,'2026-11-23 10:00:00','" +
+           ormex::platform::now().toString() + "')");
+
+    struct Case
+    {
+        long task;
+        const char* code;
+        const char* item;
+        const char* holder; // "name@machine", "" when nobody else holds it
+    };
+    for (const Case& c : {Case{2002, "hy0005", "C1", "一@POS"}, Case{2002, "hy0008", "", "一@POS"},
+                          Case{2002, "hy0001", "C2", ""}, Case{2003, "hy0001", "C1", ""},
+                          Case{2002, "hy0007", "", ""}, Case{2002, "hy0005", "C3", "99@POS-09"}}) {
+        const auto holder = second.taskHolder(c.task, c.code, Value(std::string(c.item)));
+        EXPECT_EQ(holder ? holder->operatorName + "@" + holder->machine : "", c.holder)
+            << c.task << " " << c.code << " " << c.item;
+    }
+    EXPECT_FALSE(first.taskHolder(2002, "hy0005", Value(std::string("C1"))))
+        << "a session does not hold a task against itself";
+}
+
+TEST(TaskLock, ARightIsCheckedWithoutRegisteringATask)
+{
+    ormex::test::TestDatabase t;
+    addOperators(t);
+    t.exec("insert into t_User (FUserID, FLogin, FName, FPasswordHash, FRoleId) values (3, 'till', '三', '-',"
+           " 'cashier')");
+    TaskLock lock(t.path(), TaskLock::currentSession(), getpid(), 3);
+    EXPECT_NO_THROW(lock.checkRight("hy0014", "POS", Value(std::string("S1"))));
+    try {
+        lock.checkRight("hy0015", "POS", Value(std::string("S1")));
+        ADD_FAILURE() << "a cashier may not take money off a card";
+    } catch (const ormex::platform::RightRefusedError& refusal) {
+        EXPECT_STREQ(refusal.what(), ormex::db::rightRefusal("hy0015").c_str());
+    }
+    EXPECT_EQ(
+        t.rows("select FUserID, FFunctionID, FDescription, FMachineName from t_OperLog"),
+        std::vector<std::string>{"3|RIGHT|权限不足，拒绝【会员卡负数充值（扣减余额）】（hy0015）：S1|POS"});
+    EXPECT_EQ(t.scalar("select count(*) from t_NetTask").toInt(), 0);
 }

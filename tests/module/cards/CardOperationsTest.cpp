@@ -289,13 +289,18 @@ TEST(CardOperations, SetPasswordFromTheScreen)
 TEST(CardOperations, ASecondOperatorOnTheSameCardIsRefused)
 {
     CardScreen t;
-    t.host.branch().exec(
-        "insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat)"
-        " values (2002,'hy0003','C100','POS-02','pos-02/1/1',1,'2026-11-23 10:00:00','2026-11-23 10:29:00')");
+    t.host.branch().exec("insert into t_User (FUserID, FLogin, FName, FPasswordHash, FRoleId) values "
+                         "(8,'wang','王芳','-','admin');"
+                         "insert into t_NetTask "
+                         "(FTaskNo,FCode,FItem,FMachine,FUserID,FSession,FProcessId,FStartTime,FHeartbeat)"
+                         " values (2002,'hy0003','C100','POS-02',8,'pos-02/1/1',1,'2026-11-23 "
+                         "10:00:00','2026-11-23 10:29:00')");
     t.search("C100");
     t.host.messages().answer(true);
     t.screen.onStatusClicked(Loss);
-    EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{module::frame::kTaskConflictMessage});
+    EXPECT_EQ(t.host.messages().texts(),
+              std::vector<std::string>{std::string(module::frame::kTaskConflictMessage) +
+                                       "\n该功能正由操作员【王芳】在机器【POS-02】上使用。"});
     EXPECT_EQ(t.status("C100"), "0");
 }
 

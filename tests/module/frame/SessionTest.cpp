@@ -61,7 +61,9 @@ TEST(TaskLockCalls, RegistrationAndConflict)
         "insert into t_NetTask (FTaskNo,FCode,FItem,FMachine,FSession,FProcessId,FStartTime,FHeartbeat)"
         " values (2002,'hy0005','C2','POS-02','pos-02/1/1',1,'2026-11-23 10:00:00','2026-11-23 10:29:00')");
     EXPECT_EQ(ExecFunc(2002, platform::Value("C2"), "hy0001"), 0);
-    EXPECT_EQ(host.messages().last(), kTaskConflictMessage);
+    EXPECT_EQ(host.messages().last(),
+              std::string(kTaskConflictMessage) + "\n该功能正在机器【POS-02】上使用。")
+        << "a session whose user is unknown is named by its machine";
     EXPECT_EQ(host.messages().shown().back().kind, test::ScriptedMessageService::Kind::Error);
     EXPECT_TRUE(CommitTask(handle));
     EXPECT_EQ(handle, 0);

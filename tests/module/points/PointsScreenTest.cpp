@@ -94,6 +94,37 @@ TEST(PointsScreen, RewardFromTheGridToTheRows)
     EXPECT_TRUE(t.host.messages().shown().empty()) << "nothing changed since: OK does nothing";
 }
 
+TEST(PointsScreen, ARewardWhileAnotherOperatorHoldsTheTaskWritesNothingAndNamesThem)
+{
+    PointsScreen t;
+    // 王芳 rewards points at the second till: her session holds the points task.
+    t.host.branch().exec(
+        "insert into t_User (FUserID, FLogin, FName, FPasswordHash, FRoleId) values "
+        "(8,'wang','王芳','-','admin');"
+        "insert into t_NetTask "
+        "(FTaskNo,FCode,FItem,FMachine,FUserID,FSession,FProcessId,FStartTime,FHeartbeat)"
+        " values (2002,'hy0008','','POS-02',8,'pos-02/1/1',1,'2026-11-23 10:00:00','2026-11-23 10:29:00')");
+    t.query();
+    t.type(t.row("P1"), "FVipNum", "50");
+    const auto before = t.host.branch().dump();
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.host.messages().texts(),
+              (std::vector<std::string>{"是否确定对列表中会员进行积分奖励？",
+                                        "当前使用的功能与当前或其他用户有冲突,可能无法使用! "
+                                        "请在软件的【系统工具】--【网络控制工具】中进行处理。"
+                                        "\n该功能正由操作员【王芳】在机器【POS-02】上使用。"}));
+    EXPECT_EQ(t.host.branch().dump(), before) << "no reward, no log, no task of this session";
+    EXPECT_TRUE(t.log.batches.empty());
+    EXPECT_TRUE(t.screen.isChanged(0)) << "the operator can commit once the task is free";
+
+    t.host.branch().exec("delete from t_NetTask");
+    t.host.messages().clear();
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.card("P1"), "150|60") << "rewarded once";
+}
+
 TEST(PointsScreen, DeductionIsRefusedAboveTheRemainingPointsAndNothingIsWritten)
 {
     PointsScreen t;
