@@ -69,6 +69,9 @@ void frmPointManage::onOk()
     }
     m_messageShown = false;
     const bool saved = Save(&rows, tab);
+    // The task guards the commit only: held on, it would refuse every other till's points until
+    // this screen closes, now that a conflict stops a commit.
+    m_task.release();
     m_committing = false;
     SetControlEnable(true);
     if (!saved) {

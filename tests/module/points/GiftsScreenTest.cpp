@@ -337,8 +337,7 @@ TEST(GiftExchange, ThreeGiftsForOneCard)
     EXPECT_EQ(t.host.branch().rows("select FBranchno,FVipMinusTotalNum,FComFlag from T_Pos_VipConsume"),
               std::vector<std::string>{"01|345|0"});
     EXPECT_EQ(t.card("P3"), "500|345");
-    EXPECT_EQ(t.host.branch().rows("select FTaskNo,FItem,FCode from t_NetTask"),
-              std::vector<std::string>{"2002|P3|hy0007"});
+    EXPECT_TRUE(t.host.branch().rows("select * from t_NetTask").empty()) << "released with the commit";
     EXPECT_EQ(t.host.branch().rows("select FDescription from t_OperLog"),
               std::vector<std::string>{"积分管理---礼品兑换"});
     EXPECT_EQ(t.panel("itUsedPoint"), "345") << "the card is read again";
