@@ -70,7 +70,7 @@ std::string CardRowSql(const std::string& card)
 {
     return "select r.FCardId, r.FVipName, r.FCardStatus, r.FAccNum, r.FDecNum, r.FResidualAmt, t.type_name"
            " from T_Pos_VipRecord r left join T_Pos_VipType t on t.FTypeId=r.FCardType where r." +
-           cardCondition(card);
+           cardCondition(card) + " and r.FDeleted=0";
 }
 
 std::string PointsMovementsSql(const std::string& card)
@@ -171,6 +171,10 @@ CardHistory ReadCardHistory(const std::string& card, HistoryDatabase from)
         query = [](const std::string& sql) { return frame::ExecQuery(sql); };
     }
     const platform::Recordset cardRow = query(CardRowSql(card));
+    if (cardRow.empty()) {
+        if (connection) connection->close();
+        throw std::runtime_error("不存在会员卡【" + card + "】,或该卡已被禁用！");
+    }
     const platform::Recordset points = query(PointsMovementsSql(card));
     const platform::Recordset money = query(MoneyRowsSql(card));
     platform::Recordset operations;

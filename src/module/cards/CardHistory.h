@@ -57,8 +57,9 @@ CardHistory BuildCardHistory(const std::string& card, const platform::Recordset&
                              const platform::Recordset& points, const platform::Recordset& money,
                              const platform::Recordset& operations);
 
-// Reads and builds the history from a database. Throws when a read fails or headquarters cannot be
-// reached; the operation log is left out of a database that has no card column in it yet.
+// Reads and builds the history from a database. Throws when a read fails, headquarters cannot be
+// reached or the card is not there (a deleted card is not); the operation log is left out of a
+// database that has no card column in it yet.
 CardHistory ReadCardHistory(const std::string& card, HistoryDatabase from);
 
 struct HistoryFilter
