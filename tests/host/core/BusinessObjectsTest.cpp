@@ -112,8 +112,12 @@ TEST_F(BusinessObjects, UpdateWritesTheGivenColumnsOfTheNamedCard)
     EXPECT_TRUE(cards.updateMCInfo(change, 4, code));
     EXPECT_EQ(t.rows("select FCardStatus,FVipEndDate from T_Pos_VipRecord where FCardId='A2'"),
               std::vector<std::string>{"0|2027-01-01"});
-    platform::FieldMap missing{{"FCardId", "ZZ"}, {"FCardStatus", 3}};
-    EXPECT_FALSE(cards.updateMCInfo(missing, 4, code));
+    for (const char* card : {"ZZ", "D1"}) {
+        platform::FieldMap gone{{"FCardId", card}, {"FCardStatus", 3}};
+        EXPECT_FALSE(cards.updateMCInfo(gone, 4, code)) << card;
+    }
+    EXPECT_EQ(t.scalar("select FCardStatus from T_Pos_VipRecord where FCardId='D1'").toString(), "0")
+        << "a deleted card is not written";
 }
 
 TEST_F(BusinessObjects, ApprovalMakesPendingValuesTheCardsRecord)
