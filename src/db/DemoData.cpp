@@ -7,10 +7,11 @@
 
 #include <sqlite3.h>
 
+#include "DemoMovements.h"
 #include "SqliteStatement.h"
 #include "platform/BalanceCodec.h"
 #include "platform/Clock.h"
-#include "platform/NumberText.h"
+#include "platform/Money.h"
 
 namespace ormex::db {
 
@@ -175,7 +176,9 @@ void seedCatalogues(Database& db)
 struct DemoCard
 {
     std::string id, flowNo, name, mobile, type, status, start, end, branchNo, operDate, sex, email;
-    double acc = 0, dec = 0, balance = 0;
+    platform::Date issued;
+    double acc = 0, dec = 0;
+    platform::Money balance;
     int saving = 0, points = 1, deleted = 0;
 };
 
@@ -201,7 +204,8 @@ std::vector<DemoCard> makeCards()
         c.saving = type.saving;
         c.points = type.points;
         c.status = statuses[static_cast<std::size_t>(i % 20)];
-        c.start = today.addDays(-rnd.between(30, 900)).toString();
+        c.issued = today.addDays(-rnd.between(30, 900));
+        c.start = c.issued.toString();
         if (c.status == "1")
             c.end = today.addDays(-rnd.between(1, 200)).toString(); // expired
         else if (i % 17 == 0)
@@ -218,7 +222,7 @@ std::vector<DemoCard> makeCards()
             c.acc = rnd.between(0, 40) * 50;
             c.dec = std::min(c.acc, static_cast<double>(rnd.between(0, 20) * 25));
         }
-        if (c.saving) c.balance = c.status == "9" ? 0 : rnd.between(0, 200000) / 100.0;
+        if (c.saving && c.status != "9") c.balance = platform::Money::fromUnits(rnd.between(0, 200000) * 100);
         c.deleted = (i % 41 == 0) ? 1 : 0;
         cards.push_back(c);
     }
@@ -228,9 +232,10 @@ std::vector<DemoCard> makeCards()
     return cards;
 }
 
-void seedCards(Database& db, DemoRole role)
+void seedCards(Database& db)
 {
     const std::vector<DemoCard> cards = makeCards();
+    DemoMovements movements(db);
     SqliteStatement card(
         db.handle(),
         "insert into T_Pos_VipRecord (FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus,"
@@ -241,7 +246,9 @@ void seedCards(Database& db, DemoRole role)
         " values (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
     for (std::size_t k = 0; k < cards.size(); ++k) {
         const DemoCard& c = cards[k];
-        const std::string issue = c.saving ? "100" : "0";
+        const DemoHoldings holdings{static_cast<int>(k + 1), c.id,      c.type, c.branchNo, c.issued,
+                                    c.saving != 0,           c.balance, c.acc,  c.dec};
+        const std::string stored = c.saving ? platform::encodeBalance(c.balance.toString()) : "0";
         const std::vector<Value> values = {c.id,
                                            c.flowNo,
                                            c.name,
@@ -252,8 +259,8 @@ void seedCards(Database& db, DemoRole role)
                                            c.end,
                                            c.acc,
                                            c.dec,
-                                           c.saving ? Value(platform::encodeBalance(c.balance)) : Value("0"),
-                                           c.saving ? 100.0 : 0.0,
+                                           stored,
+                                           DemoMovements::issueAmount(holdings).toDouble(),
                                            c.saving,
                                            c.points,
                                            c.deleted,
@@ -285,22 +292,7 @@ void seedCards(Database& db, DemoRole role)
         card.step();
         sqlite3_reset(card.handle());
 
-        if (c.saving) {
-            // The issue amount, encoded as the screens read it back.
-            insert(db,
-                   "insert into T_Pos_AddMoneyList (FCardId, FPlusAmt, fuserid, FOperDate, FOldAmt, "
-                   "Fbranchid, FBranchno,"
-                   " other1, FPlusRealAmt, FResidualAmt, FBalanceStyle, FComFlag) values (?, ?, 1, ?, 0, ?, "
-                   "?, '初始金额', ?, ?, 1, '1')",
-                   {c.id, platform::encodeBalance(issue), c.operDate + " 09:00:00", kDemoBranchId, c.branchNo,
-                    platform::numberOr0(issue), issue});
-        }
-        if (c.acc > 0 && role == DemoRole::Branch && k % 4 == 0)
-            insert(db,
-                   "insert into T_Pos_VipConsume (FCardId, Fbranchid, FBranchno, FVipCurAccNum, FVipAccNum, "
-                   "FVipMinusTotalNum,"
-                   " FComFlag) values (?, ?, ?, ?, ?, ?, '0')",
-                   {c.id, kDemoBranchId, kDemoBranchNum, c.acc, c.acc, c.dec});
+        movements.write(holdings);
     }
 }
 
@@ -355,7 +347,7 @@ void seedDemo(Database& db, DemoRole role)
     Database::Transaction transaction(db);
     seedSettings(db, role);
     seedCatalogues(db);
-    seedCards(db, role);
+    seedCards(db);
     if (role == DemoRole::Branch) seedPendingApprovals(db);
     transaction.commit();
 }

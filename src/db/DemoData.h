@@ -5,9 +5,11 @@
 #include "Database.h"
 
 // The demo data that makes every screen meaningful on first start: card types and point tiers,
-// about two hundred cards in every status with balances and points, gifts, goods, warehouses,
-// payment methods, member records waiting for approval and the settings. The same cards are
-// seeded for a branch and for its headquarters; dates are relative to the platform clock.
+// about two hundred cards in every status with balances and points, each with the money rows,
+// points movements and branch totals that explain them (DemoMovements), gifts, goods, warehouses,
+// payment methods, member records waiting for approval and the settings. The same cards and
+// movements are seeded for a branch and for its headquarters; dates are relative to the platform
+// clock.
 namespace ormex::db {
 
 enum class DemoRole { Branch, Headquarters };

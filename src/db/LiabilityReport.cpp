@@ -46,6 +46,10 @@ private:
     std::map<std::string, std::pair<std::string, LiabilityLine>> m_lines;
 };
 
+constexpr const char* kDeletedCards = "已删除的卡";
+constexpr const char* kDeletedCardsTitle =
+    "已删除但仍有余额或积分的卡（不在以上分组中，已计入合计：仍欠会员）";
+
 // Money amounts to the cent, as the screens show them: the sum of many doubles is rounded once.
 double cents(double value)
 {
@@ -80,10 +84,10 @@ LiabilityReport liabilityReport(TsqlDatabase& db, const std::string& from, const
     report.from = from;
     report.to = to;
     Groups types, statuses, branches;
+    report.deleted.group = kDeletedCards;
     auto cards = db.query("select r.FCardId, r.FCardType, t.type_name, r.FCardStatus, r.FBranchno, "
-                          "r.FResidualAmt, isnull(r.FAccNum, 0) - isnull(r.FDecNum, 0) as FLeft "
-                          "from T_Pos_VipRecord r left join T_Pos_VipType t on t.FTypeId = r.FCardType "
-                          "where r.FDeleted = 0");
+                          "r.FResidualAmt, isnull(r.FAccNum, 0) - isnull(r.FDecNum, 0) as FLeft, r.FDeleted "
+                          "from T_Pos_VipRecord r left join T_Pos_VipType t on t.FTypeId = r.FCardType");
     for (; !cards.atEnd(); cards.moveNext()) {
         const std::string stored = cards.field("FResidualAmt").toString();
         const auto balance = platform::tryDecodeBalance(platform::trim(stored));
@@ -92,6 +96,16 @@ LiabilityReport liabilityReport(TsqlDatabase& db, const std::string& from, const
             continue;
         }
         const double left = cards.field("FLeft").toDouble();
+        if (cards.field("FDeleted").toInt() != 0) {
+            if (*balance == 0 && left == 0) continue;
+            ++report.deleted.cards;
+            report.deleted.balance += *balance;
+            report.deleted.points += left;
+            ++report.total.cards;
+            report.total.balance += *balance;
+            report.total.points += left;
+            continue;
+        }
         const std::string type = platform::trim(cards.field("FCardType").toString());
         const std::string typeName = cards.field("type_name").toString();
         types.add(type, type + " " + (typeName.empty() ? "（未知类别）" : typeName), *balance, left);
@@ -108,6 +122,7 @@ LiabilityReport liabilityReport(TsqlDatabase& db, const std::string& from, const
     report.byBranch = branches.lines();
     report.total.group = "合计";
     report.total.balance = cents(report.total.balance);
+    report.deleted.balance = cents(report.deleted.balance);
     for (auto* lines : {&report.byType, &report.byStatus, &report.byBranch})
         for (auto& line : *lines)
             line.balance = cents(line.balance);
@@ -148,6 +163,7 @@ std::vector<std::pair<std::string, platform::Recordset>> liabilityTables(const L
     tables.emplace_back("按卡类别", linesTable("卡类别", report.byType));
     tables.emplace_back("按卡状态", linesTable("卡状态", report.byStatus));
     tables.emplace_back("按分店", linesTable("分店", report.byBranch));
+    tables.emplace_back(kDeletedCardsTitle, linesTable("", {report.deleted}));
     tables.emplace_back("合计", linesTable("", {report.total}));
     std::vector<std::vector<platform::Value>> bad;
     for (const auto& card : report.undecodable)

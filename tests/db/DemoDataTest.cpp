@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "db/DemoData.h"
 #include "db/LargeData.h"
 #include "platform/BalanceCodec.h"
+#include "platform/Money.h"
 #include "support/TestClock.h"
 #include "support/TestDatabase.h"
 
@@ -61,13 +64,110 @@ TEST(DemoData, BranchHoldsEveryKindOfCardAndSetting)
     EXPECT_GT(t.scalar("select count(*) from T_Pos_VipRecordCheck where FModifyDate='2026-11-23'").toInt(),
               0);
 
-    // Every stored-value card has its issue amount, encoded, in the money list.
-    auto issues = t.db().query("select FCardId, FPlusAmt from T_Pos_AddMoneyList where other1='初始金额'");
-    EXPECT_EQ(issues.recordCount(),
-              static_cast<std::size_t>(
-                  t.scalar("select count(*) from T_Pos_VipRecord where FSavingFlag=1").toInt()));
+    // Every stored-value card in use that holds a balance was issued with an amount, encoded in the
+    // money list as the card import writes it, and named on the card.
+    EXPECT_EQ(t.rows("select r.FCardId from T_Pos_VipRecord r where r.FSavingFlag=1 and r.FCardStatus<>'9'"
+                     " and r.FResidualAmt<>'0' and not exists (select 1 from T_Pos_AddMoneyList m"
+                     " where m.FCardId=r.FCardId and m.other1='初始金额')"),
+              std::vector<std::string>{});
+    auto issues = t.db().query("select m.FPlusAmt, r.FPlusAmt as FCardAmt from T_Pos_AddMoneyList m"
+                               " join T_Pos_VipRecord r on r.FCardId=m.FCardId where m.other1='初始金额'");
+    EXPECT_GT(issues.recordCount(), 50u);
     for (; !issues.atEnd(); issues.moveNext())
-        EXPECT_EQ(platform::decodeBalance(issues.field("FPlusAmt").toString()), "100");
+        EXPECT_EQ(platform::decodeBalance(issues.field("FPlusAmt").toString()),
+                  issues.field("FCardAmt").toString());
+}
+
+namespace {
+
+platform::Money amountOf(const platform::Value& value)
+{
+    return platform::Money::fromDouble(value.toDouble()).value();
+}
+
+// What a card's rows say it holds, from nothing: the money rows' amounts (the issue amount
+// decoded), the rewards and what was spent; and what its totals rows hold.
+struct Explained
+{
+    platform::Money balance;
+    double accumulated = 0, used = 0;
+    double totalsAccumulated = 0, totalsCurrent = 0, totalsUsed = 0;
+    std::string firstRow = "9999";
+};
+
+std::map<std::string, Explained> explained(TestDatabase& t)
+{
+    std::map<std::string, Explained> cards;
+    for (auto rs = t.db().query("select FCardId, FPlusAmt, other1, FOperDate from T_Pos_AddMoneyList");
+         !rs.atEnd(); rs.moveNext()) {
+        Explained& card = cards[rs.field("FCardId").toString()];
+        card.balance +=
+            rs.field("other1").toString() == "初始金额"
+                ? platform::Money::parse(platform::decodeBalance(rs.field("FPlusAmt").toString())).value()
+                : amountOf(rs.field("FPlusAmt"));
+        card.firstRow = std::min(card.firstRow, rs.field("FOperDate").toString());
+    }
+    for (auto rs = t.db().query("select FCardId, flag, FVipNum, FOperDate from T_Pos_VipGiftList");
+         !rs.atEnd(); rs.moveNext()) {
+        Explained& card = cards[rs.field("FCardId").toString()];
+        (rs.field("flag").toString() == "3" ? card.accumulated : card.used) += rs.field("FVipNum").toDouble();
+        card.firstRow = std::min(card.firstRow, rs.field("FOperDate").toString());
+    }
+    for (auto rs = t.db().query(
+             "select FCardId, FVipAccNum, FVipCurAccNum, FVipMinusTotalNum from T_Pos_VipConsume");
+         !rs.atEnd(); rs.moveNext()) {
+        Explained& card = cards[rs.field("FCardId").toString()];
+        card.totalsAccumulated += rs.field("FVipAccNum").toDouble();
+        card.totalsCurrent += rs.field("FVipCurAccNum").toDouble();
+        card.totalsUsed += rs.field("FVipMinusTotalNum").toDouble();
+    }
+    return cards;
+}
+
+} // namespace
+
+TEST(DemoData, EveryCardHoldsWhatItsRowsExplainAtTheBranchAndAtHeadquarters)
+{
+    test::ScopedClock clock(2026, 11, 23);
+    TestDatabase branch, hq("HQ.db");
+    db::seedDemo(branch.db(), db::DemoRole::Branch);
+    db::seedDemo(hq.db(), db::DemoRole::Headquarters);
+    for (TestDatabase* t : {&branch, &hq}) {
+        auto rows = explained(*t);
+        long cards = 0;
+        for (auto rs = t->db().query("select FCardId, FResidualAmt, FAccNum, FDecNum, FOperDate from "
+                                     "T_Pos_VipRecord");
+             !rs.atEnd(); rs.moveNext(), ++cards) {
+            const std::string id = rs.field("FCardId").toString();
+            const Explained& card = rows[id];
+            const auto balance = platform::tryDecodeBalance(rs.field("FResidualAmt").toString());
+            ASSERT_TRUE(balance) << id;
+            EXPECT_EQ(platform::Money::fromDouble(*balance).value().toString(), card.balance.toString())
+                << id;
+            EXPECT_EQ(rs.field("FAccNum").toDouble(), card.accumulated) << id;
+            EXPECT_EQ(rs.field("FDecNum").toDouble(), card.used) << id;
+            EXPECT_EQ(card.totalsAccumulated, card.accumulated) << id;
+            EXPECT_EQ(card.totalsCurrent, card.accumulated) << id;
+            EXPECT_EQ(card.totalsUsed, card.used) << id;
+            if (card.firstRow != "9999") {
+                EXPECT_GE(card.firstRow, rs.field("FOperDate").toString())
+                    << id << ": nothing before the issue";
+            }
+        }
+        EXPECT_EQ(cards, 200);
+        EXPECT_EQ(rows.size(), 200u) << "no rows of a card that is not there";
+        EXPECT_LT(t->scalar("select max(FOperDate) from T_Pos_VipGiftList").toString(), "2026-11-23");
+        EXPECT_LT(t->scalar("select max(FOperDate) from T_Pos_AddMoneyList").toString(), "2026-11-23");
+    }
+    // Every kind of row is there to be seen, the same at both.
+    EXPECT_EQ(branch.rows("select distinct flag from T_Pos_VipGiftList order by flag"),
+              (std::vector<std::string>{"1", "2", "3", "4", "5"}));
+    EXPECT_EQ(branch.rows("select distinct other1 from T_Pos_AddMoneyList order by other1"),
+              (std::vector<std::string>{"", "会员日充值", "初始金额", "积分转储值"}));
+    for (const char* table : {"T_Pos_VipGiftList", "T_Pos_AddMoneyList", "T_Pos_VipConsume"})
+        EXPECT_EQ(branch.rows(std::string("select * from ") + table + " order by 1"),
+                  hq.rows(std::string("select * from ") + table + " order by 1"))
+            << table;
 }
 
 TEST(DemoData, HeadquartersHoldsTheSameCards)

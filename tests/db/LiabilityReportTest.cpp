@@ -3,6 +3,7 @@
 // decode listed apart, and the movements of a period.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "db/DemoData.h"
@@ -31,47 +32,66 @@ TEST(LiabilityReport, TotalsAgreeWithTheDatabaseAndAnUndecodableBalanceStandsApa
     test::TestDatabase t;
     db::seedDemo(t.db(), db::DemoRole::Branch);
     const std::string broken = t.scalar("select min(FCardId) from T_Pos_VipRecord where FCardStatus='0' and "
-                                        "FSavingFlag=1")
+                                        "FSavingFlag=1 and FDeleted=0")
                                    .toString();
     t.exec("update T_Pos_VipRecord set FResidualAmt='%%' where FCardId='" + broken + "'");
-    t.exec("update T_Pos_VipRecord set FDeleted=1 where FCardId=(select max(FCardId) from T_Pos_VipRecord)");
+    // A deleted card that holds nothing is owed nothing: it is on no line.
+    t.exec("update T_Pos_VipRecord set FDeleted=1 where FCardId=(select max(FCardId) from T_Pos_VipRecord "
+           "where FCardStatus='9')");
 
     const db::LiabilityReport report = db::liabilityReport(t.db(), "2026-11-01", "2026-11-23");
     ASSERT_EQ(report.undecodable.size(), 1u);
     EXPECT_EQ(report.undecodable[0].card, broken);
     EXPECT_EQ(report.undecodable[0].stored, "%%");
 
-    // The same sums by the database's own decoding, over the cards that count.
-    const std::string counted = " from T_Pos_VipRecord where FDeleted=0 and FCardId<>'" + broken + "'";
-    EXPECT_EQ(report.total.cards, t.scalar("select count(*)" + counted).toInt());
-    EXPECT_NEAR(report.total.balance,
-                t.scalar("select sum(cast(dbo.f_decrypt(FResidualAmt) as float))" + counted).toDouble(),
-                0.005);
-    EXPECT_DOUBLE_EQ(report.total.points,
-                     t.scalar("select sum(isnull(FAccNum,0)-isnull(FDecNum,0))" + counted).toDouble());
+    // The same sums by the database's own decoding, over the live cards that count and over the
+    // deleted cards that still hold something.
+    const std::string live = " from T_Pos_VipRecord where FDeleted=0 and FCardId<>'" + broken + "'";
+    const std::string deleted = " from T_Pos_VipRecord where FDeleted<>0 and "
+                                "(cast(dbo.f_decrypt(FResidualAmt) as float)<>0 or FAccNum<>FDecNum)";
+    auto balance = [&t](const std::string& from) {
+        return t.scalar("select sum(cast(dbo.f_decrypt(FResidualAmt) as float))" + from).toDouble();
+    };
+    auto points = [&t](const std::string& from) {
+        return t.scalar("select sum(isnull(FAccNum,0)-isnull(FDecNum,0))" + from).toDouble();
+    };
+    // The demo's four deleted cards: what the issue found missing from the report.
+    EXPECT_EQ(report.deleted.group, "已删除的卡");
+    EXPECT_EQ(report.deleted.cards, 4);
+    EXPECT_EQ(report.deleted.cards, t.scalar("select count(*)" + deleted).toInt());
+    EXPECT_NEAR(report.deleted.balance, 3393.92, 0.001);
+    EXPECT_NEAR(report.deleted.balance, balance(deleted), 0.005);
+    EXPECT_DOUBLE_EQ(report.deleted.points, points(deleted));
+    EXPECT_EQ(report.total.cards, t.scalar("select count(*)" + live).toInt() + report.deleted.cards);
+    EXPECT_NEAR(report.total.balance, balance(live) + balance(deleted), 0.005);
+    EXPECT_DOUBLE_EQ(report.total.points, points(live) + points(deleted));
     for (const auto& [lines, column] :
          {std::pair{&report.byType, "FCardType"}, std::pair{&report.byBranch, "FBranchno"}}) {
-        double balance = 0, points = 0;
+        double lineBalance = 0, linePoints = 0;
         long cards = 0;
         for (const auto& line : *lines) {
-            balance += line.balance;
-            points += line.points;
+            lineBalance += line.balance;
+            linePoints += line.points;
             cards += line.cards;
         }
-        EXPECT_EQ(cards, report.total.cards) << column;
-        EXPECT_NEAR(balance, report.total.balance, 0.01) << column;
-        EXPECT_DOUBLE_EQ(points, report.total.points) << column;
+        EXPECT_EQ(cards + report.deleted.cards, report.total.cards) << column;
+        EXPECT_NEAR(lineBalance + report.deleted.balance, report.total.balance, 0.01) << column;
+        EXPECT_DOUBLE_EQ(linePoints + report.deleted.points, report.total.points) << column;
     }
     const auto gold = lineOf(report.byType, "03 ");
-    EXPECT_EQ(gold.cards, t.scalar("select count(*)" + counted + " and FCardType='03'").toInt());
-    EXPECT_NEAR(
-        gold.balance,
-        t.scalar("select sum(cast(dbo.f_decrypt(FResidualAmt) as float))" + counted + " and FCardType='03'")
-            .toDouble(),
-        0.005);
+    EXPECT_EQ(gold.cards, t.scalar("select count(*)" + live + " and FCardType='03'").toInt());
+    EXPECT_NEAR(gold.balance, balance(live + " and FCardType='03'"), 0.005);
     for (const char* status : {"正常", "失效", "挂失", "作废", "黑名单", "未使用"})
         EXPECT_GT(lineOf(report.byStatus, status).cards, 0) << status;
     EXPECT_EQ(lineOf(report.byStatus, "未使用").balance, 0);
+
+    const auto tables = db::liabilityTables(report);
+    const auto line = std::find_if(tables.begin(), tables.end(),
+                                   [](const auto& table) { return table.first.rfind("已删除", 0) == 0; });
+    ASSERT_NE(line, tables.end());
+    EXPECT_EQ(line->first, "已删除但仍有余额或积分的卡（不在以上分组中，已计入合计：仍欠会员）");
+    EXPECT_EQ(line->second.cell(0, 1).toString(), "4");
+    EXPECT_EQ(line->second.cell(0, 2).toString(), "3393.92");
 }
 
 TEST(LiabilityReport, TheMovementsOfThePeriodOnly)

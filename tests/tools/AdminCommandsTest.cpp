@@ -105,7 +105,10 @@ TEST_F(AdminCommands, TheLiabilityReportAsTablesAndAsCsv)
                ormex::platform::encodeBalance(std::string("12.5")) +
                "',10,4)\r\n"
                "insert into T_Pos_VipRecord (FCardId,FCardType,FCardStatus,FResidualAmt) values "
-               "('B','01','2','%%')";
+               "('B','01','2','%%')\r\n"
+               "insert into T_Pos_VipRecord (FCardId,FCardType,FCardStatus,FDeleted,FResidualAmt,FAccNum) "
+               "values ('C','01','0',1,'" +
+               ormex::platform::encodeBalance(std::string("20")) + "',5)";
     ASSERT_EQ(run({"run", db, dir + "/cards.sql"}).code, 0);
     addAdmin(db);
     EXPECT_EQ(run({"report", "liability", db}).code, 2) << "for whom?";
@@ -114,8 +117,10 @@ TEST_F(AdminCommands, TheLiabilityReportAsTablesAndAsCsv)
     EXPECT_EQ(tables.code, 0) << tables.err;
     EXPECT_NE(tables.out.find("01 金卡 | 1    | 12.50    | 6"), std::string::npos) << tables.out;
     EXPECT_NE(tables.out.find("B    | %%"), std::string::npos) << "listed apart";
+    EXPECT_NE(tables.out.find("已删除的卡 | 1    | 20.00    | 5"), std::string::npos)
+        << "a deleted card still holding value, on its own line" << tables.out;
     const Result csv = run({"report", "liability", db, "--csv", "--user", "admin"});
-    EXPECT_NE(csv.out.find("合计\r\n,卡数,储值余额,剩余积分\r\n合计,1,12.50,6\r\n"), std::string::npos)
+    EXPECT_NE(csv.out.find("合计\r\n,卡数,储值余额,剩余积分\r\n合计,2,32.50,11\r\n"), std::string::npos)
         << csv.out;
     EXPECT_EQ(run({"report", "liability", db, "--from", "2026-13-01", "--user", "admin"}).code, 2)
         << "a bad date is a usage error";

@@ -24,6 +24,10 @@ std::string approvalBatch(db::TsqlDatabase& db, const platform::RecordList& pack
     std::string batch;
     for (const auto& item : package) {
         const std::string card = item.text("FCardId");
+        if (!db.query("select FCardId from T_Pos_VipRecord where FCardId=" + quoted(card) +
+                      " and FDeleted<>0")
+                 .atEnd())
+            throw std::runtime_error("会员卡【" + card + "】已被删除，不能审核");
         const auto pending = db.query("select * from T_Pos_VipRecordCheck where FCardId=" + quoted(card) +
                                       " order by FCheckId desc");
         if (pending.atEnd()) throw std::runtime_error("会员卡【" + card + "】没有待审核的档案");
@@ -49,7 +53,10 @@ platform::RecordList ApprovalMaintain::getList(std::string& condition)
         "'1' then '失效'"
         " when '2' then '挂失' when '3' then '作废' when '4' then '黑名单' when '9' then '未使用' else '' "
         "end as status_name"
-        " from T_Pos_VipRecordCheck c left join T_Pos_VipType t on t.FTypeId=c.FCardType) v where 1=1 " +
+        " from T_Pos_VipRecordCheck c left join T_Pos_VipType t on t.FTypeId=c.FCardType"
+        // The pending records of a deleted card are not offered.
+        " where not exists (select 1 from T_Pos_VipRecord r where r.FCardId=c.FCardId and r.FDeleted<>0)) v"
+        " where 1=1 " +
         condition + " order by FCheckId";
     platform::RecordList list = db().query(sql).toRecordList();
     m_lastCards.clear();

@@ -191,7 +191,9 @@ bool CardMaintain::updateMCInfo(platform::FieldMap& record, int, int& operationC
 {
     const std::string cardNo = record.text("FCardId");
     if (cardNo.empty()) return false;
-    if (db().query("select count(*) as n from T_Pos_VipRecord where FCardId=" + quoted(cardNo))
+    // A card deleted since the screen found it is not written.
+    if (db().query("select count(*) as n from T_Pos_VipRecord where FCardId=" + quoted(cardNo) +
+                   " and FDeleted=0")
             .field("n")
             .toInt() == 0)
         return false;

@@ -21,13 +21,13 @@ std::string memberListSql(int listNo, const std::string& condition)
         std::string("select * from (select r.*, t.type_name as type_name, t.type_name as FCardTypeName, ") +
         kStatusName +
         " as status_name, r.FAccNum-r.FDecNum as cur_num from T_Pos_VipRecord r "
-        "left join T_Pos_VipType t on t.FTypeId=r.FCardType) v";
+        "left join T_Pos_VipType t on t.FTypeId=r.FCardType) v where FDeleted=0";
     if (listNo == 51)
-        base += " where FCardStatus='9' and FDeleted=0";
+        base += " and FCardStatus='9'";
     else if (listNo != 50)
         throw std::invalid_argument("no member list " + std::to_string(listNo));
     if (platform::trim(condition).empty()) return base;
-    return base + (listNo == 51 ? " and (" : " where (") + condition + ")";
+    return base + " and (" + condition + ")";
 }
 
 std::string MemberLists::getListSql(const std::string& condition, const std::string&)

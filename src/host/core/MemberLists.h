@@ -6,9 +6,11 @@
 #include "db/Database.h"
 #include "platform/BusinessObjects.h"
 
-// The host's member-card lists: 50 every card, 51 the cards a card may be changed to (unused,
-// not deleted). Each row holds the card's columns with type_name, FCardTypeName, status_name and
-// cur_num, so that conditions may name those too.
+// The host's member-card lists: 50 every card, 51 the cards a card may be changed to (unused).
+// Neither lists a deleted card (FDeleted not 0): whatever the condition, no screen, lookup window
+// or name list finds one, at a branch or when headquarters runs the list's SQL. Each row holds the
+// card's columns with type_name, FCardTypeName, status_name and cur_num, so that conditions may
+// name those too.
 namespace ormex::host {
 
 // The SQL of a list with a condition ("" for every row).

@@ -70,6 +70,7 @@ LiabilityReportWindow::LiabilityReportWindow(std::string databasePath, QWidget* 
 
     m_summary = new QLabel(this);
     m_summary->setObjectName("summary");
+    m_summary->setWordWrap(true);
     layout->addWidget(m_summary);
     auto* body = new QHBoxLayout;
     m_table = new QTableWidget(this);
@@ -113,14 +114,20 @@ void LiabilityReportWindow::refresh()
 
 void LiabilityReportWindow::fill()
 {
-    m_summary->setText(QStringLiteral("截至目前：%1 张卡，储值余额合计 %2 元，剩余积分合计 %3%4")
-                           .arg(m_report.total.cards)
-                           .arg(q(platform::formatFixed(m_report.total.balance, 2)))
-                           .arg(q(platform::formatNumber(m_report.total.points)))
-                           .arg(m_report.undecodable.empty()
-                                    ? QString()
-                                    : QStringLiteral("；另有 %1 张卡的余额无法解码，未计入合计")
-                                          .arg(m_report.undecodable.size())));
+    const db::LiabilityLine& deleted = m_report.deleted;
+    m_summary->setText(
+        QStringLiteral("截至目前：%1 张卡，储值余额合计 %2 元，剩余积分合计 %3%4%5")
+            .arg(m_report.total.cards)
+            .arg(q(platform::formatFixed(m_report.total.balance, 2)))
+            .arg(q(platform::formatNumber(m_report.total.points)))
+            .arg(deleted.cards == 0 ? QString()
+                                    : QStringLiteral("（含已删除但仍有余额或积分的卡 %1 张：%2 元、%3 积分）")
+                                          .arg(deleted.cards)
+                                          .arg(q(platform::formatFixed(deleted.balance, 2)))
+                                          .arg(q(platform::formatNumber(deleted.points))))
+            .arg(m_report.undecodable.empty() ? QString()
+                                              : QStringLiteral("；另有 %1 张卡的余额无法解码，未计入合计")
+                                                    .arg(m_report.undecodable.size())));
     m_table->setRowCount(0);
     QFont bold = m_table->font();
     bold.setBold(true);

@@ -16,8 +16,9 @@ class QChartView;
 namespace ormex::host {
 
 // The liability report in the launcher: what the company owes its members as of now, by card
-// type, status and branch, with a bar chart of the stored value and points by card type, and the
-// movements of the period chosen; printed to PDF or exported as CSV.
+// type, status and branch, and what deleted cards still hold on a line of their own, with a bar
+// chart of the stored value and points by card type, and the movements of the period chosen;
+// printed to PDF or exported as CSV.
 class LiabilityReportWindow : public QDialog
 {
 public:

@@ -1,6 +1,7 @@
 #include "CardHistory.h"
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <map>
 #include <stdexcept>
@@ -47,6 +48,27 @@ std::string text(const platform::Recordset& rs, std::size_t row, const char* fie
     return platform::trim(rs.at(row, field).toString());
 }
 
+// A balance or an issue amount as stored (encoded), or nothing when it does not decode.
+std::optional<platform::Money> decodedMoney(const std::string& stored)
+{
+    const auto value = platform::tryDecodeBalance(stored);
+    return value ? platform::Money::fromDouble(*value) : std::nullopt;
+}
+
+// A money-list amount: plain decimal text is read exactly, a number through its 15 digits.
+platform::Money moneyOf(const platform::Value& value)
+{
+    if (value.isText())
+        if (const auto exact = platform::Money::parse(value.toString())) return *exact;
+    return platform::Money::ofDouble(value.toDouble());
+}
+
+// An amount of the mismatch: to the cent, or to the ten-thousandth when it has more decimals.
+std::string amountText(platform::Money amount)
+{
+    return amount.rounded(2) == amount ? amount.toFixed(2) : amount.toString();
+}
+
 HistoryEntry commonPart(const platform::Recordset& rs, std::size_t row, const char* dateField,
                         const char* userField)
 {
@@ -70,7 +92,7 @@ std::string CardRowSql(const std::string& card)
 {
     return "select r.FCardId, r.FVipName, r.FCardStatus, r.FAccNum, r.FDecNum, r.FResidualAmt, t.type_name"
            " from T_Pos_VipRecord r left join T_Pos_VipType t on t.FTypeId=r.FCardType where r." +
-           cardCondition(card);
+           cardCondition(card) + " and r.FDeleted=0";
 }
 
 std::string PointsMovementsSql(const std::string& card)
@@ -99,14 +121,14 @@ CardHistory BuildCardHistory(const std::string& card, const platform::Recordset&
 {
     CardHistory history;
     history.card = card;
-    history.balance = 0.0;
+    history.balance = platform::Money();
     if (!cardRow.empty()) {
         history.card = text(cardRow, 0, "FCardId");
         history.name = text(cardRow, 0, "FVipName");
         history.typeName = text(cardRow, 0, "type_name");
         history.status = frame::GetStatusName(static_cast<int>(cardRow.at(0, "FCardStatus").toInt()));
         history.points = cardRow.at(0, "FAccNum").toDouble() - cardRow.at(0, "FDecNum").toDouble();
-        history.balance = platform::tryDecodeBalance(cardRow.at(0, "FResidualAmt").toString());
+        history.balance = decodedMoney(cardRow.at(0, "FResidualAmt").toString());
     }
 
     std::vector<Ordered> rows;
@@ -126,15 +148,15 @@ CardHistory BuildCardHistory(const std::string& card, const platform::Recordset&
         if (memo == kIssueAmountMemo) {
             // The issue amount is kept encoded, as the balance is.
             entry.kind = kIssueAmountMemo;
-            const auto amount = platform::tryDecodeBalance(text(money, r, "FPlusAmt"));
-            entry.amount = amount.value_or(0);
+            const auto amount = decodedMoney(text(money, r, "FPlusAmt"));
+            entry.amount = amount.value_or(platform::Money());
             if (!amount) entry.detail = "金额无法解码";
         } else {
             entry.kind = memo == kConversionMemo ? kConversionMemo : kRecharge;
-            entry.amount = money.at(r, "FPlusAmt").toDouble();
+            entry.amount = moneyOf(money.at(r, "FPlusAmt"));
             entry.detail = memo;
             if (entry.kind == kRecharge)
-                entry.detail = "实付" + platform::formatFixed(money.at(r, "FPlusRealAmt").toDouble(), 2) +
+                entry.detail = "实付" + moneyOf(money.at(r, "FPlusRealAmt")).toFixed(2) +
                                (memo.empty() ? "" : " " + memo);
         }
         rows.push_back({std::move(entry), 1, money.at(r, "FID").toInt()});
@@ -148,14 +170,16 @@ CardHistory BuildCardHistory(const std::string& card, const platform::Recordset&
     std::sort(rows.begin(), rows.end(), newerFirst);
 
     double pointsAfter = history.points;
-    std::optional<double> balanceAfter = history.balance;
+    std::optional<platform::Money> balanceAfter = history.balance;
     for (Ordered& row : rows) {
         row.entry.pointsAfter = platform::roundTo(pointsAfter, 4);
-        if (balanceAfter) row.entry.balanceAfter = platform::roundTo(*balanceAfter, 2);
+        row.entry.balanceAfter = balanceAfter;
         pointsAfter -= row.entry.points;
         if (balanceAfter) *balanceAfter -= row.entry.amount;
         history.entries.push_back(std::move(row.entry));
     }
+    history.openingPoints = platform::roundTo(pointsAfter, 4);
+    history.openingBalance = balanceAfter;
     return history;
 }
 
@@ -171,6 +195,10 @@ CardHistory ReadCardHistory(const std::string& card, HistoryDatabase from)
         query = [](const std::string& sql) { return frame::ExecQuery(sql); };
     }
     const platform::Recordset cardRow = query(CardRowSql(card));
+    if (cardRow.empty()) {
+        if (connection) connection->close();
+        throw std::runtime_error("不存在会员卡【" + card + "】,或该卡已被禁用！");
+    }
     const platform::Recordset points = query(PointsMovementsSql(card));
     const platform::Recordset money = query(MoneyRowsSql(card));
     platform::Recordset operations;
@@ -221,7 +249,6 @@ HistoryTotals TotalsOf(const std::vector<HistoryEntry>& entries)
         totals.amount += entry.amount;
     }
     totals.points = platform::roundTo(totals.points, 4);
-    totals.amount = platform::roundTo(totals.amount, 2);
     return totals;
 }
 
@@ -231,10 +258,24 @@ std::string SignedPoints(double change)
     return (change > 0 ? "+" : "") + platform::formatNumber(change);
 }
 
-std::string SignedAmount(double change)
+std::string SignedAmount(platform::Money change)
 {
-    if (change == 0) return {};
-    return (change > 0 ? "+" : "") + platform::formatFixed(change, 2);
+    if (change.isZero()) return {};
+    return (change.isNegative() ? "" : "+") + change.toFixed(2);
+}
+
+std::string MismatchText(const CardHistory& history)
+{
+    std::vector<std::string> parts;
+    if (history.openingBalance && !history.openingBalance->isZero())
+        parts.push_back("卡上储值余额比各笔变动的合计" +
+                        std::string(history.openingBalance->isNegative() ? "少 " : "多 ") +
+                        amountText(history.openingBalance->abs()) + " 元");
+    if (history.openingPoints != 0)
+        parts.push_back("剩余积分比各笔变动的合计" + std::string(history.openingPoints < 0 ? "少 " : "多 ") +
+                        platform::formatNumber(std::fabs(history.openingPoints)));
+    if (parts.empty()) return {};
+    return "账目不符：" + platform::join(parts, "，") + "。差额不在以下记录中。";
 }
 
 } // namespace ormex::module::cards

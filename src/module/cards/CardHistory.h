@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/DateTime.h"
+#include "platform/Money.h"
 #include "platform/Recordset.h"
 
 // The history of one card: every points movement (T_Pos_VipGiftList), every money-list row
@@ -12,8 +13,9 @@
 // with the points and stored value the card held after each.
 //
 // The running values are counted back from what the card holds now through the changes listed,
-// so the newest row ends at the card's present points and balance; what changed a card outside
-// these lists (a sale paid at a till) shows in the opening values of the oldest rows.
+// so the newest row ends at the card's present points and balance. A card starts with nothing:
+// when the changes do not explain what it holds (a sale paid at a till, a change outside the
+// system), what is left before the oldest row is the difference, and the history says so.
 namespace ormex::module::cards {
 
 // Which database the history is read from: the session's own, or headquarters in a linked
@@ -26,10 +28,10 @@ struct HistoryEntry
     std::string branch;
     std::string operatorName; // the operator's name; their number where the name is not known
     std::string kind; // 积分奖励 积分冲减 礼品兑换 积分转储值 积分清零 充值 初始金额 卡操作
-    double points = 0; // the change of the card's points
-    double amount = 0; // the change of the card's stored value
+    double points = 0;      // the change of the card's points
+    platform::Money amount; // the change of the card's stored value
     double pointsAfter = 0;
-    std::optional<double> balanceAfter; // nothing when the card's balance does not decode
+    std::optional<platform::Money> balanceAfter; // nothing when the card's balance does not decode
     std::string detail;
 };
 
@@ -37,9 +39,14 @@ struct CardHistory
 {
     std::string card;
     std::string name, typeName, status;
-    double points = 0;                 // accumulated minus used, now
-    std::optional<double> balance;     // decoded, now; nothing when it does not decode
-    std::vector<HistoryEntry> entries; // newest first
+    double points = 0;                      // accumulated minus used, now
+    std::optional<platform::Money> balance; // decoded, now; nothing when it does not decode
+    std::vector<HistoryEntry> entries;      // newest first
+    // What the card held before its oldest row: its present values less every change listed. Both
+    // are 0 when the changes explain what the card holds; the balance is nothing when it does not
+    // decode.
+    double openingPoints = 0;
+    std::optional<platform::Money> openingBalance;
 };
 
 // The kinds in the order the filter offers them.
@@ -57,8 +64,9 @@ CardHistory BuildCardHistory(const std::string& card, const platform::Recordset&
                              const platform::Recordset& points, const platform::Recordset& money,
                              const platform::Recordset& operations);
 
-// Reads and builds the history from a database. Throws when a read fails or headquarters cannot be
-// reached; the operation log is left out of a database that has no card column in it yet.
+// Reads and builds the history from a database. Throws when a read fails, headquarters cannot be
+// reached or the card is not there (a deleted card is not); the operation log is left out of a
+// database that has no card column in it yet.
 CardHistory ReadCardHistory(const std::string& card, HistoryDatabase from);
 
 struct HistoryFilter
@@ -73,12 +81,16 @@ struct HistoryTotals
 {
     long rows = 0;
     double points = 0;
-    double amount = 0;
+    platform::Money amount;
 };
 HistoryTotals TotalsOf(const std::vector<HistoryEntry>& entries);
 
 // A change as the list shows it: "+100", "-40", "" for none; money with two decimals.
 std::string SignedPoints(double change);
-std::string SignedAmount(double change);
+std::string SignedAmount(platform::Money change);
+
+// What the window says when the card's changes do not explain what it holds: the difference of
+// the balance and of the points, each named only when it is not 0. "" when the history adds up.
+std::string MismatchText(const CardHistory& history);
 
 } // namespace ormex::module::cards

@@ -12,7 +12,8 @@ namespace ormex::module::cards {
 
 // First read: the card number or mobile of a live card.
 std::string cardSearchCondition(std::string_view key);
-// Second read, when the first finds nothing: the face number or mobile, deleted cards included.
+// Second read, when the first finds nothing: the face number or mobile. The condition has no
+// FDeleted test of its own; the member list it reads holds no deleted card.
 std::string faceNumberSearchCondition(std::string_view key);
 
 // The filter of the member-card lookup and name list of the search field.

@@ -49,9 +49,9 @@ QString q(const std::string& text)
     return QString::fromStdString(text);
 }
 
-std::string balanceText(const std::optional<double>& balance)
+std::string balanceText(const std::optional<platform::Money>& balance)
 {
-    return balance ? platform::formatFixed(*balance, 2) : std::string("无法解码");
+    return balance ? balance->toFixed(2) : std::string("无法解码");
 }
 
 // A date typed into a filter field: nothing for an empty field, false for a bad one.
@@ -84,6 +84,12 @@ void dlgCardHistory::buildUi()
     m_lblCard->setObjectName("lblCard");
     m_lblCard->setTextInteractionFlags(Qt::TextSelectableByMouse);
     root->addWidget(m_lblCard);
+    m_lblMismatch = new QLabel(this);
+    m_lblMismatch->setObjectName("lblMismatch");
+    m_lblMismatch->setWordWrap(true);
+    m_lblMismatch->setStyleSheet(QStringLiteral("color: #c00000;"));
+    m_lblMismatch->hide();
+    root->addWidget(m_lblMismatch);
 
     auto* sourceRow = new QHBoxLayout;
     m_lblSource = new QLabel(this);
@@ -169,6 +175,9 @@ bool dlgCardHistory::load(const std::string& card)
                          m_history.typeName + "　卡状态：" + m_history.status + "　当前积分：" +
                          platform::formatNumber(m_history.points) + "　当前余额：" +
                          balanceText(m_history.balance)));
+    const std::string mismatch = MismatchText(m_history);
+    m_lblMismatch->setText(q(mismatch));
+    m_lblMismatch->setVisible(!mismatch.empty());
     return applyFilter();
 }
 
@@ -207,7 +216,7 @@ void dlgCardHistory::showRows(const std::vector<HistoryEntry>& rows)
         m_grid->setCell(r, "FPointsChange", SignedPoints(e.points));
         m_grid->setCell(r, "FAmountChange", SignedAmount(e.amount));
         m_grid->setCell(r, "FPointsAfter", platform::formatNumber(e.pointsAfter));
-        m_grid->setCell(r, "FBalanceAfter", e.balanceAfter ? platform::formatFixed(*e.balanceAfter, 2) : "");
+        m_grid->setCell(r, "FBalanceAfter", e.balanceAfter ? e.balanceAfter->toFixed(2) : "");
         m_grid->setCell(r, "FDetail", e.detail);
         for (const char* field : kNumberFields)
             if (auto* item = m_grid->item(r, m_grid->columnOf(field)))

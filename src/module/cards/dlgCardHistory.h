@@ -20,8 +20,9 @@ class InputField;
 namespace ormex::module::cards {
 
 // 会员卡历史: the history of one card, newest first, with the running points and stored value,
-// filtered by a date range and a kind, totals under the list, print and CSV. In a linked branch
-// the operator chooses between headquarters' history (the default) and this branch's, and the
+// filtered by a date range and a kind, totals under the list, print and CSV. When the card's
+// changes do not explain what it holds, the window says by how much, above the list. In a linked
+// branch the operator chooses between headquarters' history (the default) and this branch's, and the
 // window says which one it shows.
 class dlgCardHistory : public QDialog
 {
@@ -47,6 +48,7 @@ private:
     void showRows(const std::vector<HistoryEntry>& rows);
 
     QLabel* m_lblCard = nullptr;
+    QLabel* m_lblMismatch = nullptr;
     QLabel* m_lblSource = nullptr;
     QComboBox* m_cmbSource = nullptr;
     widgets::InputField* m_itFrom = nullptr;

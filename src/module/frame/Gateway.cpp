@@ -109,6 +109,13 @@ void ExecuteSQL(const std::string& batch, const std::vector<platform::ReadCheck>
         CardObject()->executeSqlChecked(GetPropsString(), batch, checks);
 }
 
+platform::ReadCheck LiveCardCheck(const std::string& card)
+{
+    return {"select count(*) as n from T_Pos_VipRecord where FCardId='" + platform::quoteDoubled(card) +
+                "' and FDeleted=0",
+            "n", platform::Value(1)};
+}
+
 platform::Value GetFieldValue(const std::string& sql, const std::string& field)
 {
     const platform::Recordset rs = ExecQuery(sql);

@@ -37,6 +37,10 @@ void ExecuteSQL(const std::string& batch);
 // Runs the batch only while every value it was computed from still stands (checked in its
 // transaction). Throws platform::ChangedSinceReadError when one changed; nothing is written then.
 void ExecuteSQL(const std::string& batch, const std::vector<platform::ReadCheck>& checks);
+// The check that a card a batch writes is still there and not deleted when the batch runs: a card
+// listed before it was deleted is not written, and the save ends as for a card changed since it
+// was read.
+platform::ReadCheck LiveCardCheck(const std::string& card);
 // The named field of the first row; "" when the query returns no row. Errors reach the caller.
 platform::Value GetFieldValue(const std::string& sql, const std::string& field);
 
@@ -71,9 +75,10 @@ bool CommitTask(long& handle);
 // been told which function was refused, or why the host could not answer.
 bool CheckRight(const std::string& code, const platform::Value& item = {});
 
-// What the operator reads when a save was refused because a card changed after it was read.
+// What the operator reads when a save was refused because a card changed, or was deleted, after
+// it was read.
 inline constexpr const char* kChangedSinceReadMessage =
-    "卡上的积分或余额已被其他操作修改，请重新查询后再试！";
+    "卡上的积分或余额已被其他操作修改，或该卡已被删除，请重新查询后再试！";
 
 inline constexpr const char* kTaskConflictMessage =
     "当前使用的功能与当前或其他用户有冲突,可能无法使用! 请在软件的【系统工具】--【网络控制工具】中进行处理。";

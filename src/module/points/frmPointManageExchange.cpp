@@ -217,6 +217,9 @@ bool frmPointManage::saveExchange(const frame::SavePackage& rows, std::string& b
                                   platform::MessageIcon::Information);
         return false;
     }
+    // The exchange is written here and at headquarters only while the card is live on both.
+    m_localChecks.push_back(frame::LiveCardCheck(card));
+    if (m_linked) m_hqChecks.push_back(frame::LiveCardCheck(card));
     for (int r = 0; r < grid.rowCount(); ++r)
         if (platform::numberOr0(grid.cellStd(r, "FIsAuxi")) != 0 && grid.isChecked(r, grid.columnOf("Sel")) &&
             grid.cellStd(r, "FAuxPropName").empty()) {

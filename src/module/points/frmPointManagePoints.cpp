@@ -233,6 +233,10 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
             frame::ExecQuery("select FAccNum-FDecNum as LeavePoint,* from T_Pos_VipRecord where FCardId=" +
                              platform::quoted(card));
         const double remaining = leave.atEnd() ? 0 : leave.field("LeavePoint").toDouble();
+        // The card is written only while it is still live; a deduction is written at headquarters
+        // too, which must hold it live as well.
+        m_localChecks.push_back(frame::LiveCardCheck(card));
+        if (m_linked && op == Deduction) m_hqChecks.push_back(frame::LiveCardCheck(card));
         const int row = static_cast<int>(i);
         switch (op) {
         case Reward:

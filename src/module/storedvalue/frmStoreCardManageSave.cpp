@@ -198,8 +198,11 @@ Money frmStoreCardManage::rereadBalance(const std::string& card)
         "select FResidualAmt from T_Pos_VipRecord where FCardId='" + platform::quoteDoubled(card) + "'";
     const platform::Value stored =
         m_linked ? hq::HQGetFieldValue(sql, "FResidualAmt") : frame::GetFieldValue(sql, "FResidualAmt");
-    // The new balance is computed from this value: the batch runs only while it stands.
+    // The new balance is computed from this value: the batch runs only while it stands, and only
+    // on a card that is still live on both databases it writes.
     (m_linked ? m_hqChecks : m_localChecks).push_back({sql, "FResidualAmt", stored});
+    m_localChecks.push_back(frame::LiveCardCheck(card));
+    if (m_linked) m_hqChecks.push_back(frame::LiveCardCheck(card));
     return platform::tryDecodeMoney(stored.toString()).value_or(Money());
 }
 

@@ -31,7 +31,10 @@ protected:
                "',1,'123456','a@x.cn',0),"
                " ('A2','F2','李娜','139','01','2',50,0,'0',0,'','b@x.cn',0),"
                " ('N1','F9',NULL,NULL,'03','9',0,0,'0',1,'',NULL,0),"
-               " ('N2','F8',NULL,NULL,'03','0',0,0,'0',1,'',NULL,0);"
+               " ('N2','F8',NULL,NULL,'03','0',0,0,'0',1,'',NULL,0),"
+               // Deleted: one in use sharing A1's mobile, one never used.
+               " ('D1','F7','赵强','139','03','0',500,0,'0',1,'',NULL,1),"
+               " ('D2','F6',NULL,NULL,'03','9',0,0,'0',1,'',NULL,1);"
                "insert into T_Pos_VipConsume (FCardId,Fbranchid,FBranchno,FVipMinusTotalNum) values "
                "('A1',2,'01',100)");
     }
@@ -55,6 +58,11 @@ TEST_F(BusinessObjects, MemberListConditionsNameTheJoinedColumns)
     EXPECT_EQ(ids("status_name='挂失'"), "A2:普通卡:挂失:50 ");
     EXPECT_EQ(ids("cur_num>=100 and FCardTypeName='金卡'"), "A1:金卡:正常:200 ");
     EXPECT_EQ(ids(" FCardFlowno='f2' or mobile='f2'"), "A2:普通卡:挂失:50 ");
+    // No list holds a deleted card, whatever the condition asks, nor does the lookup window's SQL.
+    EXPECT_EQ(ids(" FCardFlowno='f7' or mobile='f7'"), "");
+    EXPECT_EQ(ids("mobile='139'"), "A1:金卡:正常:200 A2:普通卡:挂失:50 ");
+    EXPECT_EQ(ids(""), "A1:金卡:正常:200 A2:普通卡:挂失:50 N1:金卡:未使用:0 N2:金卡:正常:0 ");
+    EXPECT_EQ(t.rows(host::memberListSql(50, "FCardId like 'D%'")), std::vector<std::string>{});
     lists.setBaseNumber(51);
     EXPECT_EQ(ids(""), "N1:金卡:未使用:0 ");
 }
@@ -104,8 +112,12 @@ TEST_F(BusinessObjects, UpdateWritesTheGivenColumnsOfTheNamedCard)
     EXPECT_TRUE(cards.updateMCInfo(change, 4, code));
     EXPECT_EQ(t.rows("select FCardStatus,FVipEndDate from T_Pos_VipRecord where FCardId='A2'"),
               std::vector<std::string>{"0|2027-01-01"});
-    platform::FieldMap missing{{"FCardId", "ZZ"}, {"FCardStatus", 3}};
-    EXPECT_FALSE(cards.updateMCInfo(missing, 4, code));
+    for (const char* card : {"ZZ", "D1"}) {
+        platform::FieldMap gone{{"FCardId", card}, {"FCardStatus", 3}};
+        EXPECT_FALSE(cards.updateMCInfo(gone, 4, code)) << card;
+    }
+    EXPECT_EQ(t.scalar("select FCardStatus from T_Pos_VipRecord where FCardId='D1'").toString(), "0")
+        << "a deleted card is not written";
 }
 
 TEST_F(BusinessObjects, ApprovalMakesPendingValuesTheCardsRecord)

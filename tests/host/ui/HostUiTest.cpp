@@ -169,5 +169,23 @@ TEST(NameList, DropsDownMatchingCardsAndWritesTheChoice)
     field.setText("88000013"); // not yet used: outside the filter
     list.showNameListWindow();
     EXPECT_FALSE(list.popup()->isVisible());
+
+    // The stored-value screen's filter has no FDeleted test: the list leaves deleted cards out itself.
+    list.setFilter(" FSavingFlag=1 and (FCardStatus=0) ");
+    field.setText("8800004");
+    list.showNameListWindow();
+    QStringList offered;
+    for (int i = 0; i < list.popup()->count(); ++i)
+        offered << list.popup()->item(i)->text().left(8);
+    EXPECT_TRUE(offered.contains("88000040")) << offered.join(' ').toStdString();
+    EXPECT_FALSE(offered.contains("88000041")) << "deleted";
     list.detach();
+    host::LookupWindows windows(host.config().databasePath());
+    auto lookup = [&](const char* text) {
+        return db::Database::open(host.config().databasePath())
+            ->query(windows.lookupSql(50, " FSavingFlag=1 and (FCardStatus=0) ", text))
+            .recordCount();
+    };
+    EXPECT_EQ(lookup("88000040"), 1u);
+    EXPECT_EQ(lookup("88000041"), 0u) << "deleted";
 }

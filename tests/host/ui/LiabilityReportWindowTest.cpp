@@ -30,6 +30,9 @@ TEST(LiabilityReportWindow, ShowsTheTablesAndTheChartAndWritesCsvAndPdf)
     const QString summary = window.findChild<QLabel*>("summary")->text();
     EXPECT_TRUE(summary.contains(QStringLiteral("%1 张卡").arg(report.total.cards))) << summary.toStdString();
     EXPECT_TRUE(summary.contains(QStringLiteral("另有 1 张卡的余额无法解码"))) << summary.toStdString();
+    EXPECT_TRUE(summary.contains(QStringLiteral("（含已删除但仍有余额或积分的卡 4 张：3393.92 元、%1 积分）")
+                                     .arg(report.deleted.points)))
+        << summary.toStdString();
     EXPECT_EQ(window.table()->item(0, 0)->text(), "按卡类别");
 
     // One bar per card type for each of the two series, of the report's values.
@@ -49,6 +52,7 @@ TEST(LiabilityReportWindow, ShowsTheTablesAndTheChartAndWritesCsvAndPdf)
     EXPECT_TRUE(bytes.startsWith("\xEF\xBB\xBF按卡类别\r\n卡类别,卡数,储值余额,剩余积分\r\n"))
         << bytes.left(80).toStdString();
     EXPECT_TRUE(bytes.contains("88000002,%%")) << "the undecodable balance is listed";
+    EXPECT_TRUE(bytes.contains("已删除的卡,4,3393.92,")) << "the deleted cards' line";
     EXPECT_FALSE(window.exportCsv(folder + "/no-such-folder/report.csv"));
     EXPECT_NE(host.messages().last().find("导出CSV失败"), std::string::npos);
 

@@ -207,3 +207,22 @@ TEST(ApprovalScreen, ApprovingTickedRows)
     EXPECT_EQ(t.grid()->rowCount(), 0);
     EXPECT_TRUE(t.waiting().empty());
 }
+
+TEST(ApprovalScreen, ADeletedCardsRecordIsNeitherListedNorApproved)
+{
+    ApprovalScreen t;
+    t.host.branch().exec("update T_Pos_VipRecord set FDeleted=1 where FCardId='P3'");
+    t.query();
+    EXPECT_EQ(t.cards(), (std::vector<std::string>{"P1", "P2", "P4"}));
+
+    // P2 is deleted after the list was read: approving it changes nothing, and nothing else either.
+    t.host.branch().exec("update T_Pos_VipRecord set FDeleted=1 where FCardId='P2'");
+    t.screen.selectAll()->click();
+    t.approve();
+    EXPECT_EQ(t.host.messages().last(), "会员卡【P2】已被删除，不能审核");
+    EXPECT_EQ(t.cards(), (std::vector<std::string>{"P1", "P2", "P4"}));
+    EXPECT_EQ(t.host.branch().rows("select FVipName, FVipEmail from T_Pos_VipRecord where FCardId in "
+                                   "('P1','P2') order by FCardId"),
+              (std::vector<std::string>{"张伟|zw@x.cn", "李娜|ln@x.cn"}));
+    EXPECT_EQ(t.waiting(), (std::vector<std::string>{"P1", "P2", "P3", "P4"}));
+}

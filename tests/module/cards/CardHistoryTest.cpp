@@ -10,6 +10,7 @@
 
 #include "CardScreenFixture.h"
 #include "db/CsvRecords.h"
+#include "db/DemoData.h"
 #include "module/cards/dlgCardHistory.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
@@ -260,4 +261,53 @@ TEST(CardHistory, ALinkedBranchShowsHeadquartersHistoryAndSaysSo)
     EXPECT_EQ(dialog.findChild<QLabel*>("lblSource")->text().toStdString(),
               "数据来源：本店数据库（总部数据库无法连接）");
     EXPECT_EQ(dialog.grid().rowCount(), 1);
+}
+
+TEST(CardHistory, ADemoCardAddsUpFromNothingAndOneThatDoesNotIsSaidSo)
+{
+    test::TestHost host;
+    host.branch().exec("delete from t_SystemProfile");
+    db::seedDemo(host.branch().db(), db::DemoRole::Branch);
+    const std::string card = "88000020"; // silver: issued, recharged, rewarded twice, points converted
+
+    dlgCardHistory dialog;
+    ASSERT_TRUE(dialog.load(card)) << host.messages().last();
+    auto* mismatch = dialog.findChild<QLabel*>("lblMismatch");
+    ASSERT_NE(mismatch, nullptr);
+    const std::vector<std::string> rows = shownRows(dialog.grid());
+    ASSERT_EQ(rows.size(), 6u);
+    EXPECT_EQ(rows.back(), "2024-06-17 09:00:00|初始金额||+100.00|0|100.00")
+        << "the oldest row starts from nothing";
+    EXPECT_EQ(rows.front().substr(rows.front().find('|')), "|积分转储值||+10.00|1200|242.74")
+        << "the newest ends at what the card holds";
+    EXPECT_EQ(dialog.history().openingPoints, 0);
+    ASSERT_TRUE(dialog.history().openingBalance);
+    EXPECT_EQ(dialog.history().openingBalance->toString(), "0");
+    EXPECT_FALSE(mismatch->isVisibleTo(&dialog)) << mismatch->text().toStdString();
+    dialog.resize(1180, 420);
+    test::saveShot(dialog, "card-history-demo.png");
+
+    // The same card changed outside its rows: each difference is named, the balance's in yuan.
+    auto balance = [](const char* value) { return "'" + platform::encodeBalance(std::string(value)) + "'"; };
+    const std::pair<std::string, std::string> cases[] = {
+        {"FAccNum=1500", "账目不符：剩余积分比各笔变动的合计多 100。差额不在以下记录中。"},
+        {"FResidualAmt=" + balance("230.24"),
+         "账目不符：卡上储值余额比各笔变动的合计少 12.50 元。差额不在以下记录中。"},
+        {"FResidualAmt=" + balance("300") + ", FDecNum=200.5",
+         "账目不符：卡上储值余额比各笔变动的合计多 57.26 元，剩余积分比各笔变动的合计少 0.5。差额不在以下记录"
+         "中。"},
+    };
+    for (const auto& [change, said] : cases) {
+        host.branch().exec("update T_Pos_VipRecord set " + change + " where FCardId='" + card + "'");
+        dlgCardHistory changed;
+        ASSERT_TRUE(changed.load(card));
+        auto* label = changed.findChild<QLabel*>("lblMismatch");
+        EXPECT_TRUE(label->isVisibleTo(&changed)) << change;
+        EXPECT_EQ(label->text().toStdString(), said) << change;
+        EXPECT_EQ(shownRows(changed.grid()).size(), rows.size()) << change;
+        changed.resize(1180, 420);
+        test::saveShot(changed, "card-history-mismatch.png");
+        host.branch().exec("update T_Pos_VipRecord set FAccNum=1400, FDecNum=200, FResidualAmt=" +
+                           balance("242.74") + " where FCardId='" + card + "'");
+    }
 }

@@ -40,7 +40,8 @@ std::string situationRows()
 {
     return "BEGIN;"
            // Cards 88000002..4 have points at branch 3 only; 88000006 has a row at branch 2 whose
-           // sums were never written.
+           // sums were never written. Their demo totals make way.
+           "DELETE FROM T_Pos_VipConsume WHERE FCardId IN ('88000002', '88000003', '88000004', '88000006');"
            "INSERT INTO T_Pos_VipConsume (FCardId, Fbranchid, FBranchno, FVipCurAccNum, FVipAccNum,"
            " FVipMinusTotalNum, FComFlag) VALUES"
            " ('88000002', 3, '02', 40, 40, 5, '0'), ('88000003', 3, '02', 12.5, 12.5, 0, '1'),"

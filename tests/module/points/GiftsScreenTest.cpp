@@ -10,6 +10,7 @@
 
 #include "PointsScreenFixture.h"
 #include "db/DemoData.h"
+#include "module/frame/Gateway.h"
 #include "module/widgets/InputField.h"
 
 using namespace ormex;
@@ -342,6 +343,22 @@ TEST(GiftExchange, ThreeGiftsForOneCard)
               std::vector<std::string>{"积分管理---礼品兑换"});
     EXPECT_EQ(t.panel("itUsedPoint"), "345") << "the card is read again";
     EXPECT_EQ(t.panel("itLeavePoint"), "155.00");
+}
+
+TEST(GiftExchange, ACardDeletedAfterItWasFoundIsNotExchanged)
+{
+    Exchange t;
+    t.host.branch().exec("update T_Pos_VipRecord set FAccNum=500 where FCardId='P3'");
+    t.find("P3");
+    t.tick("G002");
+    t.host.branch().exec("update T_Pos_VipRecord set FDeleted=1 where FCardId='P3'");
+    t.host.messages().answer(true);
+    t.ok();
+    const auto texts = t.host.messages().texts();
+    ASSERT_GE(texts.size(), 2u);
+    EXPECT_EQ(texts[1], module::frame::kChangedSinceReadMessage);
+    EXPECT_TRUE(t.movements().empty());
+    EXPECT_EQ(t.card("P3"), "500|0");
 }
 
 TEST(GiftExchange, AGiftKeptByAttributeNeedsOne)

@@ -316,9 +316,10 @@ TEST(StoredValueScreen, ABalanceChangedAfterItWasReadIsNotOverwritten)
     };
     t.host.messages().answer(true);
     t.ok();
-    EXPECT_EQ(t.host.messages().texts(),
-              (std::vector<std::string>{"是否确认【会员卡充值】?",
-                                        "卡上的积分或余额已被其他操作修改，请重新查询后再试！"}));
+    EXPECT_EQ(
+        t.host.messages().texts(),
+        (std::vector<std::string>{"是否确认【会员卡充值】?",
+                                  "卡上的积分或余额已被其他操作修改，或该卡已被删除，请重新查询后再试！"}));
     EXPECT_EQ(t.balance("S1"), "20") << "the till's change stands";
     EXPECT_TRUE(t.moneyRows().empty()) << "nothing of the batch was written";
     EXPECT_EQ(t.grid(1).cellStd(t.row(1, "S1"), "FResidualAmt"), "20.00")
