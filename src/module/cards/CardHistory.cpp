@@ -48,13 +48,6 @@ std::string text(const platform::Recordset& rs, std::size_t row, const char* fie
     return platform::trim(rs.at(row, field).toString());
 }
 
-// A balance or an issue amount as stored (encoded), or nothing when it does not decode.
-std::optional<platform::Money> decodedMoney(const std::string& stored)
-{
-    const auto value = platform::tryDecodeBalance(stored);
-    return value ? platform::Money::fromDouble(*value) : std::nullopt;
-}
-
 // A money-list amount: plain decimal text is read exactly, a number through its 15 digits.
 platform::Money moneyOf(const platform::Value& value)
 {
@@ -128,7 +121,7 @@ CardHistory BuildCardHistory(const std::string& card, const platform::Recordset&
         history.typeName = text(cardRow, 0, "type_name");
         history.status = frame::GetStatusName(static_cast<int>(cardRow.at(0, "FCardStatus").toInt()));
         history.points = cardRow.at(0, "FAccNum").toDouble() - cardRow.at(0, "FDecNum").toDouble();
-        history.balance = decodedMoney(cardRow.at(0, "FResidualAmt").toString());
+        history.balance = platform::tryDecodeMoney(cardRow.at(0, "FResidualAmt").toString());
     }
 
     std::vector<Ordered> rows;
@@ -148,7 +141,7 @@ CardHistory BuildCardHistory(const std::string& card, const platform::Recordset&
         if (memo == kIssueAmountMemo) {
             // The issue amount is kept encoded, as the balance is.
             entry.kind = kIssueAmountMemo;
-            const auto amount = decodedMoney(text(money, r, "FPlusAmt"));
+            const auto amount = platform::tryDecodeMoney(text(money, r, "FPlusAmt"));
             entry.amount = amount.value_or(platform::Money());
             if (!amount) entry.detail = "金额无法解码";
         } else {
