@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QApplication>
+#include <QPainter>
+#include <QPixmap>
 #include <QTimer>
 #include <QWidget>
 
@@ -30,6 +32,20 @@ inline void saveShot(QWidget& widget, const char* name)
 {
     if (const char* folder = std::getenv("ORMEX_SHOTS"))
         widget.grab().save(QString::fromUtf8(folder) + "/" + name);
+}
+
+// Saves a picture of a screen with a dialog shown over its middle, as the operator sees them,
+// when ORMEX_SHOTS names a folder.
+inline void saveShotWithDialog(QWidget& screen, QWidget& dialog, const char* name)
+{
+    const char* folder = std::getenv("ORMEX_SHOTS");
+    if (!folder) return;
+    QPixmap picture = screen.grab();
+    const QPixmap box = dialog.grab();
+    QPainter painter(&picture);
+    painter.drawPixmap((picture.width() - box.width()) / 2, (picture.height() - box.height()) / 2, box);
+    painter.end();
+    picture.save(QString::fromUtf8(folder) + "/" + name);
 }
 
 } // namespace ormex::test

@@ -7,7 +7,10 @@
 
 #include <random>
 
+#include <QMessageBox>
+
 #include "StoredValueFixture.h"
+#include "host/ui/QtMessageService.h"
 #include "module/widgets/CodeList.h"
 
 using namespace ormex;
@@ -40,6 +43,18 @@ TEST(TypedAmounts, AMinusSignOrAnExponentIsNeverDroppedFromARecharge)
     t.ok();
     EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{"充值金额不允许为负数！"});
     EXPECT_EQ(t.grid(1).currentColumn(), t.grid(1).columnOf("FChargeAmt"));
+    if (std::getenv("ORMEX_SHOTS")) {
+        // The refusal as the host's message box shows it over the screen.
+        platform::HostServices::instance().setMessageService(std::make_shared<host::QtMessageService>());
+        test::whenModal<QMessageBox>([&](QMessageBox& box) {
+            test::saveShotWithDialog(t.screen, box, "typed-negative-refused.png");
+            box.accept();
+        });
+        t.ok();
+        // The scripted operator again, not owned here: the host keeps it.
+        platform::HostServices::instance().setMessageService(
+            std::shared_ptr<platform::MessageService>(std::shared_ptr<void>(), &t.host.messages()));
+    }
 
     // A number written with an exponent is refused at once; the cell keeps the amount it had.
     t.host.messages().clear();
