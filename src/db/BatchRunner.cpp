@@ -1,7 +1,5 @@
 #include "BatchRunner.h"
 
-#include <set>
-
 #include "ArgumentBinding.h"
 #include "DbError.h"
 #include "StepInterpreter.h"
@@ -14,9 +12,6 @@ namespace {
 // more distinct texts than this (long IN lists that differ) has the rest checked, left to the
 // connection's cache and compiled again if the cache let them go.
 constexpr std::size_t kKeptCompiled = 512;
-
-// Answers kept per condition: a condition asked with ever new arguments stops being remembered.
-constexpr std::size_t kKeptAnswers = 4096;
 
 } // namespace
 
@@ -38,31 +33,7 @@ void BatchRunner::run(const BatchProgram& program)
 
 platform::Value BatchRunner::ask(const BatchProgram& program, const Step& step)
 {
-    if (!m_answersKept[step.shape]) return run(program, step, true);
-    m_key.clear();
-    for (std::uint32_t k = 0; k < step.argumentCount; ++k) {
-        const Argument& a = program.arguments[step.firstArgument + k];
-        if (a.kind() == Argument::Kind::Variable) {
-            const platform::Value& value = m_variables[a.at];
-            m_key += static_cast<char>('0' + static_cast<int>(value.type()));
-            if (value.type() == platform::Value::Type::Double) {
-                // Every bit: two reals that print alike are still two values.
-                const double number = value.toDouble();
-                m_key.append(reinterpret_cast<const char*>(&number), sizeof number);
-            } else if (!value.isNull()) {
-                m_key += value.toString();
-            }
-        } else {
-            m_key += a.kind() == Argument::Kind::Text ? 'T' : 'N';
-            m_key.append(program.text.substr(a.at, a.length()));
-        }
-        m_key += '\0';
-    }
-    auto& answers = m_answers[step.shape];
-    if (auto found = answers.find(m_key); found != answers.end()) return found->second;
-    platform::Value value = run(program, step, true);
-    if (answers.size() < kKeptAnswers) answers.emplace(m_key, value);
-    return value;
+    return m_answers.answer(program, step, m_variables, [&] { return run(program, step, true); });
 }
 
 void BatchRunner::compile(const BatchProgram& program)
@@ -86,25 +57,9 @@ void BatchRunner::compile(const BatchProgram& program)
 
 void BatchRunner::keepAnswers(const BatchProgram& program)
 {
-    std::set<std::string> written;
-    std::vector<std::shared_ptr<SqliteStatement>> statements(program.shapes.size());
-    for (std::size_t shape = 0; shape < program.shapes.size(); ++shape) {
-        statements[shape] = m_compiled[shape] ? m_compiled[shape] : m_cache.get(program.shapes[shape]);
-        const auto& writes = statements[shape]->footprint().writes;
-        written.insert(writes.begin(), writes.end());
-    }
-    m_answersKept.assign(program.shapes.size(), false);
-    m_answers.assign(program.shapes.size(), {});
-    for (std::size_t shape = 0; shape < program.shapes.size(); ++shape) {
-        const Step& first = program.steps[program.shapeFirstStep[shape]];
-        const StatementFootprint& footprint = statements[shape]->footprint();
-        if (first.kind != Step::Kind::IfNot && first.kind != Step::Kind::SetQuery) continue;
-        if (footprint.variableFunction || footprint.reads.empty() || !footprint.writes.empty()) continue;
-        bool unwritten = true;
-        for (const auto& table : footprint.reads)
-            unwritten = unwritten && written.count(table) == 0;
-        m_answersKept[shape] = unwritten;
-    }
+    m_answers.reset(program, [&](std::size_t shape) {
+        return (m_compiled[shape] ? m_compiled[shape] : m_cache.get(program.shapes[shape]))->footprint();
+    });
 }
 
 platform::Value BatchRunner::run(const BatchProgram& program, const Step& step, bool wantValue)

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "AnswerCache.h"
 #include "BatchMemory.h"
 #include "BatchProgram.h"
 #include "SqliteStatement.h"
@@ -32,19 +33,13 @@ public:
 private:
     void compile(const BatchProgram& program);
     void keepAnswers(const BatchProgram& program);
-    // A condition's or a value query's answer, remembered where it cannot change in the batch.
+    // A condition's or a value query's answer, kept where it cannot change in the batch.
     platform::Value ask(const BatchProgram& program, const Step& step);
     // Runs a step's shape with its arguments bound; the first value of its first row, if asked.
     platform::Value run(const BatchProgram& program, const Step& step, bool wantValue);
 
     StatementCache& m_cache;
-    // A condition or value query that reads only tables the batch does not write, and calls no
-    // clock-like function, gives the same answer for the same arguments throughout the batch:
-    // its transaction holds the write lock, so nobody else writes meanwhile. Such answers are
-    // kept by the query's arguments.
-    std::vector<bool> m_answersKept;                                         // by shape
-    std::vector<std::unordered_map<std::string, platform::Value>> m_answers; // by shape
-    std::string m_key;                                        // the arguments of the query being asked
+    AnswerCache m_answers;
     std::vector<std::shared_ptr<SqliteStatement>> m_compiled; // by shape; null past kKeptCompiled
     BatchMemory m_memory;                                     // for the variables of a long batch
     std::pmr::vector<platform::Value> m_variables{

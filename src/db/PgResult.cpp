@@ -64,16 +64,21 @@ std::string trimmedMessage(const char* message)
     return text;
 }
 
-void throwIfFailed(const pg_result* result, pg_conn* conn, int line, const std::string& statement)
+bool succeeded(const pg_result* result)
 {
     const ExecStatusType status = result ? PQresultStatus(result) : PGRES_FATAL_ERROR;
-    if (status == PGRES_TUPLES_OK || status == PGRES_COMMAND_OK || status == PGRES_EMPTY_QUERY) return;
+    return status == PGRES_TUPLES_OK || status == PGRES_COMMAND_OK || status == PGRES_EMPTY_QUERY;
+}
+
+void throwIfFailed(const pg_result* result, pg_conn* conn, int line, const std::string& statement)
+{
+    if (succeeded(result)) return;
     const std::string reason = trimmedMessage(result ? PQresultErrorMessage(result) : PQerrorMessage(conn));
     const char* state = result ? PQresultErrorField(result, PG_DIAG_SQLSTATE) : nullptr;
     const std::string_view code = state ? state : "";
     if (code == kSyntaxError) throw ParseError(line, "not understood: " + reason);
-    if (code == kLockNotAvailable || code == kDeadlock || code == kSerializationFailure)
-        throw BusyError(reason);
+    if (code == kDeadlock || code == kSerializationFailure) throw ConflictError(reason);
+    if (code == kLockNotAvailable) throw BusyError(reason);
     throw StatementError(line, statement, reason);
 }
 

@@ -19,10 +19,13 @@ struct PgResultFree
 };
 using PgResultPtr = std::unique_ptr<pg_result, PgResultFree>;
 
+// True for a result with rows or a finished command.
+bool succeeded(const pg_result* result);
+
 // Does nothing for a result with rows or a finished command. Otherwise throws ParseError for text
-// the server could not parse, BusyError for a lock waited for too long or a deadlock (nothing of
-// the transaction stands), StatementError naming the statement for anything else (also a lost
-// connection).
+// the server could not parse, BusyError for a lock waited for too long, ConflictError for a
+// deadlock or a serialization failure (nothing of the transaction stands), StatementError naming
+// the statement for anything else (also a lost connection).
 void throwIfFailed(const pg_result* result, pg_conn* conn, int line, const std::string& statement);
 
 platform::Recordset recordsetOf(const pg_result* result);

@@ -2,6 +2,7 @@
 
 #include <set>
 #include <string>
+#include <string_view>
 
 struct sqlite3;
 
@@ -17,6 +18,12 @@ struct StatementFootprint
     std::set<std::string> writes; // lower-case table names
     bool variableFunction = false;
 };
+
+// What a statement touches, read from its T-SQL text, for an engine that does not report it: the
+// tables named after FROM and JOIN (read), after INSERT [INTO], UPDATE and DELETE [FROM]
+// (written), and whether it calls a function other than those whose value depends only on their
+// arguments. Text it cannot read counts as calling such a function.
+StatementFootprint footprintOfText(std::string_view tsql);
 
 // Records the footprint of every statement compiled on `db` while it lives.
 class FootprintRecorder

@@ -1,0 +1,134 @@
+#include "PgPipeline.h"
+
+#include <libpq-fe.h>
+
+#include "DbError.h"
+#include "PgDatabase.h"
+
+namespace ormex::db {
+
+namespace {
+
+// Statements sent before their answers are read. The server writes every answer as it goes: a
+// client that sent many more without reading could fill both sides' buffers and wait forever.
+constexpr std::size_t kMaxPending = 512;
+
+DbError sendFailure(pg_conn* conn)
+{
+    return DbError("cannot send to PostgreSQL: " + trimmedMessage(PQerrorMessage(conn)));
+}
+
+} // namespace
+
+PgPipeline::PgPipeline(PgDatabase& db, FailureHandler onFailure)
+    : m_db(db), m_conn(db.handle()), m_onFailure(std::move(onFailure))
+{
+    if (PQenterPipelineMode(m_conn) != 1) throw sendFailure(m_conn);
+    m_inPipeline = true;
+}
+
+PgPipeline::~PgPipeline()
+{
+    leave();
+}
+
+void PgPipeline::send(const std::string& sql, const std::vector<unsigned>& types, const char* const* values,
+                      std::size_t tag)
+{
+    const int count = static_cast<int>(types.size());
+    const Oid* oids = reinterpret_cast<const Oid*>(types.data());
+    const PgDatabase::Prepared statement = m_db.prepared(sql, types);
+    if (statement.name.empty()) {
+        if (PQsendQueryParams(m_conn, sql.c_str(), count, oids, values, nullptr, nullptr, 0) != 1)
+            throw sendFailure(m_conn);
+    } else {
+        if (statement.isNew) {
+            if (PQsendPrepare(m_conn, statement.name.c_str(), sql.c_str(), count, oids) != 1) {
+                m_db.forgetPrepared(statement.key);
+                throw sendFailure(m_conn);
+            }
+            m_pending.push_back({tag, true, statement.key});
+        }
+        if (PQsendQueryPrepared(m_conn, statement.name.c_str(), count, values, nullptr, nullptr, 0) != 1)
+            throw sendFailure(m_conn);
+    }
+    m_pending.push_back({tag, false, {}});
+    if (m_pending.size() >= kMaxPending) {
+        flush();
+        drainTo(0);
+    }
+}
+
+PgResultPtr PgPipeline::answer()
+{
+    flush();
+    drainTo(1);
+    const Pending last = m_pending.front();
+    m_pending.pop_front();
+    PgResultPtr result = next(last);
+    if (!succeeded(result.get())) fail(last, std::move(result));
+    return result;
+}
+
+void PgPipeline::finish()
+{
+    if (PQpipelineSync(m_conn) != 1) throw sendFailure(m_conn);
+    m_syncSent = true;
+    drainTo(0);
+    leave();
+}
+
+void PgPipeline::drainTo(std::size_t keepLast)
+{
+    while (m_pending.size() > keepLast) {
+        const Pending pending = m_pending.front();
+        m_pending.pop_front();
+        PgResultPtr result = next(pending);
+        if (!succeeded(result.get())) fail(pending, std::move(result));
+    }
+}
+
+PgResultPtr PgPipeline::next(const Pending&)
+{
+    PgResultPtr result(PQgetResult(m_conn));
+    // Each statement's answer ends with a null result.
+    while (PGresult* more = PQgetResult(m_conn))
+        PQclear(more);
+    return result;
+}
+
+void PgPipeline::fail(const Pending& pending, PgResultPtr result)
+{
+    if (pending.prepare) m_db.forgetPrepared(pending.key);
+    leave();
+    m_onFailure(pending.tag, result.get());
+    throw DbError("a statement failed");
+}
+
+void PgPipeline::flush()
+{
+    if (PQsendFlushRequest(m_conn) != 1 || PQflush(m_conn) != 0) throw sendFailure(m_conn);
+}
+
+void PgPipeline::leave()
+{
+    if (!m_inPipeline) return;
+    m_inPipeline = false;
+    // What was still to come was not run (a statement before it failed) or is no longer wanted; a
+    // statement prepared among it may not exist.
+    for (const Pending& pending : m_pending)
+        if (pending.prepare) m_db.forgetPrepared(pending.key);
+    m_pending.clear();
+    if (!m_syncSent && PQpipelineSync(m_conn) != 1) return; // the connection is gone
+    m_syncSent = true;
+    while (PQstatus(m_conn) == CONNECTION_OK) {
+        PGresult* result = PQgetResult(m_conn);
+        if (!result) continue;
+        const ExecStatusType status = PQresultStatus(result);
+        PQclear(result);
+        if (status == PGRES_PIPELINE_SYNC) break;
+    }
+    PQexitPipelineMode(m_conn);
+}
+
+} // namespace ormex::db
