@@ -36,6 +36,15 @@ private:
     std::string m_reason;
 };
 
+// The server ended the transaction to resolve a deadlock or a serialization failure between two
+// writers. Nothing of it stands, and running the same work again normally succeeds: the layer does
+// so itself a few times before it lets this through.
+class ConflictError : public BusyError
+{
+public:
+    using BusyError::BusyError;
+};
+
 // The batch holds text outside the dialect. Nothing of the batch ran.
 // what(): "line <n>: <what was not understood>"
 class ParseError : public DbError

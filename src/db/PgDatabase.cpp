@@ -2,6 +2,12 @@
 
 #include <libpq-fe.h>
 
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <thread>
+
 #include "CardSeal.h"
 #include "DbError.h"
 #include "PgBatchRunner.h"
@@ -22,9 +28,40 @@ static_assert(sizeof(Oid) == sizeof(unsigned));
 // time) are sent unprepared instead of filling the server's memory.
 constexpr std::size_t kMaxPrepared = 2048;
 
-// The advisory lock every write of the system takes for its transaction: one number for all of
-// them, so that the system's writers of a database take turns.
-constexpr const char* kWriteLock = "SELECT pg_advisory_xact_lock(7972846731)";
+// The advisory lock of the whole database: every write of the system holds it shared for its
+// transaction, and a write that cannot name what it changes holds it alone.
+constexpr const char* kDatabaseLock = "7972846731";
+
+// The number a key is locked by: FNV-1a, the same in every process of every machine.
+long long lockNumber(const std::string& key)
+{
+    std::uint64_t hash = 14695981039346656037ull;
+    for (const unsigned char c : key) {
+        hash ^= c;
+        hash *= 1099511628211ull;
+    }
+    return static_cast<long long>(hash);
+}
+
+// The transaction and its locks, in one round trip: the database lock, then each key's lock in
+// ascending number, so that two writes never wait for each other in a circle.
+std::string lockingStatements(const WriteLocks& locks)
+{
+    std::string sql = "BEGIN;";
+    if (locks.whole) return sql + "SELECT pg_advisory_xact_lock(" + kDatabaseLock + ")";
+    sql += std::string("SELECT pg_advisory_xact_lock_shared(") + kDatabaseLock + ")";
+    std::vector<long long> numbers;
+    numbers.reserve(locks.keys.size());
+    for (const std::string& key : locks.keys)
+        numbers.push_back(lockNumber(key));
+    std::sort(numbers.begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    if (numbers.empty()) return sql;
+    sql += ";SELECT count(pg_advisory_xact_lock(k)) FROM unnest('{";
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+        sql += (i ? "," : "") + std::to_string(numbers[i]);
+    return sql + "}'::bigint[]) AS k";
+}
 
 // Runs one command of the server's own SQL (no parameters), mapping a failure to the layer's errors.
 void command(PGconn* conn, const std::string& sql)
@@ -102,6 +139,11 @@ PgDatabase::~PgDatabase()
     PQfinish(m_conn);
 }
 
+int PgDatabase::backendPid() const
+{
+    return PQbackendPID(m_conn);
+}
+
 bool PgDatabase::alive()
 {
     for (int attempt = 0; attempt < 2; ++attempt) {
@@ -141,25 +183,40 @@ void PgDatabase::executeNative(std::string_view script)
         throw DbError(trimmedMessage(result ? PQresultErrorMessage(result.get()) : PQerrorMessage(m_conn)));
 }
 
+PgDatabase::Prepared PgDatabase::prepared(const std::string& sql, const std::vector<unsigned>& types)
+{
+    Prepared statement;
+    statement.key = sql;
+    statement.key += '\0';
+    statement.key.append(reinterpret_cast<const char*>(types.data()), types.size() * sizeof(unsigned));
+    if (const auto found = m_prepared.find(statement.key); found != m_prepared.end()) {
+        statement.name = found->second;
+        return statement;
+    }
+    if (m_prepared.size() >= kMaxPrepared) return statement;
+    statement.name = "ormex_" + std::to_string(m_preparedCount++);
+    statement.isNew = true;
+    m_prepared.emplace(statement.key, statement.name);
+    return statement;
+}
+
 pg_result* PgDatabase::run(const std::string& sql, const std::vector<unsigned>& types,
                            const char* const* values)
 {
     const int count = static_cast<int>(types.size());
     const Oid* oids = reinterpret_cast<const Oid*>(types.data());
-    std::string key = sql;
-    key += '\0';
-    key.append(reinterpret_cast<const char*>(types.data()), types.size() * sizeof(unsigned));
-    auto found = m_prepared.find(key);
-    if (found == m_prepared.end()) {
-        if (m_prepared.size() >= kMaxPrepared)
-            return PQexecParams(m_conn, sql.c_str(), count, oids, values, nullptr, nullptr, 0);
-        const std::string name = "ormex_" + std::to_string(m_prepared.size());
-        PGresult* prepared = PQprepare(m_conn, name.c_str(), sql.c_str(), count, oids);
-        if (!prepared || PQresultStatus(prepared) != PGRES_COMMAND_OK) return prepared;
-        PQclear(prepared);
-        found = m_prepared.emplace(std::move(key), name).first;
+    const Prepared statement = prepared(sql, types);
+    if (statement.name.empty())
+        return PQexecParams(m_conn, sql.c_str(), count, oids, values, nullptr, nullptr, 0);
+    if (statement.isNew) {
+        PGresult* preparing = PQprepare(m_conn, statement.name.c_str(), sql.c_str(), count, oids);
+        if (!preparing || PQresultStatus(preparing) != PGRES_COMMAND_OK) {
+            forgetPrepared(statement.key);
+            return preparing;
+        }
+        PQclear(preparing);
     }
-    return PQexecPrepared(m_conn, found->second.c_str(), count, values, nullptr, nullptr, 0);
+    return PQexecPrepared(m_conn, statement.name.c_str(), count, values, nullptr, nullptr, 0);
 }
 
 void PgDatabase::setClock()
@@ -188,9 +245,11 @@ void PgDatabase::execute(std::string_view batch)
 {
     const BatchProgram program = parseBatch(batch, PgDialect::instance());
     if (m_writes == 0) {
-        const auto write = beginWrite();
-        PgBatchRunner(*this).run(program);
-        write->commit();
+        retryingConflicts([&] {
+            const auto write = beginWrite(locksOf(program, {}));
+            PgBatchRunner(*this).run(program);
+            write->commit();
+        });
         return;
     }
     // Within the caller's write: a savepoint keeps the batch all or nothing.
@@ -205,17 +264,53 @@ void PgDatabase::execute(std::string_view batch)
     command(m_conn, "RELEASE SAVEPOINT ormex_batch");
 }
 
+void PgDatabase::executeChecked(std::string_view batch, const std::vector<platform::ReadCheck>& checks)
+{
+    const BatchProgram program = parseBatch(batch, PgDialect::instance());
+    retryingConflicts([&] {
+        const auto write = beginWrite(locksOf(program, checks));
+        checkReads(checks);
+        PgBatchRunner(*this).run(program);
+        write->commit();
+    });
+}
+
+void PgDatabase::retryingConflicts(const std::function<void()>& write)
+{
+    for (int attempt = 1;; ++attempt) {
+        try {
+            write();
+            return;
+        } catch (const ConflictError&) {
+            if (attempt >= kConflictAttempts) throw;
+            // The other writer goes on meanwhile; a growing, uneven pause keeps the two apart.
+            std::this_thread::sleep_for(std::chrono::milliseconds(5 * attempt + std::rand() % 20));
+        }
+    }
+}
+
+WriteLocks PgDatabase::locksOf(const BatchProgram& program,
+                               const std::vector<platform::ReadCheck>& checks) const
+{
+    if (!m_planner) return {true, {}};
+    return m_planner(program, checks);
+}
+
 std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite()
+{
+    return beginWrite(WriteLocks{true, {}});
+}
+
+std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite(const WriteLocks& locks)
 {
     syncSealKey();
     class LockedWrite : public Write
     {
     public:
-        explicit LockedWrite(PgDatabase& db) : m_db(db)
+        LockedWrite(PgDatabase& db, const std::string& locking) : m_db(db)
         {
-            command(m_db.m_conn, "BEGIN");
             try {
-                command(m_db.m_conn, kWriteLock); // waited for too long: BusyError
+                command(m_db.m_conn, locking); // waited for too long: BusyError
             } catch (...) {
                 const PgResultPtr undone(PQexec(m_db.m_conn, "ROLLBACK"));
                 throw;
@@ -241,7 +336,7 @@ std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite()
         PgDatabase& m_db;
         bool m_done = false;
     };
-    return std::make_unique<LockedWrite>(*this);
+    return std::make_unique<LockedWrite>(*this, lockingStatements(locks));
 }
 
 } // namespace ormex::db

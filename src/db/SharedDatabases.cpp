@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "CardSeal.h"
+#include "CardWriteLocks.h"
 #include "Schema.h"
 
 namespace ormex::db {
@@ -115,6 +116,7 @@ PgDatabase& sharedPgDatabase(const std::string& url)
         throw OpenError("cannot connect to PostgreSQL: the server does not answer");
     }
     auto db = PgDatabase::open(url);
+    db->setWriteLockPlanner(cardWriteLocks); // branches wait for each other only on the same card
     PgDatabase& opened = *db;
     r.servers.emplace(url, std::move(db));
     return opened;

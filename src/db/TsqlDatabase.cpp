@@ -7,6 +7,13 @@ namespace ormex::db {
 void TsqlDatabase::executeChecked(std::string_view batch, const std::vector<platform::ReadCheck>& checks)
 {
     const auto write = beginWrite();
+    checkReads(checks);
+    execute(batch);
+    write->commit();
+}
+
+void TsqlDatabase::checkReads(const std::vector<platform::ReadCheck>& checks)
+{
     for (const platform::ReadCheck& check : checks) {
         const platform::Recordset now = query(check.sql);
         const platform::Value current = now.atEnd() ? platform::Value("") : now.field(check.field);
@@ -15,8 +22,6 @@ void TsqlDatabase::executeChecked(std::string_view batch, const std::vector<plat
                                                   check.expected.toString() + "', now '" +
                                                   current.toString() + "'");
     }
-    execute(batch);
-    write->commit();
 }
 
 } // namespace ormex::db

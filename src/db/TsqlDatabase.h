@@ -26,12 +26,15 @@ public:
     virtual void execute(std::string_view batch) = 0;
 
     // A batch computed from values read earlier runs only while those values still stand: in one
-    // transaction that first shuts out every other writer, each check's query must still give its
-    // value, then the batch runs. Throws platform::ChangedSinceReadError (nothing written) when a
-    // check reads another value, or what execute() throws.
-    void executeChecked(std::string_view batch, const std::vector<platform::ReadCheck>& checks);
+    // transaction that first shuts out every other writer of what it changes, each check's query
+    // must still give its value, then the batch runs. Throws platform::ChangedSinceReadError
+    // (nothing written) when a check reads another value, or what execute() throws.
+    virtual void executeChecked(std::string_view batch, const std::vector<platform::ReadCheck>& checks);
 
 protected:
+    // Throws platform::ChangedSinceReadError when a check's query no longer gives its value.
+    void checkReads(const std::vector<platform::ReadCheck>& checks);
+
     // A write under way: rolled back when destroyed before commit().
     class Write
     {

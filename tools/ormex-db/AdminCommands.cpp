@@ -14,6 +14,7 @@
 #include "TablePrinter.h"
 #include "db/CardImport.h"
 #include "db/CardSeal.h"
+#include "db/CardWriteLocks.h"
 #include "db/Database.h"
 #include "db/DbError.h"
 #include "db/DemoData.h"
@@ -123,6 +124,7 @@ std::unique_ptr<db::PgDatabase> openExistingPg(const std::string& url)
     auto database = db::PgDatabase::open(url);
     if (!db::hasSchema(*database))
         throw db::DbError("not an OrmexCardManage database (run 'ormex-db create' first)");
+    database->setWriteLockPlanner(db::cardWriteLocks);
     return database;
 }
 
