@@ -26,29 +26,29 @@ bool isAppendOnly(std::string_view table)
            table == "t_operlog" || table == "t_hqreplay" || table == "t_pos_vippointclear";
 }
 
-// A card as headquarters compares card numbers: without regard to ASCII case or trailing blanks.
-std::string cardKey(std::string_view literal)
+// A card number as a literal of the batch writes it: without its quotes and trailing blanks.
+std::string cardNumber(std::string_view literal)
 {
-    std::string card(literal.substr(1, literal.size() - 2)); // without its quotes
+    std::string card(literal.substr(1, literal.size() - 2));
     for (std::size_t at = card.find("''"); at != std::string::npos; at = card.find("''", at + 1))
         card.erase(at, 1);
-    return "card:" + platform::toLowerAscii(platform::trimRight(card));
+    return platform::trimRight(card);
 }
 
-// Adds the cards a statement names to `keys`; false when it names none.
-bool addCardsNamed(const std::vector<Token>& tokens, std::vector<std::string>& keys)
+// Adds the cards a statement names to `cards`; false when it names none.
+bool addCardsNamed(const std::vector<Token>& tokens, std::vector<std::string>& cards)
 {
-    const std::size_t before = keys.size();
+    const std::size_t before = cards.size();
     for (std::size_t i = 0; i + 2 < tokens.size(); ++i) {
         if (!tokens[i].isWord("fcardid")) continue;
         if (tokens[i + 1].isSymbol("=") && tokens[i + 2].kind == Token::Kind::String) {
-            keys.push_back(cardKey(tokens[i + 2].text));
+            cards.push_back(cardNumber(tokens[i + 2].text));
         } else if (tokens[i + 1].isWord("in") && tokens[i + 2].isSymbol("(")) {
             for (std::size_t k = i + 3; k < tokens.size() && !tokens[k].isSymbol(")"); ++k)
-                if (tokens[k].kind == Token::Kind::String) keys.push_back(cardKey(tokens[k].text));
+                if (tokens[k].kind == Token::Kind::String) cards.push_back(cardNumber(tokens[k].text));
         }
     }
-    return keys.size() > before;
+    return cards.size() > before;
 }
 
 } // namespace
@@ -56,16 +56,19 @@ bool addCardsNamed(const std::vector<Token>& tokens, std::vector<std::string>& k
 WriteLocks cardWriteLocks(const BatchProgram& program, const std::vector<platform::ReadCheck>& checks)
 {
     WriteLocks locks;
+    locks.rows.table = "T_Pos_VipRecord";
+    locks.rows.column = "FCardId";
+    std::vector<std::string>& cards = locks.rows.values;
     bool cardsNamed = false;
     bool addsTotals = false; // the batch creates a card's totals row
     try {
         for (const platform::ReadCheck& check : checks)
-            cardsNamed = addCardsNamed(tokenize(check.sql), locks.keys) || cardsNamed;
+            cardsNamed = addCardsNamed(tokenize(check.sql), cards) || cardsNamed;
         for (const Step& step : program.steps) {
             if (step.kind == Step::Kind::SetValue || step.kind == Step::Kind::Jump) continue;
             const std::string_view statement = program.text.substr(step.textAt, step.textLength);
             const std::vector<Token> tokens = tokenize(statement);
-            const bool names = addCardsNamed(tokens, locks.keys);
+            const bool names = addCardsNamed(tokens, cards);
             cardsNamed = cardsNamed || names;
             if (step.kind != Step::Kind::Run || tokens.empty()) continue;
             const bool inserts = tokens.front().isWord("insert");
@@ -86,7 +89,10 @@ WriteLocks cardWriteLocks(const BatchProgram& program, const std::vector<platfor
         locks.whole = true; // what cannot be read cannot be told apart
     }
     if (addsTotals && !cardsNamed) locks.whole = true;
-    if (locks.whole) locks.keys.clear();
+    if (locks.whole) {
+        locks.keys.clear();
+        cards.clear();
+    }
     return locks;
 }
 

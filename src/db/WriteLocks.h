@@ -8,16 +8,25 @@
 #include "platform/BusinessObjects.h"
 
 // What a write takes before it changes anything on a server that many writers share (a
-// headquarters of many branches). Each key names one thing the write changes; a write waits only
-// for writes that name one of its keys, and takes its keys all at once, in one order, so two
-// writes never wait for each other in a circle. A write that cannot name what it changes takes the
-// whole database and waits for every other write (and they for it).
+// headquarters of many branches), so that a write waits only for writes of the same things and
+// two writes never wait for each other in a circle:
+// - the rows it changes of one table, chosen by one column, locked in that column's order (there
+//   may be thousands of them: row locks cost the server no shared memory);
+// - a few other things by name (a shared table), locked in one fixed order;
+// - or the whole database, when it cannot name what it changes: it then waits for every other
+//   write, and they for it.
 namespace ormex::db {
 
 struct WriteLocks
 {
     bool whole = false;
-    std::vector<std::string> keys; // in any order, duplicates allowed
+    std::vector<std::string> keys; // names; in any order, duplicates allowed
+    struct Rows
+    {
+        std::string table;
+        std::string column;
+        std::vector<std::string> values; // in any order, duplicates allowed
+    } rows;
 };
 
 // What a parsed batch changes, and what the reads it is checked against read, as the caller's data

@@ -12,11 +12,17 @@ using namespace ormex::db;
 
 namespace {
 
+void sortUnique(std::vector<std::string>& values)
+{
+    std::sort(values.begin(), values.end());
+    values.erase(std::unique(values.begin(), values.end()), values.end());
+}
+
 WriteLocks locksOf(const std::string& batch, const std::vector<ormex::platform::ReadCheck>& checks = {})
 {
     WriteLocks locks = cardWriteLocks(parseBatch(batch, PgDialect::instance()), checks);
-    std::sort(locks.keys.begin(), locks.keys.end());
-    locks.keys.erase(std::unique(locks.keys.begin(), locks.keys.end()), locks.keys.end());
+    sortUnique(locks.keys);
+    sortUnique(locks.rows.values);
     return locks;
 }
 
@@ -28,7 +34,8 @@ TEST(CardWriteLocks, ABatchLocksWhatItChanges)
     {
         const char* batch;
         bool whole;
-        std::vector<std::string> keys;
+        std::vector<std::string> cards; // card rows locked
+        std::vector<std::string> keys;  // other things locked by name
     };
     const Case cases[] = {
         // A deduction as the points screen writes it: its card, whatever case and blanks it is
@@ -43,33 +50,38 @@ TEST(CardWriteLocks, ABatchLocksWhatItChanges)
          "If (select FValue from t_SystemProfile where FKey='g_branch_no')='01' or @blnIsinset1=1\r\n"
          " update T_Pos_VipRecord set FDecNum=FDecNum+10 where FCardId='C1'",
          false,
-         {"card:c1"}},
+         {"C1", "c1"},
+         {}},
         {"update T_Pos_VipRecord set FCardStatus='2' where FCardId in ('A''1', 'B2')\r\n"
          "insert into t_Log (FDescription) values ('x')",
          false,
-         {"card:a'1", "card:b2"}},
+         {"A'1", "B2"},
+         {}},
         // The catalogue and the settings are shared by every card.
         {"Delete from T_Pos_VipGift\r\nInsert Into T_Pos_VipGift (FItemId, FBranchID) Values ('101', '2')",
          false,
+         {},
          {"table:t_pos_vipgift"}},
         {"UPDATE t_systemprofile SET FValue = '1' WHERE (FCategory = 'VIP') AND (FKey = 'MCType')",
          false,
+         {},
          {"table:t_systemprofile"}},
         // Card rows chosen otherwise than by number, and new cards, could be any card.
-        {"update T_Pos_VipRecord set FAccNum=0 where FCardType='01'", true, {}},
-        {"insert into T_Pos_VipRecord (FCardId) values ('N1')", true, {}},
-        {"insert into T_Pos_VipConsume (FCardId, Fbranchid) select 'C1', 2", true, {}},
+        {"update T_Pos_VipRecord set FAccNum=0 where FCardType='01'", true, {}, {}},
+        {"insert into T_Pos_VipRecord (FCardId) values ('N1')", true, {}, {}},
+        {"insert into T_Pos_VipConsume (FCardId, Fbranchid) select 'C1', 2", true, {}, {}},
         // Appending alone waits for nobody but a write of the whole database.
-        {"insert into T_Pos_AddMoneyList (FCardId, FPlusAmt) select 'C1', 5", false, {}},
+        {"insert into T_Pos_AddMoneyList (FCardId, FPlusAmt) select 'C1', 5", false, {}, {}},
     };
     for (const Case& c : cases) {
         const WriteLocks locks = locksOf(c.batch);
         EXPECT_EQ(locks.whole, c.whole) << c.batch;
+        EXPECT_EQ(locks.rows.values, c.cards) << c.batch;
         EXPECT_EQ(locks.keys, c.keys) << c.batch;
     }
     // The cards a checked write's reads name are locked with it.
     EXPECT_EQ(locksOf("update T_Pos_VipRecord set FResidualAmt='x' where FCardId='S1'",
                       {{"select FResidualAmt from T_Pos_VipRecord where FCardId='S2'", "FResidualAmt", {}}})
-                  .keys,
-              (std::vector<std::string>{"card:s1", "card:s2"}));
+                  .rows.values,
+              (std::vector<std::string>{"S1", "S2"}));
 }
