@@ -99,8 +99,8 @@ unix_socket_directories = '$socket_dir'
 fsync = off
 synchronous_commit = off
 full_page_writes = off
-max_connections = 40
-shared_buffers = 32MB
+max_connections = 100
+shared_buffers = 128MB
 EOF
     if "${as_owner[@]}" "$bin/pg_ctl" -D "$home/data" -l "$home/data/server.log" -w -t 20 start >/dev/null; then
       echo "$port" >"$dir/port"

@@ -31,6 +31,9 @@ public:
         keep(program, footprints);
     }
 
+    // True when the answers of the shape are kept.
+    bool keeps(std::size_t shape) const { return m_kept[shape]; }
+
     // The step's answer: kept, or asked through `ask()` (and kept when it may be).
     template <typename Ask>
     platform::Value answer(const BatchProgram& program, const Step& step,

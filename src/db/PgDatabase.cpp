@@ -17,6 +17,7 @@
 #include "TsqlParser.h"
 #include "platform/Clock.h"
 #include "platform/DateTime.h"
+#include "platform/Text.h"
 
 namespace ormex::db {
 
@@ -43,24 +44,46 @@ long long lockNumber(const std::string& key)
     return static_cast<long long>(hash);
 }
 
-// The transaction and its locks, in one round trip: the database lock, then each key's lock in
-// ascending number, so that two writes never wait for each other in a circle.
-std::string lockingStatements(const WriteLocks& locks)
+// A text array literal of the server's, between quotes: each element between double quotes with
+// its backslashes and double quotes escaped, the whole with its single quotes doubled.
+std::string textArray(const std::vector<std::string>& values)
 {
-    std::string sql = "BEGIN;";
-    if (locks.whole) return sql + "SELECT pg_advisory_xact_lock(" + kDatabaseLock + ")";
-    sql += std::string("SELECT pg_advisory_xact_lock_shared(") + kDatabaseLock + ")";
+    std::string array = "{";
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        array += i ? ",\"" : "\"";
+        for (const char c : values[i]) {
+            if (c == '"' || c == '\\') array += '\\';
+            array += c;
+        }
+        array += '"';
+    }
+    return platform::quoted(array + "}");
+}
+
+// The commands that take a write's locks: the database lock, each named key's lock in ascending
+// number, then the rows in their column's order, so that two writes never wait for each other in a
+// circle.
+std::vector<std::string> lockingCommands(const WriteLocks& locks)
+{
+    if (locks.whole) return {std::string("SELECT pg_advisory_xact_lock(") + kDatabaseLock + ")"};
+    std::vector<std::string> commands{std::string("SELECT pg_advisory_xact_lock_shared(") + kDatabaseLock +
+                                      ")"};
     std::vector<long long> numbers;
     numbers.reserve(locks.keys.size());
     for (const std::string& key : locks.keys)
         numbers.push_back(lockNumber(key));
     std::sort(numbers.begin(), numbers.end());
     numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
-    if (numbers.empty()) return sql;
-    sql += ";SELECT count(pg_advisory_xact_lock(k)) FROM unnest('{";
-    for (std::size_t i = 0; i < numbers.size(); ++i)
-        sql += (i ? "," : "") + std::to_string(numbers[i]);
-    return sql + "}'::bigint[]) AS k";
+    if (!numbers.empty()) {
+        std::string sql = "SELECT count(pg_advisory_xact_lock(k)) FROM unnest('{";
+        for (std::size_t i = 0; i < numbers.size(); ++i)
+            sql += (i ? "," : "") + std::to_string(numbers[i]);
+        commands.push_back(sql + "}'::bigint[]) AS k");
+    }
+    if (!locks.rows.values.empty())
+        commands.push_back("SELECT FROM " + locks.rows.table + " WHERE " + locks.rows.column + " = ANY(" +
+                           textArray(locks.rows.values) + ") ORDER BY " + locks.rows.column + " FOR UPDATE");
+    return commands;
 }
 
 // Runs one command of the server's own SQL (no parameters), mapping a failure to the layer's errors.
@@ -68,6 +91,13 @@ void command(PGconn* conn, const std::string& sql)
 {
     const PgResultPtr result(PQexec(conn, sql.c_str()));
     throwIfFailed(result.get(), conn, 1, sql);
+}
+
+WriteLocks wholeDatabase()
+{
+    WriteLocks locks;
+    locks.whole = true;
+    return locks;
 }
 
 } // namespace
@@ -245,11 +275,7 @@ void PgDatabase::execute(std::string_view batch)
 {
     const BatchProgram program = parseBatch(batch, PgDialect::instance());
     if (m_writes == 0) {
-        retryingConflicts([&] {
-            const auto write = beginWrite(locksOf(program, {}));
-            PgBatchRunner(*this).run(program);
-            write->commit();
-        });
+        runWrite(program, {});
         return;
     }
     // Within the caller's write: a savepoint keeps the batch all or nothing.
@@ -266,12 +292,22 @@ void PgDatabase::execute(std::string_view batch)
 
 void PgDatabase::executeChecked(std::string_view batch, const std::vector<platform::ReadCheck>& checks)
 {
-    const BatchProgram program = parseBatch(batch, PgDialect::instance());
+    runWrite(parseBatch(batch, PgDialect::instance()), checks);
+}
+
+void PgDatabase::runWrite(const BatchProgram& program, const std::vector<platform::ReadCheck>& checks)
+{
+    syncSealKey();
+    const std::vector<std::string> locking = lockingCommands(locksOf(program, checks));
     retryingConflicts([&] {
-        const auto write = beginWrite(locksOf(program, checks));
-        checkReads(checks);
-        PgBatchRunner(*this).run(program);
-        write->commit();
+        ++m_writes;
+        try {
+            PgBatchRunner(*this).runWrite(program, locking, checks);
+        } catch (...) {
+            --m_writes;
+            throw;
+        }
+        --m_writes;
     });
 }
 
@@ -292,13 +328,13 @@ void PgDatabase::retryingConflicts(const std::function<void()>& write)
 WriteLocks PgDatabase::locksOf(const BatchProgram& program,
                                const std::vector<platform::ReadCheck>& checks) const
 {
-    if (!m_planner) return {true, {}};
+    if (!m_planner) return wholeDatabase();
     return m_planner(program, checks);
 }
 
 std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite()
 {
-    return beginWrite(WriteLocks{true, {}});
+    return beginWrite(wholeDatabase());
 }
 
 std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite(const WriteLocks& locks)
@@ -310,7 +346,9 @@ std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite(const WriteLocks& lo
         LockedWrite(PgDatabase& db, const std::string& locking) : m_db(db)
         {
             try {
-                command(m_db.m_conn, locking); // waited for too long: BusyError
+                // Waited for too long: BusyError. The statements are not named: they can be long.
+                const PgResultPtr locked(PQexec(m_db.m_conn, locking.c_str()));
+                throwIfFailed(locked.get(), m_db.m_conn, 1, "(taking the write's locks)");
             } catch (...) {
                 const PgResultPtr undone(PQexec(m_db.m_conn, "ROLLBACK"));
                 throw;
@@ -336,7 +374,10 @@ std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite(const WriteLocks& lo
         PgDatabase& m_db;
         bool m_done = false;
     };
-    return std::make_unique<LockedWrite>(*this, lockingStatements(locks));
+    std::string locking = "BEGIN";
+    for (const std::string& command : lockingCommands(locks))
+        locking += ";" + command;
+    return std::make_unique<LockedWrite>(*this, locking);
 }
 
 } // namespace ormex::db

@@ -94,6 +94,8 @@ protected:
 
 private:
     std::unique_ptr<Write> beginWrite(const WriteLocks& locks);
+    // A write of its own: its locks, the checks and the batch in one pipelined transaction.
+    void runWrite(const BatchProgram& program, const std::vector<platform::ReadCheck>& checks);
     WriteLocks locksOf(const BatchProgram& program, const std::vector<platform::ReadCheck>& checks) const;
     // Runs `write` again while the server ends it for a deadlock or a serialization failure, up to
     // kConflictAttempts times in all.

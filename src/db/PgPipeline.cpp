@@ -33,7 +33,7 @@ PgPipeline::~PgPipeline()
 }
 
 void PgPipeline::send(const std::string& sql, const std::vector<unsigned>& types, const char* const* values,
-                      std::size_t tag)
+                      std::size_t tag, int guess, const platform::ReadCheck* check)
 {
     const int count = static_cast<int>(types.size());
     const Oid* oids = reinterpret_cast<const Oid*>(types.data());
@@ -47,26 +47,62 @@ void PgPipeline::send(const std::string& sql, const std::vector<unsigned>& types
                 m_db.forgetPrepared(statement.key);
                 throw sendFailure(m_conn);
             }
-            m_pending.push_back({tag, true, statement.key});
+            m_pending.push_back({tag, true, statement.key, -1, nullptr});
         }
         if (PQsendQueryPrepared(m_conn, statement.name.c_str(), count, values, nullptr, nullptr, 0) != 1)
             throw sendFailure(m_conn);
     }
-    m_pending.push_back({tag, false, {}});
+    m_pending.push_back({tag, false, {}, guess, check});
     if (m_pending.size() >= kMaxPending) {
         flush();
         drainTo(0);
     }
 }
 
+void PgPipeline::sendCommand(const std::string& sql)
+{
+    if (PQsendQueryParams(m_conn, sql.c_str(), 0, nullptr, nullptr, nullptr, nullptr, 0) != 1)
+        throw sendFailure(m_conn);
+    m_pending.push_back({0, false, {}, -1, nullptr});
+}
+
 PgResultPtr PgPipeline::answer()
 {
     flush();
     drainTo(1);
-    const Pending last = m_pending.front();
+    return takeFront();
+}
+
+PgResultPtr PgPipeline::oldest()
+{
+    flush();
+    // Preparations, commands and checks answer nothing the caller asked for.
+    while (m_pending.front().prepare || m_pending.front().tag == 0)
+        takeFront();
+    return takeFront();
+}
+
+PgResultPtr PgPipeline::takeFront()
+{
+    const Pending pending = m_pending.front();
     m_pending.pop_front();
-    PgResultPtr result = next(last);
-    if (!succeeded(result.get())) fail(last, std::move(result));
+    PgResultPtr result = next(pending);
+    if (!succeeded(result.get())) fail(pending, std::move(result));
+    if (pending.guess >= 0 && (firstValue(result.get()).toInt() == 1 ? 1 : 0) != pending.guess) {
+        leave();
+        throw WrongGuess{};
+    }
+    if (pending.check) {
+        const platform::ReadCheck& check = *pending.check;
+        const platform::Recordset now = recordsetOf(result.get());
+        const platform::Value current = now.atEnd() ? platform::Value("") : now.field(check.field);
+        if (!platform::sameReadValue(current, check.expected)) {
+            leave();
+            throw platform::ChangedSinceReadError("changed since read: " + check.sql + " gave '" +
+                                                  check.expected.toString() + "', now '" +
+                                                  current.toString() + "'");
+        }
+    }
     return result;
 }
 
@@ -80,12 +116,8 @@ void PgPipeline::finish()
 
 void PgPipeline::drainTo(std::size_t keepLast)
 {
-    while (m_pending.size() > keepLast) {
-        const Pending pending = m_pending.front();
-        m_pending.pop_front();
-        PgResultPtr result = next(pending);
-        if (!succeeded(result.get())) fail(pending, std::move(result));
-    }
+    while (m_pending.size() > keepLast)
+        takeFront();
 }
 
 PgResultPtr PgPipeline::next(const Pending&)

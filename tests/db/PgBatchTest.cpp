@@ -72,6 +72,29 @@ TEST_F(PgBatch, AFailureTakesTheWholeBatchBackAndNamesItsLine)
     EXPECT_EQ(rows("select FAccNum from T_Pos_VipRecord order by FCardId"), (Rows{"100", "50"}));
 }
 
+TEST_F(PgBatch, ConditionsSeeWhatTheBatchWroteBeforeThem)
+{
+    // Conditions that depend only on literals are answered before the batch runs and checked in
+    // place. The second card comes twice, and its second condition sees the row the first one
+    // made; the third card's row is made without a condition before its condition asks.
+    auto totals = [](const char* card) {
+        return std::string("If Not Exists(select 1 from T_Pos_VipConsume where FCardId='") + card +
+               "' and FBranchID=2)\r\n insert into T_Pos_VipConsume (FCardId, Fbranchid, FVipMinusTotalNum) "
+               "select '" +
+               card +
+               "', 2, 1\r\nElse\r\n update T_Pos_VipConsume set FVipMinusTotalNum="
+               "FVipMinusTotalNum+1 where FCardId='" +
+               card + "' and FBranchID=2\r\n";
+    };
+    db().execute("insert into T_Pos_VipConsume (FCardId, Fbranchid, FVipMinusTotalNum) values ('C1', 2, 10)");
+    db().execute(
+        totals("C1") + totals("C2") + totals("c2") +
+        "insert into T_Pos_VipConsume (FCardId, Fbranchid, FVipMinusTotalNum) select 'C3', 2, 5\r\n" +
+        totals("C3"));
+    EXPECT_EQ(rows("select FCardId, FVipMinusTotalNum from T_Pos_VipConsume order by FCardId"),
+              (Rows{"C1|11", "C2|2", "C3|6"}));
+}
+
 TEST_F(PgBatch, ACheckedWriteRunsOnlyWhileWhatItReadStands)
 {
     const std::string read = "select FDecNum from T_Pos_VipRecord where FCardId='C1'";
