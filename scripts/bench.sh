@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Builds, then runs the batch-shape and card-search benchmarks (the T-SQL executor next to native
-# SQLite) and prints a summary table. The results stay in <build>/bench-results/*.json.
+# SQLite) and prints a summary table, then the PostgreSQL headquarters benchmark (a branch's replay
+# next to libpq writing the same rows, and a chain of branches replaying at once, on a throwaway
+# cluster). The SQLite results stay in <build>/bench-results/*.json, the headquarters' tables in
+# <build>/bench-results/headquarters.txt.
 #
 #   scripts/bench.sh           every size: 1,000 to 100,000 cards per batch (1,000 and 10,000 for
 #                              the single-card batches), 10,000 and 1,000,000 cards for the
-#                              searches (a few minutes)
+#                              searches, chains of 1, 4, 16 and 64 branches (a quarter of an hour)
 #   scripts/bench.sh --smoke   the smallest sizes only, one short run each (CI)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -19,7 +22,7 @@ for arg in "$@"; do
 done
 
 "$root/scripts/build.sh"
-for program in ormex_batch_bench ormex_search_bench; do
+for program in ormex_batch_bench ormex_search_bench ormex_chain_bench; do
   if [ ! -x "$dir/bin/$program" ]; then
     echo "$program was not built (Qt 6 or Google Benchmark missing?)" >&2
     exit 1
@@ -30,9 +33,11 @@ out=$dir/bench-results
 mkdir -p "$out"
 batch_args=()
 search_args=()
+chain_args=()
 if [ "$smoke" = 1 ]; then
   batch_args=(--benchmark_filter='/1000$' --benchmark_min_time=0.01)
   search_args=(--benchmark_filter='/10000/' --benchmark_min_time=0.01)
+  chain_args=(--smoke)
 fi
 
 # The console shows progress; the JSON file is what the table is made from.
@@ -136,3 +141,6 @@ table(
 )
 sys.exit(1 if failed else 0)
 EOF
+
+# The headquarters on PostgreSQL: its own throwaway cluster, tables printed as they are measured.
+"$dir/bin/ormex_chain_bench" "${chain_args[@]}" | tee "$out/headquarters.txt"
