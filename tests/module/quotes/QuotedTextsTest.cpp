@@ -90,8 +90,7 @@ TEST(QuotedTexts, CardOperationsAndPasswords)
 
 TEST(QuotedTexts, RechargesAndConversions)
 {
-    test::StoredValueScreen t(kLinked, "insert into t_SystemProfile values ('VIP','MaxFillAmount','0'),"
-                                       " ('VIP','AllowFillPlusAmt','0')");
+    test::StoredValueScreen t(kLinked, test::fillSettings("0", false));
     for (test::TestDatabase* db : {&t.host.branch(), &t.host.hq()})
         db->exec(
             "insert into T_Pos_VipRecord (FCardId,FVipName,FCardType,FCardStatus,FVipEndDate,FAccNum,FDecNum,"

@@ -56,6 +56,14 @@ inline void seedStoredValueCards(TestDatabase& db)
         enc("100") + "','初始金额')");
 }
 
+// The fill settings of the member settings: the largest recharge (0: none) and whether negative
+// recharges are allowed.
+inline std::string fillSettings(const char* maxFillAmount, bool negativesAllowed)
+{
+    return std::string("insert into t_SystemProfile values ('VIP','MaxFillAmount','") + maxFillAmount +
+           "'), ('VIP','AllowFillPlusAmt','" + (negativesAllowed ? "1" : "0") + "')";
+}
+
 class StoredValueScreen
 {
 public:

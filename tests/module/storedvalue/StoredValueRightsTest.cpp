@@ -13,8 +13,7 @@ using Screen = module::storedvalue::frmStoreCardManage;
 namespace {
 
 // Negative recharges allowed, no maximum: only the rights stand in the way.
-const char* const kLooseFill = "insert into t_SystemProfile values ('VIP','MaxFillAmount','0'),"
-                               " ('VIP','AllowFillPlusAmt','1')";
+const std::string kLooseFill = test::fillSettings("0", true);
 
 // Every row but the log of refusals.
 std::vector<std::string> dataOf(test::TestDatabase& db)

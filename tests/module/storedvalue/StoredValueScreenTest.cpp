@@ -21,10 +21,8 @@ using test::StoredValueScreen;
 using Screen = module::storedvalue::frmStoreCardManage;
 
 namespace {
-const char* const kStrictFill = "insert into t_SystemProfile values ('VIP','MaxFillAmount','500'),"
-                                " ('VIP','AllowFillPlusAmt','0')";
-const char* const kLooseFill = "insert into t_SystemProfile values ('VIP','MaxFillAmount','0'),"
-                               " ('VIP','AllowFillPlusAmt','1')";
+const std::string kStrictFill = test::fillSettings("500", false);
+const std::string kLooseFill = test::fillSettings("0", true);
 } // namespace
 
 TEST(StoredValueScreen, OpensOnTheTabTheHostAsksForWhenItIsShown)
@@ -148,7 +146,7 @@ TEST(StoredValueScreen, TheFillSettingsBoundASingleRecharge)
 {
     struct Case
     {
-        const char* settings;
+        std::string settings;
         const char* charge;
         const char* actual;
         std::vector<std::string> texts; // after the amounts: what the operator sees

@@ -18,10 +18,8 @@ using test::StoredValueScreen;
 using Screen = module::storedvalue::frmStoreCardManage;
 
 namespace {
-const char* const kNoNegatives = "insert into t_SystemProfile values ('VIP','MaxFillAmount','0'),"
-                                 " ('VIP','AllowFillPlusAmt','0')";
-const char* const kNegativesAllowed = "insert into t_SystemProfile values ('VIP','MaxFillAmount','0'),"
-                                      " ('VIP','AllowFillPlusAmt','1')";
+const std::string kNoNegatives = test::fillSettings("0", false);
+const std::string kNegativesAllowed = test::fillSettings("0", true);
 
 // Types into a line edit key by key, as an operator does.
 void typeKeys(QLineEdit& edit, const char* text)
