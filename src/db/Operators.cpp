@@ -90,6 +90,7 @@ const std::vector<RightInfo>& rightsCatalogue()
         {"hy0014", "会员卡充值"},
         {"hy0015", "会员卡负数充值（扣减余额）"},
         {"hy0016", "积分转储值"},
+        {"hy0017", "处理总部拒收的变更"},
     };
     return rights;
 }

@@ -277,17 +277,40 @@ CREATE TABLE t_OperLog (
 
 -- A branch linked to headquarters: the changes waiting to be replayed there, oldest first. A row
 -- is written in the same transaction as the local change and deleted once headquarters holds the
--- replay.
+-- replay. A change headquarters refused several times for a reason other than not being reached
+-- is held ('held'): kept with its error for an administrator to retry or discard, while the
+-- changes after it go on.
 CREATE TABLE IF NOT EXISTS t_HqOutbox (
     FSeq        INTEGER PRIMARY KEY AUTOINCREMENT,
     FOrigin     TEXT COLLATE BINARY NOT NULL, -- this database, as headquarters knows it
     FBranchNo   TEXT COLLATE NOCASE,
     FDate       TEXT,
-    FOperation  INTEGER,
+    FOperation  INTEGER,                      -- 0 积分冲减 … 6 换卡 (platform/ReplayOperation)
     FBatch      TEXT NOT NULL,
-    FChecks     TEXT NOT NULL DEFAULT '',     -- values the batch was computed from
-    FAttempts   INTEGER NOT NULL DEFAULT 0,
-    FLastError  TEXT NOT NULL DEFAULT ''
+    FState      TEXT COLLATE NOCASE NOT NULL DEFAULT 'waiting', -- 'waiting' or 'held'
+    FAttempts   INTEGER NOT NULL DEFAULT 0,   -- refusals by headquarters (not reaching it is none)
+    FLastError  TEXT NOT NULL DEFAULT '',
+    FHeldDate   TEXT                          -- when it was held
+);
+
+-- The values a queued change was computed from, which must still stand at headquarters when it
+-- is replayed: the query that read each, its field and what it gave (FValueType: null, bool,
+-- int, real or text; FValue the value as text).
+CREATE TABLE IF NOT EXISTS t_HqOutboxCheck (
+    FSeq        INTEGER NOT NULL,
+    FNo         INTEGER NOT NULL,
+    FSql        TEXT NOT NULL,
+    FField      TEXT NOT NULL,
+    FValueType  TEXT NOT NULL,
+    FValue      TEXT,
+    PRIMARY KEY (FSeq, FNo)
+);
+
+-- The cards a queued change touches.
+CREATE TABLE IF NOT EXISTS t_HqOutboxCard (
+    FSeq        INTEGER NOT NULL,
+    FCardId     TEXT COLLATE NOCASE NOT NULL,
+    PRIMARY KEY (FSeq, FCardId)
 );
 
 -- Headquarters: every replay applied, written in the replay's own transaction, so that a replay

@@ -57,6 +57,15 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// A database that did not take a call this time, for a reason that passes: it could not be
+// reached, did not answer in time, or was busy with other writers. Nothing of the call stands,
+// and the same call may be made again.
+class UnavailableError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
 // True when two values read from a database are the same value (text, or the same number).
 bool sameReadValue(const Value& a, const Value& b);
 

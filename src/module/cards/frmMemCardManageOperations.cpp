@@ -69,8 +69,9 @@ bool frmMemCardManage::saveChange(platform::FieldMap& change, const std::string&
         auto maintain = frame::CardObject();
         int operationCode = m_operationCode;
         // In a linked branch the change is queued for headquarters in the same transaction.
-        saved = maintain->updateMCInfo(change, 4, operationCode,
-                                       hq::QueueOnHQ(replayed, hq::HQOperation::CardStatus));
+        saved = maintain->updateMCInfo(
+            change, 4, operationCode,
+            hq::QueueOnHQ(replayed, hq::HQOperation::CardStatus, {}, {change.text("FCardId")}));
     }
     change = {};
     m_card.reset();

@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <optional>
 #include <random>
+#include <set>
 #include <stdexcept>
 
+#include "DataExchange.h"
 #include "HqLink.h"
 #include "OperationLog.h"
 #include "module/frame/Gateway.h"
@@ -17,9 +19,9 @@ namespace ormex::module::hq {
 
 namespace {
 
+using platform::quoted;
+
 constexpr const char* kCrLf = "\r\n";
-constexpr char kFieldSeparator = '\x1f';
-constexpr char kCheckSeparator = '\x1e';
 constexpr std::size_t kKeptErrorLength = 400;
 constexpr const char* kUnreachable = "总部数据库无法连接";
 
@@ -42,52 +44,47 @@ struct Queued
     std::string origin;
     std::string branchNo;
     std::string batch;
+    int refusals = 0;
     std::vector<platform::ReadCheck> checks;
 };
 
-std::string encodeValue(const platform::Value& value)
+// A check's value as the queue keeps it: its type, and its text (nothing for null).
+std::pair<const char*, std::string> typedText(const platform::Value& value)
 {
     using Type = platform::Value::Type;
     switch (value.type()) {
     case Type::Null:
-        return "N";
+        return {"null", {}};
     case Type::Bool:
-        return value.toBool() ? "B1" : "B0";
+        return {"bool", value.toBool() ? "1" : "0"};
     case Type::Int:
-        return "I" + std::to_string(value.toInt());
+        return {"int", std::to_string(value.toInt())};
     case Type::Double: {
         // The shortest text that reads back as the same bits, whatever the process's locale.
         char digits[40];
         const auto end = std::to_chars(digits, digits + sizeof digits, value.toDouble()).ptr;
-        return "D" + std::string(digits, end);
+        return {"real", std::string(digits, end)};
     }
     case Type::Text:
-        return "T" + value.toString();
+        return {"text", value.toString()};
     }
-    return "N";
+    return {"null", {}};
 }
 
-platform::Value decodeValue(const std::string& text)
+platform::Value valueOf(const std::string& type, const platform::Value& stored)
 {
-    if (text.empty()) return {};
-    const std::string rest = text.substr(1);
-    switch (text[0]) {
-    case 'B':
-        return platform::Value(rest == "1");
-    case 'I':
-        return platform::Value(std::stoll(rest));
-    case 'D': {
+    const std::string text = stored.toString();
+    if (type == "bool") return platform::Value(text == "1");
+    if (type == "int") return platform::Value(static_cast<long long>(std::stoll(text)));
+    if (type == "real") {
         double number = 0;
-        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
-        if (error != std::errc() || end != rest.data() + rest.size())
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+        if (error != std::errc() || end != text.data() + text.size())
             throw std::runtime_error("a queued read check is damaged");
         return platform::Value(number);
     }
-    case 'T':
-        return platform::Value(rest);
-    default:
-        return {};
-    }
+    if (type == "text") return platform::Value(text);
+    return {};
 }
 
 // A fingerprint of the replay (FNV-1a, 64 bits): the same number from the same origin with another
@@ -108,20 +105,28 @@ std::string digest(const std::string& text)
 // replay headquarters holds already is refused before any of its statements runs.
 std::string replayRecord(const Queued& q)
 {
-    return "insert into t_HqReplay (FOrigin,FSeq,FBranchNo,FDigest,FDate) values (" +
-           platform::quoted(q.origin) + "," + q.seq + "," + platform::quoted(q.branchNo) + "," +
-           platform::quoted(digest(q.batch)) + ",getdate())";
+    return "insert into t_HqReplay (FOrigin,FSeq,FBranchNo,FDigest,FDate) values (" + quoted(q.origin) + "," +
+           q.seq + "," + quoted(q.branchNo) + "," + quoted(digest(q.batch)) + ",getdate())";
 }
 
-// True when headquarters holds this replay. Throws when it holds another under the same number.
+// Headquarters holds another change under the number of this one.
+class AnotherChangeHeld : public std::runtime_error
+{
+public:
+    AnotherChangeHeld()
+        : std::runtime_error("总部已记录同一编号的另一笔变更（分店数据库可能是复制或恢复的），请与管理员联系")
+    {
+    }
+};
+
+// True when headquarters holds this replay. Throws AnotherChangeHeld when it holds another under
+// the same number.
 bool heldByHQ(platform::Connection& connection, const Queued& q)
 {
     const auto rs = connection.openRecordset(
-        "select FDigest from t_HqReplay where FOrigin=" + platform::quoted(q.origin) + " and FSeq=" + q.seq);
+        "select FDigest from t_HqReplay where FOrigin=" + quoted(q.origin) + " and FSeq=" + q.seq);
     if (rs.atEnd()) return false;
-    if (rs.field("FDigest").toString() != digest(q.batch))
-        throw std::runtime_error(
-            "总部已记录同一编号的另一笔变更（分店数据库可能是复制或恢复的），请与管理员联系");
+    if (rs.field("FDigest").toString() != digest(q.batch)) throw AnotherChangeHeld();
     return true;
 }
 
@@ -130,14 +135,15 @@ std::string firstLine(const std::string& text)
     return text.substr(0, text.find('\n'));
 }
 
-// Applies the change at headquarters unless it holds it already. False with the reason when
-// headquarters did not take it.
-bool applyOnHQ(const Queued& q, std::string& error)
+enum class Outcome { Applied, NotReached, Refused };
+
+// Applies the change at headquarters unless it holds it already. The reason when it did not.
+Outcome applyOnHQ(const Queued& q, std::string& error)
 {
     auto connection = OpenHQ();
     if (!connection) {
         error = kUnreachable;
-        return false;
+        return Outcome::NotReached;
     }
     try {
         if (!heldByHQ(*connection, q)) {
@@ -148,7 +154,13 @@ bool applyOnHQ(const Queued& q, std::string& error)
                 connection->executeChecked(replay, q.checks);
         }
         connection->close();
-        return true;
+        return Outcome::Applied;
+    } catch (const AnotherChangeHeld& failure) {
+        error = failure.what();
+        return Outcome::Refused;
+    } catch (const platform::UnavailableError& failure) {
+        error = failure.what();
+        return Outcome::NotReached;
     } catch (const std::exception& failure) {
         error = failure.what();
     }
@@ -156,55 +168,122 @@ bool applyOnHQ(const Queued& q, std::string& error)
         // Another operator of this branch may have sent the same change meanwhile.
         const bool held = heldByHQ(*connection, q);
         connection->close();
-        return held;
+        if (held) return Outcome::Applied;
     } catch (const std::exception&) {
-        return false;
+        return Outcome::NotReached;
     }
+    // Headquarters answers and does not take the change; unless the link went meanwhile.
+    return ConnHQ() ? Outcome::Refused : Outcome::NotReached;
 }
 
-std::optional<Queued> oldestQueued()
+std::optional<Queued> oldestWaiting()
 {
-    const auto rs = frame::ExecQuery("select FSeq,FOrigin,FBranchNo,FBatch,FChecks from t_HqOutbox"
-                                     " where FSeq=(select min(FSeq) from t_HqOutbox)");
+    const auto rs = frame::ExecQuery(
+        "select FSeq,FOrigin,FBranchNo,FBatch,FAttempts from t_HqOutbox where FSeq=(select min(FSeq) from "
+        "t_HqOutbox where FState='waiting')");
     if (rs.atEnd()) return std::nullopt;
-    return Queued{rs.field("FSeq").toString(), rs.field("FOrigin").toString(),
-                  rs.field("FBranchNo").toString(), rs.field("FBatch").toString(),
-                  DecodeChecks(rs.field("FChecks").toString())};
+    Queued q{rs.field("FSeq").toString(),
+             rs.field("FOrigin").toString(),
+             rs.field("FBranchNo").toString(),
+             rs.field("FBatch").toString(),
+             static_cast<int>(rs.field("FAttempts").toInt()),
+             {}};
+    for (auto checks = frame::ExecQuery(
+             "select FSql,FField,FValueType,FValue from t_HqOutboxCheck where FSeq=" + q.seq +
+             " order by FNo");
+         !checks.atEnd(); checks.moveNext())
+        q.checks.push_back({checks.field("FSql").toString(), checks.field("FField").toString(),
+                            valueOf(checks.field("FValueType").toString(), checks.field("FValue"))});
+    return q;
+}
+
+std::string forgotten(const std::string& seq)
+{
+    return "delete from t_HqOutboxCheck where FSeq=" + seq + kCrLf +
+           "delete from t_HqOutboxCard where FSeq=" + seq + kCrLf +
+           "delete from t_HqOutbox where FSeq=" + seq;
 }
 
 } // namespace
 
+std::string ReplayOrigin()
+{
+    const std::string read = std::string("select FValue from t_SystemProfile where ") + kOriginCondition;
+    std::string origin = frame::GetFieldValue(read, "FValue").toString();
+    if (!origin.empty()) return origin;
+    frame::ExecuteSQL(std::string("if not exists (select 1 from t_SystemProfile where ") + kOriginCondition +
+                      ")" + kCrLf +
+                      " insert into t_SystemProfile (FCategory,FKey,FValue) values ('VIP','HqReplayOrigin'," +
+                      quoted(newOrigin()) + ")");
+    return frame::GetFieldValue(read, "FValue").toString();
+}
+
 std::string QueueOnHQ(const std::string& statements, HQOperation operation,
-                      const std::vector<platform::ReadCheck>& checks)
+                      const std::vector<platform::ReadCheck>& checks, const std::vector<std::string>& cards)
 {
     if (!frame::IsHQLinkedBranch()) return {};
     const std::string replay = statements + kCrLf + LogRowStatement(operation);
-    return std::string(kCrLf) + "if not exists (select 1 from t_SystemProfile where " + kOriginCondition +
-           ")" + kCrLf +
-           " insert into t_SystemProfile (FCategory,FKey,FValue) values ('VIP','HqReplayOrigin'," +
-           platform::quoted(newOrigin()) + ")" + kCrLf +
-           "insert into t_HqOutbox (FOrigin,FBranchNo,FDate,FOperation,FBatch,FChecks)" + kCrLf +
-           " select FValue," + platform::quoted(frame::GetBranchNum()) + ",getdate()," +
-           std::to_string(static_cast<int>(operation)) + "," + platform::quoted(replay) + "," +
-           platform::quoted(EncodeChecks(checks)) + " from t_SystemProfile where " + kOriginCondition;
+    std::string queued =
+        std::string(kCrLf) + "if not exists (select 1 from t_SystemProfile where " + kOriginCondition + ")" +
+        kCrLf + " insert into t_SystemProfile (FCategory,FKey,FValue) values ('VIP','HqReplayOrigin'," +
+        quoted(newOrigin()) + ")" + kCrLf +
+        "insert into t_HqOutbox (FOrigin,FBranchNo,FDate,FOperation,FBatch,FState)" + kCrLf +
+        " select FValue," + quoted(frame::GetBranchNum()) + ",getdate()," +
+        std::to_string(static_cast<int>(operation)) + "," + quoted(replay) +
+        ",'waiting' from t_SystemProfile where " + kOriginCondition;
+    if (checks.empty() && cards.empty()) return queued;
+    queued += std::string(kCrLf) + "declare @ormexOutboxSeq int" + kCrLf +
+              "set @ormexOutboxSeq = (select max(FSeq) from t_HqOutbox)";
+    int no = 0;
+    for (const platform::ReadCheck& check : checks) {
+        const auto [type, text] = typedText(check.expected);
+        queued +=
+            std::string(kCrLf) + "insert into t_HqOutboxCheck (FSeq,FNo,FSql,FField,FValueType,FValue)" +
+            " select @ormexOutboxSeq," + std::to_string(++no) + "," + quoted(check.sql) + "," +
+            quoted(check.field) + ",'" + type + "'," + (check.expected.isNull() ? "NULL" : quoted(text));
+    }
+    std::set<std::string> named; // a card once, as headquarters compares card numbers
+    for (const std::string& card : cards)
+        if (named.insert(platform::toLowerAscii(platform::trimRight(card))).second)
+            queued += std::string(kCrLf) +
+                      "insert into t_HqOutboxCard (FSeq,FCardId) select @ormexOutboxSeq," +
+                      quoted(platform::trimRight(card));
+    return queued;
 }
 
 ReplayState SendQueuedToHQ()
 {
     try {
         if (!frame::IsHQLinkedBranch()) return QueuedForHQ();
-        while (const auto q = oldestQueued()) {
+        bool reached = true;
+        while (const auto q = oldestWaiting()) {
             std::string error;
-            if (!applyOnHQ(*q, error)) {
-                // Kept, with what went wrong, for the next attempt; the later changes wait behind it
-                // so that headquarters applies them in the order they were made.
-                error = platform::firstCharacters(firstLine(error), kKeptErrorLength);
-                frame::ExecuteSQL("update t_HqOutbox set FAttempts=FAttempts+1,FLastError=" +
-                                  platform::quoted(error) + " where FSeq=" + q->seq);
+            const Outcome outcome = applyOnHQ(*q, error);
+            if (outcome == Outcome::Applied) {
+                frame::ExecuteSQL(forgotten(q->seq));
+                continue;
+            }
+            // Kept, with what went wrong, for the next attempt.
+            error = quoted(platform::firstCharacters(firstLine(error), kKeptErrorLength));
+            if (outcome == Outcome::NotReached) {
+                // The changes after it wait too, so headquarters applies them in the order they
+                // were made.
+                frame::ExecuteSQL("update t_HqOutbox set FLastError=" + error + " where FSeq=" + q->seq);
+                reached = false;
                 break;
             }
-            frame::ExecuteSQL("delete from t_HqOutbox where FSeq=" + q->seq);
+            const std::string refusals = std::to_string(q->refusals + 1);
+            if (q->refusals + 1 < kHeldAfterRefusals) {
+                frame::ExecuteSQL("update t_HqOutbox set FAttempts=" + refusals + ",FLastError=" + error +
+                                  " where FSeq=" + q->seq);
+                break;
+            }
+            // Refused for good as far as the branch can tell: set aside for an administrator, and
+            // the changes after it go on.
+            frame::ExecuteSQL("update t_HqOutbox set FState='held',FHeldDate=getdate(),FAttempts=" +
+                              refusals + ",FLastError=" + error + " where FSeq=" + q->seq);
         }
+        if (reached) ExchangeWithHQ();
     } catch (const std::exception&) {
         // The queue stays as it is; the next attempt starts again from its oldest change.
     }
@@ -226,35 +305,16 @@ ReplayState QueuedForHQ()
 {
     try {
         const auto rs = frame::ExecQuery(
-            "select count(*) as n,isnull((select FLastError from t_HqOutbox where FSeq=(select min(FSeq) "
-            "from t_HqOutbox)),'') as e from t_HqOutbox");
+            "select (select count(*) from t_HqOutbox where FState='waiting') as n,"
+            " (select count(*) from t_HqOutbox where FState='held') as h,"
+            " isnull((select FLastError from t_HqOutbox where FSeq=(select min(FSeq) from t_HqOutbox"
+            " where FState='waiting')),'') as e");
         if (rs.atEnd()) return {};
-        return {static_cast<int>(rs.field("n").toInt()), rs.field("e").toString()};
+        return {static_cast<int>(rs.field("n").toInt()) + PendingExchange(),
+                static_cast<int>(rs.field("h").toInt()), rs.field("e").toString()};
     } catch (const std::exception&) {
         return {};
     }
-}
-
-std::string EncodeChecks(const std::vector<platform::ReadCheck>& checks)
-{
-    std::string text;
-    for (const platform::ReadCheck& check : checks) {
-        if (!text.empty()) text += kCheckSeparator;
-        text += check.sql + kFieldSeparator + check.field + kFieldSeparator + encodeValue(check.expected);
-    }
-    return text;
-}
-
-std::vector<platform::ReadCheck> DecodeChecks(const std::string& text)
-{
-    std::vector<platform::ReadCheck> checks;
-    if (text.empty()) return checks;
-    for (const std::string& one : platform::split(text, kCheckSeparator)) {
-        const auto parts = platform::split(one, kFieldSeparator);
-        if (parts.size() != 3) throw std::runtime_error("a queued read check is damaged");
-        checks.push_back({parts[0], parts[1], decodeValue(parts[2])});
-    }
-    return checks;
 }
 
 } // namespace ormex::module::hq

@@ -126,11 +126,13 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
                 throw platform::ChangedSinceReadError("changed at headquarters");
             // Deductions and exchanges go to headquarters too, queued with the local change.
             const bool replayed = (tab == PointsTab && operation() == Deduction) || tab == ExchangeTab;
-            const std::string queued =
-                replayed ? hq::QueueOnHQ(batch, static_cast<hq::HQOperation>(tab / 2), m_hqChecks) : "";
+            const std::string queued = replayed ? hq::QueueOnHQ(batch, static_cast<hq::HQOperation>(tab / 2),
+                                                                m_hqChecks, cardsOf(*rows, tab))
+                                                : "";
             frame::ExecuteSQL(batch + queued, m_localChecks);
             hq::WriteLocalLog("积分管理---", logText);
-            if (replayed) hq::SendQueuedToHQ();
+            // Replays, and the rewards of the branch's data exchange, go to headquarters now.
+            hq::SendQueuedToHQ();
             result = true;
             onQuery(tab);
         }

@@ -312,7 +312,7 @@ bool frmStoreCardManage::SaveStoredValue(int tab)
         if (!hq::HQChecksHold(m_hqChecks)) throw platform::ChangedSinceReadError("changed at headquarters");
         const auto operation =
             tab == PointsTab ? hq::HQOperation::PointsToStoredValue : hq::HQOperation::Recharge;
-        frame::ExecuteSQL(batch + hq::QueueOnHQ(batch, operation, m_hqChecks), m_localChecks);
+        frame::ExecuteSQL(batch + hq::QueueOnHQ(batch, operation, m_hqChecks, m_batchCards), m_localChecks);
         hq::WriteLocalLog("储值管理---", caption);
         hq::SendQueuedToHQ();
         return true;

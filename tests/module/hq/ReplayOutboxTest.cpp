@@ -44,24 +44,29 @@ struct LinkedBranch
 
 } // namespace
 
-TEST(ReplayOutbox, ReadChecksKeepTheirValuesAndTypesInTheQueue)
+TEST(ReplayOutbox, AQueuedChangeIsKeptInColumnsAPersonCanRead)
 {
+    LinkedBranch b;
+    b.headquarters(kAway);
     const std::vector<platform::ReadCheck> checks{{"select a from T where k='x'", "a", platform::Value(12)},
                                                   {"select b from T", "b", platform::Value(0.1 + 0.2)},
                                                   {"select c from T", "c", platform::Value("张'三")},
                                                   {"select d from T", "d", platform::Value()},
                                                   {"select e from T", "e", platform::Value(true)}};
-    const auto back = DecodeChecks(EncodeChecks(checks));
-    ASSERT_EQ(back.size(), checks.size());
-    for (std::size_t i = 0; i < checks.size(); ++i) {
-        EXPECT_EQ(back[i].sql, checks[i].sql);
-        EXPECT_EQ(back[i].field, checks[i].field);
-        EXPECT_EQ(back[i].expected.type(), checks[i].expected.type()) << i;
-        EXPECT_EQ(back[i].expected.toString(), checks[i].expected.toString()) << i;
-    }
-    EXPECT_EQ(back[1].expected.toDouble(), 0.1 + 0.2) << "every bit of a real";
-    EXPECT_TRUE(DecodeChecks("").empty());
-    EXPECT_THROW(DecodeChecks("select 1"), std::runtime_error);
+    module::frame::ExecuteSQL("insert into t_OperLog (FDescription) values ('local')" +
+                              QueueOnHQ("update T_Pos_VipRecord set FDecNum=1 where FCardId='C1'",
+                                        HQOperation::PointsDeduction, checks, {"C1", "c1 ", "C2"}));
+    EXPECT_EQ(b.host.branch().rows("select FOperation,FState,FAttempts from t_HqOutbox"),
+              std::vector<std::string>{"0|waiting|0"});
+    EXPECT_EQ(
+        b.host.branch().rows("select FNo,FSql,FField,FValueType,FValue from t_HqOutboxCheck order by FNo"),
+        (std::vector<std::string>{
+            "1|select a from T where k='x'|a|int|12", "2|select b from T|b|real|0.30000000000000004",
+            "3|select c from T|c|text|张'三", "4|select d from T|d|null|", "5|select e from T|e|bool|1"}))
+        << "every bit of a real, quotes as they are";
+    EXPECT_EQ(b.host.branch().rows("select FCardId from t_HqOutboxCard order by FCardId"),
+              (std::vector<std::string>{"C1", "C2"}))
+        << "a card once";
 }
 
 TEST(ReplayOutbox, ChangesWaitWhileHeadquartersIsAwayAndArriveOnceInTheirOrder)
@@ -86,25 +91,40 @@ TEST(ReplayOutbox, ChangesWaitWhileHeadquartersIsAwayAndArriveOnceInTheirOrder)
     EXPECT_EQ(b.host.hq().scalar("select count(*) from t_Log").toInt(), 3);
 }
 
-TEST(ReplayOutbox, AChangeHeadquartersRefusesHoldsBackTheLaterOnesUntilItIsTaken)
+TEST(ReplayOutbox, AChangeHeadquartersKeepsRefusingIsHeldAsideAndTheLaterOnesGoOn)
 {
     LinkedBranch b;
     b.change("update T_Pos_VipRecord set FDecNum=FDecNum+5 where FCardId='C1'");
     EXPECT_EQ(SendQueuedToHQ().waiting, 0);
-    b.host.hq().exec(
-        "create trigger refuse before update on T_Pos_VipRecord begin select raise(abort, 'refused'); "
-        "end");
+    b.host.hq().exec("create trigger refuse before update on T_Pos_VipRecord when new.FDecNum=12 begin "
+                     "select raise(abort, "
+                     "'refused'); end");
     b.change("update T_Pos_VipRecord set FDecNum=FDecNum+7 where FCardId='C1'");
     b.change("update T_Pos_VipRecord set FDecNum=FDecNum+9 where FCardId='C1'");
-    const ReplayState refused = SendQueuedToHQ();
-    EXPECT_EQ(refused.waiting, 2);
-    EXPECT_NE(refused.lastError.find("refused"), std::string::npos) << refused.lastError;
-    EXPECT_EQ(b.hqPoints(), 5);
-    EXPECT_EQ(b.host.branch().scalar("select FAttempts from t_HqOutbox order by FSeq limit 1").toInt(), 1);
+    for (int refusal = 1; refusal < kHeldAfterRefusals; ++refusal) {
+        const ReplayState refused = SendQueuedToHQ();
+        EXPECT_EQ(refused.waiting, 2) << "the later change waits behind it, in order";
+        EXPECT_NE(refused.lastError.find("refused"), std::string::npos) << refused.lastError;
+    }
+    const ReplayState held = SendQueuedToHQ();
+    EXPECT_EQ(held.waiting, 0);
+    EXPECT_EQ(held.held, 1);
+    EXPECT_EQ(b.hqPoints(), 14) << "the change after the held one went on";
+    EXPECT_EQ(b.host.branch().rows("select FState,FAttempts from t_HqOutbox"),
+              std::vector<std::string>{"held|3"});
+    EXPECT_NE(b.host.branch().scalar("select FLastError from t_HqOutbox").toString().find("refused"),
+              std::string::npos);
+    b.host.messages().clear();
+    EXPECT_TRUE(NothingWaitsForHQ()) << "operations are not refused for a held change";
+    EXPECT_TRUE(b.host.messages().texts().empty());
 
-    b.host.hq().exec("drop trigger refuse");
-    EXPECT_EQ(SendQueuedToHQ().waiting, 0);
-    EXPECT_EQ(b.hqPoints(), 21);
+    // Not reaching headquarters is no refusal: a change that cannot be sent is never held for it.
+    b.change("update T_Pos_VipRecord set FDecNum=FDecNum+1 where FCardId='C1'");
+    b.headquarters(kAway);
+    for (int attempt = 0; attempt < kHeldAfterRefusals + 1; ++attempt)
+        EXPECT_EQ(SendQueuedToHQ().waiting, 1);
+    EXPECT_EQ(b.host.branch().rows("select FState,FAttempts from t_HqOutbox order by FSeq"),
+              (std::vector<std::string>{"held|3", "waiting|0"}));
 }
 
 TEST(ReplayOutbox, AReplayHeadquartersCommittedButTheBranchDidNotMarkIsNotAppliedTwice)
@@ -172,6 +192,7 @@ TEST(ReplayOutbox, AChangeFromACopiedBranchDatabaseIsNotTakenForTheOneHeadquarte
     const ReplayState state = SendQueuedToHQ();
     EXPECT_EQ(state.waiting, 1) << "kept, not dropped as if applied";
     EXPECT_NE(state.lastError.find("复制或恢复"), std::string::npos) << state.lastError;
+    EXPECT_EQ(b.host.branch().scalar("select FAttempts from t_HqOutbox").toInt(), 1) << "a refusal";
     EXPECT_EQ(b.hqPoints(), 10);
 }
 

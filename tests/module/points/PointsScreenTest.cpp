@@ -373,7 +373,8 @@ TEST(PointsScreen, ADeductionMadeWhileHeadquartersGoesAwayStandsAndWaitsForIt)
     EXPECT_EQ(t.card("P1"), "100|80") << "the local change stands";
     EXPECT_TRUE(t.movements(&t.host.hq()).empty());
     EXPECT_EQ(t.host.branch().rows("select FOperation,FAttempts,FLastError from t_HqOutbox"),
-              std::vector<std::string>{"0|1|总部数据库无法连接"});
+              std::vector<std::string>{"0|0|总部数据库无法连接"})
+        << "not reaching headquarters is no refusal";
     EXPECT_EQ(module::hq::QueuedForHQ().waiting, 1);
 
     t.host.setHeadquartersSetting("(local)/HQ/sa/pw");
@@ -411,12 +412,18 @@ TEST(PointsScreen, LinkedBranchChecksAndReplaysDeductionsAtHeadquarters)
                   std::vector<std::string>{"MCM0001|5|分店[01]进行积分管理---积分冲减"});
         EXPECT_EQ(t.movements(&t.host.hq()), std::vector<std::string>{"P1|1|0|10|7|积分冲减|1"});
 
-        // A reward is not replayed.
+        // A reward is not replayed: it goes to headquarters with the branch's data exchange, once.
         t.screen.option(Op::Reward)->click();
         t.type(t.row("P1"), "FVipNum", "10");
         t.host.messages().answer(true);
         t.ok();
-        EXPECT_EQ(t.movements(&t.host.hq()).size(), 1u);
+        EXPECT_EQ(t.movements(&t.host.hq()),
+                  (std::vector<std::string>{"P1|1|0|10|7|积分冲减|1", "P1|3|0|10|7|积分奖励|1"}));
+        EXPECT_EQ(t.movements(),
+                  (std::vector<std::string>{"P1|1|0|10|7|积分冲减|1", "P1|3|0|10|7|积分奖励|1"}))
+            << "marked exchanged at the branch";
+        EXPECT_EQ(module::hq::SendQueuedToHQ().waiting, 0);
+        EXPECT_EQ(t.movements(&t.host.hq()).size(), 2u);
     }
     {
         PointsScreen t({.isBranch = true, .svCardShareType = true}); // no headquarters
