@@ -5,6 +5,7 @@
 
 #include "DbError.h"
 #include "Schema.h"
+#include "SchemaUpgrade.h"
 
 namespace ormex::db {
 
@@ -220,7 +221,8 @@ std::string translateSchemaToPostgres(std::string_view sqliteSchema)
 
 void applySchema(PgDatabase& db)
 {
-    db.executeNative(translateSchemaToPostgres(kSchemaSql) + std::string(kFunctions));
+    db.executeNative(translateSchemaToPostgres(kSchemaSql) + std::string(kFunctions) +
+                     schemaVersionRecord(currentSchemaVersion(), kCreatedVersion));
 }
 
 bool hasSchema(PgDatabase& db)

@@ -18,7 +18,7 @@ namespace ormex::db {
 std::string translateSchemaToPostgres(std::string_view sqliteSchema);
 
 // Creates the citext extension, every table and index, and the function f_decrypt (the stored-value
-// balance decoded) in one transaction. Throws DbError
+// balance decoded), and records the build's schema version, in one transaction. Throws DbError
 // (nothing created).
 void applySchema(PgDatabase& db);
 
