@@ -105,14 +105,15 @@ void copyTable(Database& from, PGconn* conn, const std::string& table)
         PQclear(rest);
 }
 
-// The tables, each after the tables its foreign keys name, so that its rows find theirs.
+// The tables, each after the tables its foreign keys name, so that its rows find theirs. The
+// version record is each database's own: it is not copied.
 std::vector<std::string> tablesInKeyOrder(Database& from)
 {
     std::vector<std::string> pending;
     {
-        SqliteStatement list(from.handle(),
-                             "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT "
-                             "LIKE 'sqlite_%' ORDER BY name");
+        SqliteStatement list(
+            from.handle(), "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite_%' "
+                           "AND name <> 't_SchemaVersion' COLLATE NOCASE ORDER BY name");
         while (list.step())
             pending.push_back(list.column(0).toString());
     }

@@ -3,9 +3,9 @@
 #include "Database.h"
 #include "PgDatabase.h"
 
-// Copies the rows of every member-card table from an SQLite database into a PostgreSQL one that
-// holds the schema: how a headquarters on PostgreSQL is seeded with the demo data, and how the
-// same starting rows are put on both engines. Keys given by the database continue after the
+// Copies the rows of every member-card table (not the version record) from an SQLite database
+// into a PostgreSQL one that holds the schema: how a headquarters on PostgreSQL is seeded with the demo data,
+// and how the same starting rows are put on both engines. Keys given by the database continue after the
 // highest one copied.
 namespace ormex::db {
 

@@ -107,6 +107,16 @@ bool isPostgresUrl(std::string_view location)
     return location.starts_with("postgresql://") || location.starts_with("postgres://");
 }
 
+std::string withoutPassword(const std::string& location)
+{
+    if (!isPostgresUrl(location)) return location;
+    const std::size_t from = location.find("://") + 3;
+    const std::size_t at = location.find('@', from);
+    const std::size_t colon = location.find(':', from);
+    if (at == std::string::npos || colon == std::string::npos || colon > at) return location;
+    return location.substr(0, colon) + location.substr(at);
+}
+
 std::string withConnectTimeout(const std::string& url, int seconds)
 {
     const std::size_t query = url.find('?');
@@ -172,6 +182,20 @@ PgDatabase::~PgDatabase()
 int PgDatabase::backendPid() const
 {
     return PQbackendPID(m_conn);
+}
+
+void PgDatabase::runExclusive(const std::function<bool()>& work)
+{
+    const auto write = beginWrite(wholeDatabase());
+    if (work()) write->commit();
+}
+
+std::string PgDatabase::location() const
+{
+    const std::string host = PQhost(m_conn);
+    return "postgresql://" + std::string(PQuser(m_conn)) + "@" +
+           (host.find(':') != std::string::npos ? "[" + host + "]" : host) + ":" + PQport(m_conn) + "/" +
+           PQdb(m_conn);
 }
 
 bool PgDatabase::alive()

@@ -63,6 +63,15 @@ public:
     // its own: all of it or none of it. Throws DbError.
     void executeNative(std::string_view script);
 
+    // Runs `work` in one transaction that holds the whole database against every other writer of
+    // the system, as a write that names nothing it changes does (a schema upgrade): committed when
+    // `work` returns true, rolled back when it returns false or throws. Throws BusyError when the
+    // other writers hold on for longer than kLockTimeoutSeconds, or what `work` throws.
+    void runExclusive(const std::function<bool()>& work);
+
+    // The database as messages name it: postgresql://user@host:port/name, without the password.
+    std::string location() const;
+
     // True when the server answers; a connection that broke is opened again once first.
     bool alive();
 
@@ -116,6 +125,9 @@ private:
 
 // True for text that names a PostgreSQL server rather than an SQLite file.
 bool isPostgresUrl(std::string_view location);
+
+// A database's location as output may show it: a URL without its password, a file's path as it is.
+std::string withoutPassword(const std::string& location);
 
 // The URL with a connect timeout added when it has none.
 std::string withConnectTimeout(const std::string& url, int seconds);

@@ -5,6 +5,7 @@
 
 #include "DbError.h"
 #include "Schema.h"
+#include "SchemaUpgrade.h"
 
 namespace ormex::db {
 
@@ -26,8 +27,11 @@ bool startsWithWord(std::string_view text, std::string_view word)
     if (!text.starts_with(word)) return false;
     if (text.size() == word.size()) return true;
     const char next = text[word.size()];
-    return next == ' ' || next == ',' || next == '\t';
+    return next == ' ' || next == ',' || next == '\t' || next == ';';
 }
+
+// What adds a column to a table: the column that follows is translated as in CREATE TABLE.
+constexpr std::string_view kAddColumn = " ADD COLUMN ";
 
 bool isSpace(char c)
 {
@@ -52,7 +56,7 @@ std::string translateColumnLine(std::string_view line)
         return std::string(line);
 
     std::size_t nameEnd = 0;
-    while (nameEnd < rest.size() && !isSpace(rest[nameEnd]) && rest[nameEnd] != ',')
+    while (nameEnd < rest.size() && !isSpace(rest[nameEnd]) && rest[nameEnd] != ',' && rest[nameEnd] != ';')
         ++nameEnd;
     const std::string_view name = rest.substr(0, nameEnd);
     std::size_t typeAt = nameEnd;
@@ -63,7 +67,7 @@ std::string translateColumnLine(std::string_view line)
 
     std::string out = std::string(indent) + std::string(name);
     std::string_view constraints;
-    if (afterName.empty() || afterName.front() == ',') {
+    if (afterName.empty() || afterName.front() == ',' || afterName.front() == ';') {
         // A column without a type keeps what is written to it as it is: text here.
         out += " text";
         constraints = afterName;
@@ -199,6 +203,11 @@ std::string translateSchemaToPostgres(std::string_view sqliteSchema)
                 if (!line.ends_with("("))
                     throw DbError("schema: a table's columns begin on its next line: " + std::string(line));
                 inTable = true;
+            } else if (const std::size_t add = line.find(kAddColumn);
+                       line.starts_with("ALTER TABLE") && add != std::string_view::npos) {
+                const std::size_t column = add + kAddColumn.size();
+                out += std::string(line.substr(0, column)) + translateColumnLine(line.substr(column)) + '\n';
+                continue;
             } else if (line.find("COLLATE") != std::string_view::npos && !line.starts_with("--")) {
                 throw DbError("schema: COLLATE outside a column definition: " + std::string(line));
             }
@@ -212,7 +221,8 @@ std::string translateSchemaToPostgres(std::string_view sqliteSchema)
 
 void applySchema(PgDatabase& db)
 {
-    db.executeNative(translateSchemaToPostgres(kSchemaSql) + std::string(kFunctions));
+    db.executeNative(translateSchemaToPostgres(kSchemaSql) + std::string(kFunctions) +
+                     schemaVersionRecord(currentSchemaVersion(), kCreatedVersion));
 }
 
 bool hasSchema(PgDatabase& db)

@@ -12,12 +12,13 @@ namespace ormex::db {
 // The schema text for PostgreSQL. Text that compares without regard to case (COLLATE NOCASE)
 // becomes citext, which indexes still serve for equality; other text stays text (exact), INTEGER
 // becomes bigint (SQLite's integers are 64-bit), REAL double precision, an AUTOINCREMENT key an
-// identity column, and a column without a type text. Throws DbError on a column definition it
-// does not know how to translate, so that a new kind of column in schema.sql is noticed.
+// identity column, and a column without a type text; the same for the column of a one-line
+// ALTER TABLE … ADD COLUMN (a schema step). Throws DbError on a column definition it does not know
+// how to translate, so that a new kind of column in schema.sql is noticed.
 std::string translateSchemaToPostgres(std::string_view sqliteSchema);
 
 // Creates the citext extension, every table and index, and the function f_decrypt (the stored-value
-// balance decoded) in one transaction. Throws DbError
+// balance decoded), and records the build's schema version, in one transaction. Throws DbError
 // (nothing created).
 void applySchema(PgDatabase& db);
 

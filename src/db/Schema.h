@@ -6,17 +6,16 @@
 
 namespace ormex::db {
 
-// The schema text compiled into the library from schema.sql.
+// The schema text compiled into the library from schema.sql: what a new database holds, at the
+// version of the last schema step (SchemaSteps.h).
 extern const std::string_view kSchemaSql;
 
-// Creates every table and index in one transaction. Throws DbError (nothing created).
-void applySchema(Database& db);
+// How the version record of a new database describes its one row.
+inline constexpr std::string_view kCreatedVersion = "created with the schema of this version";
 
-// Adds the tables, columns and indexes made after the first databases to a database that holds
-// the member-card tables but lacks some of them, then gives its standard roles the rights it has
-// not known before (upgradeRights in Operators.h); nothing when it is up to date. Throws DbError
-// (nothing added).
-void upgradeSchema(Database& db);
+// Creates every table and index and records the build's schema version, in one transaction.
+// Throws DbError (nothing created).
+void applySchema(Database& db);
 
 // True when the database holds the member-card tables.
 bool hasSchema(Database& db);

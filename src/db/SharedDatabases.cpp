@@ -8,7 +8,7 @@
 
 #include "CardSeal.h"
 #include "CardWriteLocks.h"
-#include "Schema.h"
+#include "SchemaUpgrade.h"
 
 namespace ormex::db {
 
@@ -98,7 +98,7 @@ Database& sharedDatabase(const std::string& path)
     }
     r.prune();
     auto db = Database::open(path); // throws for a missing file
-    upgradeSchema(*db);
+    upgradeWhenOpened(*db);
     if (!exists) identify(path, file);
     Database& opened = *db;
     r.connections.emplace(path, Shared{std::move(db), file});
@@ -116,6 +116,7 @@ PgDatabase& sharedPgDatabase(const std::string& url)
         throw OpenError("cannot connect to PostgreSQL: the server does not answer");
     }
     auto db = PgDatabase::open(url);
+    requireCurrentSchema(*db, url);          // not kept: opened again, and checked again, next time
     db->setWriteLockPlanner(cardWriteLocks); // branches wait for each other only on the same card
     PgDatabase& opened = *db;
     r.servers.emplace(url, std::move(db));

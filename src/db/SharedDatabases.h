@@ -11,11 +11,14 @@
 // that was removed or replaced since is opened afresh.
 namespace ormex::db {
 
-// Throws OpenError as Database::open does (a missing file is never created).
+// Throws OpenError as Database::open does (a missing file is never created). A file of an older
+// schema version is upgraded when it is opened; one newer than the build is refused with
+// SchemaVersionError (SchemaUpgrade.h).
 Database& sharedDatabase(const std::string& path);
 
 // The connection this process keeps to a PostgreSQL database, checked to answer before it is
-// handed out (a broken one is opened again). Throws OpenError when the server cannot be reached.
+// handed out (a broken one is opened again). Throws OpenError when the server cannot be reached,
+// SchemaVersionError when the database is at another schema version than the build's.
 PgDatabase& sharedPgDatabase(const std::string& url);
 
 } // namespace ormex::db

@@ -1,6 +1,10 @@
 -- One schema for a branch database and for the headquarters database.
 -- Text compares without regard to case (COLLATE NOCASE), as the retail system's server does.
 -- Dates are 'yyyy-mm-dd' text, date-times 'yyyy-mm-dd hh:mm:ss'; amounts and points are REAL.
+--
+-- This is what a new database holds, at the schema version of the last step in SchemaSteps.cpp.
+-- A change here is also a new step there, which brings an older database to the same tables,
+-- columns and indexes (SchemaSteps.h says how); a new column goes at the end of its table.
 
 -- Member cards: one row per card.
 CREATE TABLE T_Pos_VipRecord (
@@ -270,33 +274,28 @@ CREATE TABLE t_OperLog (
     FBranchNo      TEXT COLLATE NOCASE
 );
 
--- ---------------------------------------------------------------------------------------------
--- Added after the first databases were made. Everything from this line on can run again on an
--- existing database, and runs whenever one is opened that lacks it. Columns added to the tables
--- above are added to an existing database first (db/Schema.cpp lists them).
-
 -- A branch linked to headquarters: the changes waiting to be replayed there, oldest first. A row
 -- is written in the same transaction as the local change and deleted once headquarters holds the
 -- replay. A change headquarters refused several times for a reason other than not being reached
 -- is held ('held'): kept with its error for an administrator to retry or discard, while the
 -- changes after it go on.
-CREATE TABLE IF NOT EXISTS t_HqOutbox (
+CREATE TABLE t_HqOutbox (
     FSeq        INTEGER PRIMARY KEY AUTOINCREMENT,
     FOrigin     TEXT COLLATE BINARY NOT NULL, -- this database, as headquarters knows it
     FBranchNo   TEXT COLLATE NOCASE,
     FDate       TEXT,
     FOperation  INTEGER,                      -- 0 积分冲减 … 6 换卡 (platform/ReplayOperation)
     FBatch      TEXT NOT NULL,
-    FState      TEXT COLLATE NOCASE NOT NULL DEFAULT 'waiting', -- 'waiting' or 'held'
     FAttempts   INTEGER NOT NULL DEFAULT 0,   -- refusals by headquarters (not reaching it is none)
     FLastError  TEXT NOT NULL DEFAULT '',
+    FState      TEXT COLLATE NOCASE NOT NULL DEFAULT 'waiting', -- 'waiting' or 'held'
     FHeldDate   TEXT                          -- when it was held
 );
 
 -- The values a queued change was computed from, which must still stand at headquarters when it
 -- is replayed: the query that read each, its field and what it gave (FValueType: null, bool,
 -- int, real or text; FValue the value as text).
-CREATE TABLE IF NOT EXISTS t_HqOutboxCheck (
+CREATE TABLE t_HqOutboxCheck (
     FSeq        INTEGER NOT NULL,
     FNo         INTEGER NOT NULL,
     FSql        TEXT NOT NULL,
@@ -307,7 +306,7 @@ CREATE TABLE IF NOT EXISTS t_HqOutboxCheck (
 );
 
 -- The cards a queued change touches.
-CREATE TABLE IF NOT EXISTS t_HqOutboxCard (
+CREATE TABLE t_HqOutboxCard (
     FSeq        INTEGER NOT NULL,
     FCardId     TEXT COLLATE NOCASE NOT NULL,
     PRIMARY KEY (FSeq, FCardId)
@@ -315,7 +314,7 @@ CREATE TABLE IF NOT EXISTS t_HqOutboxCard (
 
 -- Headquarters: every replay applied, written in the replay's own transaction, so that a replay
 -- sent again (the branch did not hear back) is not applied twice.
-CREATE TABLE IF NOT EXISTS t_HqReplay (
+CREATE TABLE t_HqReplay (
     FOrigin    TEXT COLLATE BINARY NOT NULL,
     FSeq       INTEGER NOT NULL,
     FBranchNo  TEXT COLLATE NOCASE,
@@ -325,14 +324,14 @@ CREATE TABLE IF NOT EXISTS t_HqReplay (
 );
 
 -- The operation log of one card, newest first (the card history).
-CREATE INDEX IF NOT EXISTS IX_OperLog_Card ON t_OperLog (FCardId, FDate);
+CREATE INDEX IX_OperLog_Card ON t_OperLog (FCardId, FDate);
 
 -- Roles of the operators, and the rights codes each role holds ('hy0001' …).
-CREATE TABLE IF NOT EXISTS t_Role (
+CREATE TABLE t_Role (
     FRoleId  TEXT COLLATE NOCASE PRIMARY KEY,
     FName    TEXT COLLATE NOCASE NOT NULL
 );
-CREATE TABLE IF NOT EXISTS t_RoleRight (
+CREATE TABLE t_RoleRight (
     FRoleId     TEXT COLLATE NOCASE NOT NULL,
     FRightCode  TEXT COLLATE NOCASE NOT NULL,
     PRIMARY KEY (FRoleId, FRightCode)
@@ -340,15 +339,15 @@ CREATE TABLE IF NOT EXISTS t_RoleRight (
 
 -- The rights codes this database knows: each was given once to the standard roles that start
 -- with it, so a right added to the system later reaches the administrator of an older database
--- when it is opened, and a right taken from a role afterwards stays taken.
-CREATE TABLE IF NOT EXISTS t_KnownRight (
+-- with the schema step that adds it, and a right taken from a role afterwards stays taken.
+CREATE TABLE t_KnownRight (
     FRightCode  TEXT COLLATE NOCASE PRIMARY KEY
 );
 
 -- Operators: the login name, the name the logs and lists show, the salted password hash
 -- (Argon2id in libsodium's encoded form), the role, and the failed logins since the last one that
 -- succeeded with the time the user is locked until after too many.
-CREATE TABLE IF NOT EXISTS t_User (
+CREATE TABLE t_User (
     FUserID        INTEGER PRIMARY KEY AUTOINCREMENT,
     FLogin         TEXT COLLATE NOCASE NOT NULL UNIQUE,
     FName          TEXT COLLATE NOCASE NOT NULL,
@@ -357,4 +356,12 @@ CREATE TABLE IF NOT EXISTS t_User (
     FFailedLogins  INTEGER NOT NULL DEFAULT 0,
     FLockedUntil   TEXT,
     FDisabled      INTEGER NOT NULL DEFAULT 0
+);
+
+-- The schema versions the database reached, one row each: the highest is the version it is at
+-- (SchemaUpgrade.h). A database without this table was made before versions were recorded.
+CREATE TABLE t_SchemaVersion (
+    FVersion      INTEGER PRIMARY KEY,
+    FDescription  TEXT COLLATE NOCASE,
+    FDate         TEXT
 );

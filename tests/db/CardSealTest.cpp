@@ -6,9 +6,11 @@
 #include "db/CardSeal.h"
 #include "db/DbError.h"
 #include "db/Schema.h"
+#include "db/SchemaUpgrade.h"
 #include "db/SqliteDialect.h"
 #include "db/TsqlParser.h"
 #include "platform/BalanceCodec.h"
+#include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"
 
 using namespace ormex;
@@ -121,11 +123,12 @@ TEST(CardSeal, AChangeMadeElsewhereIsFoundAndTheSystemRefusesToBuildOnItUntilAcc
 
 TEST(CardSeal, AnOlderDatabaseGetsTheColumnAndItsCardsWaitForAnAdministrator)
 {
-    test::TestDatabase t;
-    seedTwoCards(t);
-    test::changeOutsideTheSystem(t.path(), "alter table T_Pos_VipRecord drop column FSeal");
-    db::upgradeSchema(t.db());
-    EXPECT_EQ(brokenCards(t.db()).size(), 2u) << "nothing vouches for values written before the seals";
-    EXPECT_EQ(db::resealCards(t.db(), test::testSealKey(), {}, "admin"), 2);
-    EXPECT_TRUE(brokenCards(t.db()).empty());
+    test::TestDatabase folder;
+    const std::string path = folder.folder() + "/older.db";
+    test::makeFirstVersionDatabase(path, "alter table T_Pos_VipRecord drop column FSeal");
+    auto older = db::Database::open(path);
+    db::upgradeSchema(*older);
+    EXPECT_EQ(brokenCards(*older).size(), 2u) << "nothing vouches for values written before the seals";
+    EXPECT_EQ(db::resealCards(*older, test::testSealKey(), {}, "admin"), 2);
+    EXPECT_TRUE(brokenCards(*older).empty());
 }

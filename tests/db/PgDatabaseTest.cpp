@@ -83,7 +83,10 @@ TEST(PgSchemaTranslation, ColumnTypesKeysDefaultsAndComments)
                                              "    FAny,\n"
                                              "    PRIMARY KEY (FCardId, FItemID)\n"
                                              ");\n"
-                                             "CREATE INDEX IX_A ON T_A (FDate);\n");
+                                             "CREATE INDEX IX_A ON T_A (FDate);\n"
+                                             "ALTER TABLE T_A ADD COLUMN FHeld INTEGER NOT NULL DEFAULT 0;\n"
+                                             "ALTER TABLE T_A ADD COLUMN FNote TEXT COLLATE NOCASE; -- why\n"
+                                             "ALTER TABLE T_A RENAME COLUMN FAny TO FSome;\n");
     EXPECT_EQ(translated, "CREATE EXTENSION IF NOT EXISTS citext;\n"
                           "-- Cards. COLLATE NOCASE in a comment stays.\n"
                           "CREATE TABLE T_A (\n"
@@ -96,11 +99,16 @@ TEST(PgSchemaTranslation, ColumnTypesKeysDefaultsAndComments)
                           "    FAny text,\n"
                           "    PRIMARY KEY (FCardId, FItemID)\n"
                           ");\n"
-                          "CREATE INDEX IX_A ON T_A (FDate);\n");
+                          "CREATE INDEX IX_A ON T_A (FDate);\n"
+                          "ALTER TABLE T_A ADD COLUMN FHeld bigint NOT NULL DEFAULT 0;\n"
+                          "ALTER TABLE T_A ADD COLUMN FNote citext; -- why\n"
+                          "ALTER TABLE T_A RENAME COLUMN FAny TO FSome;\n");
 
     // A column the translation does not know is refused, not passed on to fail on the server or,
     // worse, to compare differently there.
     EXPECT_THROW(ormex::db::translateSchemaToPostgres("CREATE TABLE T (\n  FPic BLOB\n);\n"),
+                 ormex::db::DbError);
+    EXPECT_THROW(ormex::db::translateSchemaToPostgres("ALTER TABLE T ADD COLUMN FPic BLOB;\n"),
                  ormex::db::DbError);
     EXPECT_THROW(
         ormex::db::translateSchemaToPostgres("CREATE TABLE T (\n  F TEXT NOT NULL COLLATE NOCASE\n);\n"),

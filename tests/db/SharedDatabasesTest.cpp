@@ -6,6 +6,7 @@
 
 #include "db/DbError.h"
 #include "db/SharedDatabases.h"
+#include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"
 
 using ormex::db::sharedDatabase;
@@ -40,13 +41,13 @@ TEST(SharedDatabases, AReplacedFileIsOpenedAfreshAndAMissingOneIsNotCreated)
 
 TEST(SharedDatabases, ADatabaseMadeBeforeTheHeadquartersQueueGetsItWhenOpened)
 {
-    TestDatabase older("older.db");
-    older.exec("drop table t_HqOutbox; drop table t_HqReplay");
-    older.exec("insert into T_Pos_VipRecord (FCardId) values ('KEPT')");
-    auto& db = sharedDatabase(older.path());
+    TestDatabase folder;
+    const std::string path = folder.folder() + "/older.db";
+    ormex::test::makeFirstVersionDatabase(path, "drop table t_HqOutbox; drop table t_HqReplay");
+    auto& db = sharedDatabase(path);
     db.execute("insert into t_HqOutbox (FOrigin,FBatch) values ('o','select 1')");
     db.execute("insert into t_HqReplay (FOrigin,FSeq) values ('o',1)");
-    EXPECT_EQ(db.query("select count(*) as n from T_Pos_VipRecord").field("n").toInt(), 1);
+    EXPECT_EQ(db.query("select count(*) as n from T_Pos_VipRecord").field("n").toInt(), 2);
     EXPECT_THROW(db.execute("insert into t_HqReplay (FOrigin,FSeq) values ('o',1)"),
                  ormex::db::StatementError)
         << "a replay is recorded once";
@@ -54,17 +55,21 @@ TEST(SharedDatabases, ADatabaseMadeBeforeTheHeadquartersQueueGetsItWhenOpened)
 
 TEST(SharedDatabases, AnOperationLogMadeBeforeItNamedCardsGetsTheColumnsWhenOpened)
 {
-    TestDatabase older("older-log.db");
-    older.exec("drop table t_OperLog;"
-               "create table t_OperLog (FID integer primary key autoincrement, FDate text, FUserID integer,"
-               " FFunctionID text, FType integer, FDescription text, FMachineName text, FIPAddress text,"
-               " FSession text);"
-               "insert into t_OperLog (FDescription) values ('before')");
-    auto& db = sharedDatabase(older.path());
+    TestDatabase folder;
+    const std::string path = folder.folder() + "/older-log.db";
+    ormex::test::makeFirstVersionDatabase(
+        path, "drop table t_OperLog;"
+              "create table t_OperLog (FID integer primary key autoincrement, FDate text, FUserID integer,"
+              " FFunctionID text, FType integer, FDescription text, FMachineName text, FIPAddress text,"
+              " FSession text);"
+              "insert into t_OperLog (FDescription) values ('before')");
+    auto& db = sharedDatabase(path);
     db.execute("insert into t_OperLog (FDescription,FCardId,FBranchNo) values ('after','C1','01')");
-    EXPECT_EQ(older.rows("select FDescription, FCardId from t_OperLog order by FID"),
+    EXPECT_EQ(ormex::test::rowsOf(db, "select FDescription, FCardId from t_OperLog order by FID"),
               (std::vector<std::string>{"before|", "after|C1"}));
-    EXPECT_EQ(older.scalar("select count(*) from sqlite_master where name='IX_OperLog_Card'").toInt(), 1);
+    EXPECT_EQ(
+        db.query("select count(*) as n from sqlite_master where name='IX_OperLog_Card'").field("n").toInt(),
+        1);
     EXPECT_EQ(db.query("select count(*) as n from t_OperLog where FCardId='c1'").field("n").toInt(), 1)
         << "card numbers compare without case";
 }

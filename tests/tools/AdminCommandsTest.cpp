@@ -6,7 +6,9 @@
 #include <sstream>
 
 #include "RunAdminCommand.h"
+#include "db/SchemaSteps.h"
 #include "platform/BalanceCodec.h"
+#include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"
 
 namespace {
@@ -74,6 +76,43 @@ TEST_F(AdminCommands, FailuresExplainThemselvesAndChangeNothing)
     EXPECT_EQ(run({"seed", db, "--role", "shop"}).code, 2);
     EXPECT_EQ(run({"create", dir + "/no/such/folder.db"}).code, 1);
     EXPECT_FALSE(std::filesystem::exists(dir + "/no"));
+}
+
+TEST_F(AdminCommands, UpgradeBringsAnOlderFileToThisBuildAndANewerOneIsRefused)
+{
+    const std::string current = std::to_string(ormex::db::currentSchemaVersion());
+    const std::string older = dir + "/older.db";
+    ormex::test::makeFirstVersionDatabase(older);
+    const Result upgraded = run({"upgrade", older});
+    ASSERT_EQ(upgraded.code, 0) << upgraded.err;
+    EXPECT_TRUE(upgraded.out.starts_with("upgraded " + older + " from schema version 0 to " + current +
+                                         ":\n  1  the schema of the first databases"))
+        << upgraded.out;
+    EXPECT_EQ(run({"upgrade", older}).out,
+              older + " is at schema version " + current + ", this build's: nothing to do\n");
+
+    // Any other command upgrades an older file as the host does, and says so apart from its output.
+    const std::string other = dir + "/other.db";
+    ormex::test::makeFirstVersionDatabase(other);
+    const Result query = run({"query", other, "select count(*) as n from T_Pos_VipRecord"});
+    EXPECT_EQ(query.code, 0) << query.err;
+    EXPECT_EQ(query.out, "n\n-\n2\n(1 row)\n");
+    EXPECT_TRUE(query.err.starts_with("upgraded " + other + " from schema version 0 to " + current))
+        << query.err;
+
+    // A database a later build has upgraded is refused by every command, and left as it is.
+    ormex::test::changeOutsideTheSystem(older, "insert into t_SchemaVersion (FVersion) values (" + current +
+                                                   " + 1)");
+    for (const std::vector<std::string>& args : {std::vector<std::string>{"upgrade", older},
+                                                 {"query", older, "select 1"},
+                                                 {"user", "list", older}}) {
+        const Result refused = run(args);
+        EXPECT_EQ(refused.code, 1) << args[0];
+        EXPECT_NE(refused.err.find("比本程序的结构版本 " + current + " 新"), std::string::npos)
+            << refused.err;
+    }
+    EXPECT_EQ(run({"upgrade", dir + "/missing.db"}).code, 1);
+    EXPECT_NE(run({"--help"}).out.find("ormex-db upgrade <db>"), std::string::npos);
 }
 
 TEST_F(AdminCommands, DemoCreatesBothDatabasesOnce)

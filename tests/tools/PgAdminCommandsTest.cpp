@@ -6,7 +6,9 @@
 #include "RunAdminCommand.h"
 #include "db/CardSeal.h"
 #include "db/PgSchema.h"
+#include "db/SchemaSteps.h"
 #include "support/PgTestDatabase.h"
+#include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"
 
 namespace {
@@ -78,4 +80,29 @@ TEST(PgAdminCommands, SeedRunAndQueryTakeTheSystemsTsql)
                               "T_Pos_VipRecord where FCardId = '88000001')"});
     EXPECT_EQ(query.out, "n\n-\n1\n(1 row)\n") << query.err;
     EXPECT_EQ(run({"generate", url, "10"}).code, 1) << "generating cards is for SQLite files";
+}
+
+TEST(PgAdminCommands, OnlyUpgradeTakesAnOlderHeadquarters)
+{
+    if (ormex::test::pgClusterUrl().empty())
+        GTEST_SKIP() << "ORMEX_PG_CLUSTER is not set (run through ctest)";
+    ormex::test::PgTestDatabase pg;
+    ormex::test::makeFirstVersionDatabase(pg.db());
+    const std::string current = std::to_string(ormex::db::currentSchemaVersion());
+    const Result refused = run({"query", pg.url(), "SELECT count(*) AS n FROM T_Pos_VipRecord"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_NE(refused.err.find("请由管理员先运行 ormex-db upgrade " + pg.url() + " 升级数据库"),
+              std::string::npos)
+        << refused.err;
+
+    const Result upgraded = run({"upgrade", pg.url()});
+    ASSERT_EQ(upgraded.code, 0) << upgraded.err;
+    EXPECT_TRUE(
+        upgraded.out.starts_with("upgraded " + pg.url() + " from schema version 0 to " + current + ":\n"))
+        << upgraded.out;
+    EXPECT_EQ(run({"upgrade", pg.url()}).out,
+              pg.url() + " is at schema version " + current + ", this build's: nothing to do\n");
+    const Result query = run({"query", pg.url(), "SELECT count(*) AS n FROM T_Pos_VipRecord"});
+    EXPECT_EQ(query.code, 0) << query.err;
+    EXPECT_EQ(query.out, "n\n-\n2\n(1 row)\n");
 }

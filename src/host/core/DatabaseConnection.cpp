@@ -1,9 +1,12 @@
 #include "DatabaseConnection.h"
 
 #include <cctype>
+#include <set>
 #include <stdexcept>
 
+#include "db/SchemaUpgrade.h"
 #include "db/SharedDatabases.h"
+#include "platform/HostServices.h"
 #include "platform/Text.h"
 
 namespace ormex::host {
@@ -25,6 +28,15 @@ std::string urlEncoded(const std::string& text)
         }
     }
     return out;
+}
+
+// The module reports a database it cannot open as unreachable, in its own words; why a database of
+// another schema version is refused is told once in the process, so that the operator can pass it on.
+void tellOnce(const std::string& refusal)
+{
+    static std::set<std::string> told;
+    if (!told.insert(refusal).second) return;
+    platform::HostServices::instance().messages().message(refusal, "提示", platform::MessageIcon::Warning);
 }
 
 } // namespace
@@ -77,10 +89,15 @@ std::string DatabaseConnection::resolve(const std::string& connectionText) const
 void DatabaseConnection::open(const std::string& connectionText)
 {
     const std::string location = resolve(connectionText);
-    if (db::isPostgresUrl(location))
-        m_db = &db::sharedPgDatabase(location);
-    else
-        m_db = &db::sharedDatabase(location);
+    try {
+        if (db::isPostgresUrl(location))
+            m_db = &db::sharedPgDatabase(location);
+        else
+            m_db = &db::sharedDatabase(location);
+    } catch (const db::SchemaVersionError& refused) {
+        tellOnce(refused.what());
+        throw;
+    }
 }
 
 db::TsqlDatabase& DatabaseConnection::db()

@@ -9,7 +9,9 @@
 // "ADODB.Connection": opens a database named by a connection text. The server "(local)" (also
 // "." and "localhost") is the embedded default: the file <Initial Catalog>.db in the host's data
 // folder. Any other server is a PostgreSQL server on that host ("host" or "host,port"), the
-// database the catalog, with the connection's user and password. Opening never creates a database.
+// database the catalog, with the connection's user and password. Opening never creates a database,
+// and refuses one at another schema version than the build's (an older SQLite file is upgraded),
+// telling the operator why once per process.
 namespace ormex::host {
 
 class DatabaseConnection : public platform::Connection

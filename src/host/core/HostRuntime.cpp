@@ -28,11 +28,9 @@ HostRuntime::HostRuntime(HostConfig config)
         throw db::OpenError(
             "the settings hold no seal-key of 64 hexadecimal digits: the card seals cannot be kept");
     db::setSealKey(*key);
-    {
-        auto db = db::Database::open(m_config.databasePath(), db::Database::OpenMode::MustExist);
-        if (!db::hasSchema(*db))
-            throw db::OpenError(m_config.databasePath() + " is not an OrmexCardManage database");
-    }
+    // Opened as every object of the session opens it: an older file is upgraded, a newer one refused.
+    if (!db::hasSchema(db::sharedDatabase(m_config.databasePath())))
+        throw db::OpenError(m_config.databasePath() + " is not an OrmexCardManage database");
     auto& services = platform::HostServices::instance();
     services.setEnvironment(std::make_shared<SessionEnvironment>(m_config.userName, m_config.userId));
     services.publishSharedProperties(m_processId, std::make_shared<SessionPropertyTable>(m_config));

@@ -12,7 +12,8 @@ namespace ormex::host {
 class HostRuntime
 {
 public:
-    // Throws db::OpenError when the session database cannot be opened.
+    // Throws db::OpenError when the session database cannot be opened, db::SchemaVersionError when
+    // it is newer than the build (an older one is upgraded).
     explicit HostRuntime(HostConfig config);
     ~HostRuntime();
     HostRuntime(const HostRuntime&) = delete;

@@ -13,6 +13,7 @@
 #include "ModuleLoader.h"
 #include "UiServices.h"
 #include "db/Operators.h"
+#include "db/SchemaUpgrade.h"
 #include "db/SharedDatabases.h"
 #include "host/core/HostRuntime.h"
 
@@ -78,6 +79,9 @@ int main(int argc, char** argv)
             who = host::LoginDialog::run(line.config.databasePath(), line.config.login);
             if (!who) return 0;
         }
+    } catch (const db::SchemaVersionError& error) {
+        std::cerr << "ormex-host: " << error.what() << '\n';
+        return 1;
     } catch (const std::exception& error) {
         std::cerr
             << "ormex-host: " << error.what() << '\n'

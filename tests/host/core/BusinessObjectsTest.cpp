@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "db/SchemaUpgrade.h"
 #include "host/core/ApprovalMaintain.h"
 #include "host/core/CardMaintain.h"
 #include "host/core/DatabaseConnection.h"
@@ -11,6 +12,7 @@
 #include "host/core/SettingsMaintain.h"
 #include "platform/BalanceCodec.h"
 #include "support/TestDatabase.h"
+#include "support/TestHost.h"
 
 using namespace ormex;
 using platform::Value;
@@ -191,4 +193,23 @@ TEST(DatabaseConnection, LocalServerIsAFileOfTheDataFolderThatIsNeverCreated)
     EXPECT_ANY_THROW(
         missing.open("Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=10.1.1.1;Initial Catalog=HQ"));
     EXPECT_FALSE(missing.isOpen());
+}
+
+TEST(DatabaseConnection, AHeadquartersOfAnotherSchemaVersionIsRefusedAndTheOperatorToldWhyOnce)
+{
+    test::TestHost host({.withHeadquarters = true});
+    const int newer = db::currentSchemaVersion() + 1;
+    test::changeOutsideTheSystem(host.hq().path(), "insert into t_SchemaVersion (FVersion) values (" +
+                                                       std::to_string(newer) + ")");
+    const std::string text =
+        "Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=(local);Initial Catalog=HQ";
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        host::DatabaseConnection connection(host.config().dataFolder);
+        EXPECT_THROW(connection.open(text), db::SchemaVersionError);
+        EXPECT_FALSE(connection.isOpen());
+    }
+    ASSERT_EQ(host.messages().texts().size(), 1u) << "told once, not at every attempt";
+    EXPECT_TRUE(host.messages().last().starts_with("数据库 " + host.hq().path() + " 的结构版本为 " +
+                                                   std::to_string(newer)))
+        << host.messages().last();
 }
