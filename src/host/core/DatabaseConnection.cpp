@@ -77,10 +77,13 @@ std::string DatabaseConnection::resolve(const std::string& connectionText) const
 void DatabaseConnection::open(const std::string& connectionText)
 {
     const std::string location = resolve(connectionText);
-    if (db::isPostgresUrl(location))
-        m_db = &db::sharedPgDatabase(location);
-    else
-        m_db = &db::sharedDatabase(location);
+    if (db::isPostgresUrl(location)) {
+        m_db = &db::sharedPgDatabase(location, m_deadline);
+    } else {
+        db::Database& file = db::sharedDatabase(location);
+        file.setBusyTimeout(m_deadline);
+        m_db = &file;
+    }
 }
 
 db::TsqlDatabase& DatabaseConnection::db()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -10,12 +11,17 @@
 // "." and "localhost") is the embedded default: the file <Initial Catalog>.db in the host's data
 // folder. Any other server is a PostgreSQL server on that host ("host" or "host,port"), the
 // database the catalog, with the connection's user and password. Opening never creates a database.
+// Every call has the deadline the host's settings give: how long a server may stay silent (the
+// file: how long another writer may keep it locked) before the call fails.
 namespace ormex::host {
 
 class DatabaseConnection : public platform::Connection
 {
 public:
-    explicit DatabaseConnection(std::string dataFolder) : m_dataFolder(std::move(dataFolder)) {}
+    DatabaseConnection(std::string dataFolder, std::chrono::milliseconds deadline)
+        : m_dataFolder(std::move(dataFolder)), m_deadline(deadline)
+    {
+    }
 
     void open(const std::string& connectionText) override;
     bool isOpen() const override { return m_db != nullptr; }
@@ -31,6 +37,7 @@ public:
 private:
     db::TsqlDatabase& db();
     std::string m_dataFolder;
+    std::chrono::milliseconds m_deadline;
     db::TsqlDatabase* m_db = nullptr; // the process's shared connection to the database
 };
 
