@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -43,6 +44,34 @@ class ConflictError : public BusyError
 {
 public:
     using BusyError::BusyError;
+};
+
+// The server did not answer within the connection's deadline (PgDatabase::setDeadline): it hangs,
+// or the link to it carries nothing. The statement was cancelled and the connection closed; a later
+// call opens it again. Nothing the call wrote was committed by it, except that a COMMIT already sent
+// may still be carried out by the server (headquarters records each replay, so sending it again
+// applies it once).
+// what(): the text the operator reads, the same as for a server that cannot be reached at all,
+// with the deadline.
+class UnreachableError : public DbError
+{
+public:
+    static constexpr const char* kMessage = "总部数据库无法连接";
+    explicit UnreachableError(std::chrono::milliseconds deadline)
+        : DbError(std::string(kMessage) + "：服务器" + seconds(deadline) + "秒内没有应答"),
+          m_deadline(deadline)
+    {
+    }
+    std::chrono::milliseconds deadline() const { return m_deadline; }
+
+private:
+    static std::string seconds(std::chrono::milliseconds wait)
+    {
+        std::string text = std::to_string(wait.count() / 1000);
+        if (wait.count() % 1000) text += "." + std::to_string(wait.count() % 1000 / 100);
+        return text;
+    }
+    std::chrono::milliseconds m_deadline;
 };
 
 // The batch holds text outside the dialect. Nothing of the batch ran.

@@ -30,24 +30,22 @@ constexpr std::size_t kGuessesAtOnce = 256;
 class OpenTransaction
 {
 public:
-    explicit OpenTransaction(pg_conn* conn) : m_conn(conn) {}
+    explicit OpenTransaction(PgConnection& link) : m_link(link) {}
     ~OpenTransaction()
     {
-        if (!m_done && PQtransactionStatus(m_conn) != PQTRANS_IDLE) {
-            // A destructor cannot report anything: a failed rollback leaves the server to roll
-            // back when the connection closes.
-            const PgResultPtr undone(PQexec(m_conn, "ROLLBACK"));
-        }
+        // A destructor cannot report anything: a failed rollback leaves the server to roll back
+        // when the connection closes.
+        if (!m_done && PQtransactionStatus(m_link.handle()) != PQTRANS_IDLE) m_link.execQuietly("ROLLBACK");
     }
     void commit()
     {
-        const PgResultPtr committed(PQexec(m_conn, "COMMIT"));
-        throwIfFailed(committed.get(), m_conn, 1, "COMMIT");
+        const PgResultPtr committed = m_link.exec("COMMIT");
+        throwIfFailed(committed.get(), m_link.handle(), 1, "COMMIT");
         m_done = true;
     }
 
 private:
-    pg_conn* m_conn;
+    PgConnection& m_link;
     bool m_done = false;
 };
 
@@ -102,12 +100,12 @@ void PgBatchRunner::run(const BatchProgram& program)
         try {
             attempt(true);
             // Only now is every guess known right: until then the savepoint had to stay.
-            const PgResultPtr released(PQexec(m_db.handle(), "RELEASE SAVEPOINT ormex_guess"));
+            const PgResultPtr released = m_db.link().exec("RELEASE SAVEPOINT ormex_guess");
             throwIfFailed(released.get(), m_db.handle(), 1, "(a savepoint of the batch)");
             return;
         } catch (const WrongGuess&) {
-            const PgResultPtr undone(
-                PQexec(m_db.handle(), "ROLLBACK TO SAVEPOINT ormex_guess; RELEASE SAVEPOINT ormex_guess"));
+            const PgResultPtr undone =
+                m_db.link().exec("ROLLBACK TO SAVEPOINT ormex_guess; RELEASE SAVEPOINT ormex_guess");
             throwIfFailed(undone.get(), m_db.handle(), 1, "(undoing a batch run on guesses)");
         }
     }
@@ -121,7 +119,7 @@ void PgBatchRunner::runWrite(const BatchProgram& program, const std::vector<std:
     const std::string clock = clockCommand(program);
     for (bool guessing : {guessableConditions(program, 1) > 0, false}) {
         try {
-            OpenTransaction transaction(m_db.handle());
+            OpenTransaction transaction(m_db.link());
             {
                 PgPipeline pipeline(m_db, [&](std::size_t tag, const pg_result* result) {
                     if (tag == 0) throwIfFailed(result, m_db.handle(), 1, "(beginning the write)");

@@ -62,8 +62,9 @@ void check(PGconn* conn, const PgResultPtr& result, const std::string& what)
     throwIfFailed(result.get(), conn, 1, what);
 }
 
-void copyTable(Database& from, PGconn* conn, const std::string& table)
+void copyTable(Database& from, PgConnection& link, const std::string& table)
 {
+    PGconn* conn = link.handle();
     std::vector<std::string> columns;
     {
         SqliteStatement info(from.handle(), "SELECT name FROM pragma_table_info(?1) ORDER BY cid");
@@ -76,7 +77,7 @@ void copyTable(Database& from, PGconn* conn, const std::string& table)
         list += (list.empty() ? "" : ", ") + column;
     const std::string copy = "COPY " + table + " (" + list + ") FROM STDIN";
     {
-        const PgResultPtr started(PQexec(conn, copy.c_str()));
+        const PgResultPtr started = link.exec(copy);
         if (PQresultStatus(started.get()) != PGRES_COPY_IN) {
             check(conn, started, copy);
             throw DbError("the server did not take the rows of " + table);
@@ -86,8 +87,12 @@ void copyTable(Database& from, PGconn* conn, const std::string& table)
     SqliteStatement rows(from.handle(), "SELECT " + list + " FROM " + table);
     std::string chunk;
     bool failed = false;
+    // Nonblocking: 0 means libpq's buffer is full until what it holds is sent.
     auto send = [&] {
-        if (!failed && PQputCopyData(conn, chunk.data(), static_cast<int>(chunk.size())) != 1) failed = true;
+        int sent = 0;
+        while (!failed && (sent = PQputCopyData(conn, chunk.data(), static_cast<int>(chunk.size()))) == 0)
+            link.flush();
+        if (sent < 0) failed = true;
         chunk.clear();
     };
     while (rows.step()) {
@@ -99,9 +104,10 @@ void copyTable(Database& from, PGconn* conn, const std::string& table)
         if (chunk.size() > (1u << 20)) send();
     }
     send();
-    PQputCopyEnd(conn, failed ? "the copy could not be sent" : nullptr);
-    check(conn, PgResultPtr(PQgetResult(conn)), copy);
-    while (PGresult* rest = PQgetResult(conn))
+    while (PQputCopyEnd(conn, failed ? "the copy could not be sent" : nullptr) == 0)
+        link.flush();
+    check(conn, PgResultPtr(link.nextResult()), copy);
+    while (PGresult* rest = link.nextResult())
         PQclear(rest);
 }
 
@@ -164,11 +170,10 @@ std::string keysGiven(Database& from)
 void copyRows(Database& from, PgDatabase& to)
 {
     const std::vector<std::string> tables = tablesInKeyOrder(from);
-    PGconn* conn = to.handle();
     to.executeNative("BEGIN");
     try {
         for (const auto& table : tables)
-            copyTable(from, conn, table);
+            copyTable(from, to.link(), table);
         // Identity columns continue after the highest key SQLite gave, or copied when that is higher.
         to.executeNative(
             "DO $$ DECLARE c record; given bigint; BEGIN"
@@ -185,7 +190,7 @@ void copyRows(Database& from, PgDatabase& to)
             " END LOOP; END $$");
         to.executeNative("COMMIT");
     } catch (...) {
-        PQclear(PQexec(conn, "ROLLBACK"));
+        to.link().execQuietly("ROLLBACK");
         throw;
     }
 }

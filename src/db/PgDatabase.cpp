@@ -17,6 +17,7 @@
 #include "TsqlParser.h"
 #include "platform/Clock.h"
 #include "platform/DateTime.h"
+#include "platform/NumberText.h"
 #include "platform/Text.h"
 
 namespace ormex::db {
@@ -87,10 +88,21 @@ std::vector<std::string> lockingCommands(const WriteLocks& locks)
 }
 
 // Runs one command of the server's own SQL (no parameters), mapping a failure to the layer's errors.
-void command(PGconn* conn, const std::string& sql)
+void command(PgConnection& link, const std::string& sql)
 {
-    const PgResultPtr result(PQexec(conn, sql.c_str()));
-    throwIfFailed(result.get(), conn, 1, sql);
+    const PgResultPtr result = link.exec(sql);
+    throwIfFailed(result.get(), link.handle(), 1, sql);
+}
+
+// True when the URL's query (after '?') names the parameter.
+bool hasParameter(const std::string& url, std::size_t query, const std::string& name)
+{
+    if (query == std::string::npos) return false;
+    // A parameter name follows the '?' or an '&'.
+    for (std::size_t at = url.find(name + "=", query); at != std::string::npos;
+         at = url.find(name + "=", at + 1))
+        if (url[at - 1] == '?' || url[at - 1] == '&') return true;
+    return false;
 }
 
 WriteLocks wholeDatabase()
@@ -101,6 +113,15 @@ WriteLocks wholeDatabase()
 }
 
 } // namespace
+
+std::optional<std::chrono::milliseconds> parseDeadlineSeconds(std::string_view text)
+{
+    const std::string trimmed = platform::trim(std::string(text));
+    if (!platform::isAllDigits(trimmed) || trimmed.size() > 3) return std::nullopt;
+    const int seconds = std::stoi(trimmed);
+    if (seconds < 1 || seconds > 600) return std::nullopt;
+    return std::chrono::seconds(seconds);
+}
 
 bool isPostgresUrl(std::string_view location)
 {
@@ -117,36 +138,38 @@ std::string withoutPassword(const std::string& location)
     return location.substr(0, colon) + location.substr(at);
 }
 
-std::string withConnectTimeout(const std::string& url, int seconds)
+std::string withConnectionParameters(const std::string& url, int connectTimeoutSeconds,
+                                     std::chrono::milliseconds deadline)
 {
+    const std::pair<const char*, std::string> parameters[] = {
+        {"connect_timeout", std::to_string(connectTimeoutSeconds)},
+        {"keepalives", "1"},
+        {"keepalives_idle", "10"},
+        {"keepalives_interval", "2"},
+        {"keepalives_count", "3"},
+        {"tcp_user_timeout", std::to_string(deadline.count() + 1000)},
+    };
     const std::size_t query = url.find('?');
-    if (query != std::string::npos) {
-        // A parameter name follows the '?' or an '&'.
-        for (std::size_t at = url.find("connect_timeout=", query); at != std::string::npos;
-             at = url.find("connect_timeout=", at + 1))
-            if (url[at - 1] == '?' || url[at - 1] == '&') return url;
+    std::string out = url;
+    char separator = query == std::string::npos ? '?' : '&';
+    for (const auto& [name, value] : parameters) {
+        if (hasParameter(url, query, name)) continue;
+        out += separator + std::string(name) + "=" + value;
+        separator = '&';
     }
-    return url + (query == std::string::npos ? '?' : '&') + "connect_timeout=" + std::to_string(seconds);
+    return out;
 }
 
-std::unique_ptr<PgDatabase> PgDatabase::open(const std::string& url)
+std::unique_ptr<PgDatabase> PgDatabase::open(const std::string& url, std::chrono::milliseconds deadline)
 {
     if (!isPostgresUrl(url)) throw OpenError("not a PostgreSQL URL (postgresql://…)");
-    PGconn* conn = PQconnectdb(withConnectTimeout(url, kConnectTimeoutSeconds).c_str());
-    if (!conn) throw OpenError("cannot connect to PostgreSQL: out of memory");
-    if (PQstatus(conn) != CONNECTION_OK) {
-        // libpq's message names the host and port it tried, never the password.
-        std::string reason = trimmedMessage(PQerrorMessage(conn));
-        PQfinish(conn);
-        throw OpenError("cannot connect to PostgreSQL: " + reason);
-    }
-    // Notices (an extension that already exists, an implicit index) are not errors: dropped
-    // instead of written to stderr.
-    PQsetNoticeProcessor(
-        conn, [](void*, const char*) {}, nullptr);
-    std::unique_ptr<PgDatabase> db(new PgDatabase(conn));
+    // libpq's messages name the host and port it tried, never the password.
+    std::unique_ptr<PgDatabase> db(
+        new PgDatabase(withConnectionParameters(url, kConnectTimeoutSeconds, deadline), deadline));
     try {
         db->prepareSession();
+    } catch (const UnreachableError&) {
+        throw;
     } catch (const DbError& error) {
         throw OpenError("cannot connect to PostgreSQL: " + std::string(error.what()));
     }
@@ -156,32 +179,36 @@ std::unique_ptr<PgDatabase> PgDatabase::open(const std::string& url)
 void PgDatabase::prepareSession()
 {
     m_prepared.clear();
-    // Text is exchanged as UTF-8 whatever the server's default is.
-    if (PQsetClientEncoding(m_conn, "UTF8") != 0) throw DbError(trimmedMessage(PQerrorMessage(m_conn)));
-    command(m_conn, "SET lock_timeout = '" + std::to_string(kLockTimeoutSeconds) + "s'");
     m_sealGeneration = 0;
+    m_lockTimeout = std::chrono::milliseconds(0);
+    // Text is exchanged as UTF-8 whatever the server's default is.
+    command(m_link, "SET client_encoding = 'UTF8'");
+    syncSession();
 }
 
-void PgDatabase::syncSealKey()
+void PgDatabase::syncSession()
 {
+    const std::chrono::milliseconds lockTimeout =
+        std::min<std::chrono::milliseconds>(std::chrono::seconds(kLockTimeoutSeconds), deadline() * 3 / 4);
+    if (m_lockTimeout != lockTimeout) {
+        command(m_link, "SET lock_timeout = '" + std::to_string(lockTimeout.count()) + "ms'");
+        m_lockTimeout = lockTimeout;
+    }
     if (m_sealGeneration == sealKeyGeneration()) return;
     const auto& key = sealKey();
     const std::string text = key ? sealKeyText(*key) : std::string();
     const char* values[] = {text.c_str()};
-    const PgResultPtr result(PQexecParams(m_conn, "SELECT set_config('ormex.seal_key', $1, false)", 1,
-                                          nullptr, values, nullptr, nullptr, 0));
-    throwIfFailed(result.get(), m_conn, 1, "set_config('ormex.seal_key')");
+    const PgResultPtr result =
+        m_link.execParams("SELECT set_config('ormex.seal_key', $1, false)", 1, nullptr, values);
+    throwIfFailed(result.get(), handle(), 1, "set_config('ormex.seal_key')");
     m_sealGeneration = sealKeyGeneration();
 }
 
-PgDatabase::~PgDatabase()
-{
-    PQfinish(m_conn);
-}
+PgDatabase::~PgDatabase() = default;
 
 int PgDatabase::backendPid() const
 {
-    return PQbackendPID(m_conn);
+    return PQbackendPID(handle());
 }
 
 void PgDatabase::runExclusive(const std::function<bool()>& work)
@@ -192,49 +219,50 @@ void PgDatabase::runExclusive(const std::function<bool()>& work)
 
 std::string PgDatabase::location() const
 {
-    const std::string host = PQhost(m_conn);
-    return "postgresql://" + std::string(PQuser(m_conn)) + "@" +
-           (host.find(':') != std::string::npos ? "[" + host + "]" : host) + ":" + PQport(m_conn) + "/" +
-           PQdb(m_conn);
+    const std::string host = PQhost(handle());
+    return "postgresql://" + std::string(PQuser(handle())) + "@" +
+           (host.find(':') != std::string::npos ? "[" + host + "]" : host) + ":" + PQport(handle()) + "/" +
+           PQdb(handle());
 }
 
 bool PgDatabase::alive()
 {
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        if (PQstatus(m_conn) == CONNECTION_OK) {
-            const PgResultPtr result(PQexec(m_conn, "SELECT 1"));
-            if (result && PQresultStatus(result.get()) == PGRES_TUPLES_OK) return true;
-        }
-        if (attempt > 0) break;
-        PQreset(m_conn); // waits no longer than the connect timeout
-        if (PQstatus(m_conn) != CONNECTION_OK) return false;
-        m_writes = 0;
+    if (m_link.usable()) {
         try {
-            prepareSession();
-        } catch (const DbError&) {
-            return false;
+            const PgResultPtr result = m_link.exec("SELECT 1");
+            if (result && PQresultStatus(result.get()) == PGRES_TUPLES_OK) return true;
+        } catch (const UnreachableError&) {
+            return false; // silent for the deadline: not asked again now
         }
     }
-    return false;
+    // Broken (the server restarted, the link was reset) or given up on before: once more.
+    try {
+        m_link.reconnect();
+        m_writes = 0;
+        prepareSession();
+        return true;
+    } catch (const DbError&) {
+        return false;
+    }
 }
 
 platform::Recordset PgDatabase::queryNative(std::string_view sql)
 {
     const std::string text(sql);
-    const PgResultPtr result(PQexec(m_conn, text.c_str()));
-    throwIfFailed(result.get(), m_conn, 1, text);
+    const PgResultPtr result = m_link.exec(text);
+    throwIfFailed(result.get(), handle(), 1, text);
     return recordsetOf(result.get());
 }
 
 void PgDatabase::executeNative(std::string_view script)
 {
-    syncSealKey();
-    // Several statements sent in one PQexec run as one transaction unless they hold BEGIN or
-    // COMMIT themselves; the first error stops them and rolls everything back.
-    const PgResultPtr result(PQexec(m_conn, std::string(script).c_str()));
+    syncSession();
+    // Several statements sent at once run as one transaction unless they hold BEGIN or COMMIT
+    // themselves; the first error stops them and rolls everything back.
+    const PgResultPtr result = m_link.exec(std::string(script));
     const ExecStatusType status = result ? PQresultStatus(result.get()) : PGRES_FATAL_ERROR;
     if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK && status != PGRES_EMPTY_QUERY)
-        throw DbError(trimmedMessage(result ? PQresultErrorMessage(result.get()) : PQerrorMessage(m_conn)));
+        throw DbError(trimmedMessage(result ? PQresultErrorMessage(result.get()) : PQerrorMessage(handle())));
 }
 
 PgDatabase::Prepared PgDatabase::prepared(const std::string& sql, const std::vector<unsigned>& types)
@@ -260,17 +288,21 @@ pg_result* PgDatabase::run(const std::string& sql, const std::vector<unsigned>& 
     const int count = static_cast<int>(types.size());
     const Oid* oids = reinterpret_cast<const Oid*>(types.data());
     const Prepared statement = prepared(sql, types);
-    if (statement.name.empty())
-        return PQexecParams(m_conn, sql.c_str(), count, oids, values, nullptr, nullptr, 0);
+    if (statement.name.empty()) return m_link.execParams(sql, count, oids, values).release();
     if (statement.isNew) {
-        PGresult* preparing = PQprepare(m_conn, statement.name.c_str(), sql.c_str(), count, oids);
-        if (!preparing || PQresultStatus(preparing) != PGRES_COMMAND_OK) {
+        PgResultPtr preparing;
+        try {
+            preparing = m_link.prepare(statement.name, sql, count, oids);
+        } catch (...) {
             forgetPrepared(statement.key);
-            return preparing;
+            throw;
         }
-        PQclear(preparing);
+        if (!preparing || PQresultStatus(preparing.get()) != PGRES_COMMAND_OK) {
+            forgetPrepared(statement.key);
+            return preparing.release();
+        }
     }
-    return PQexecPrepared(m_conn, statement.name.c_str(), count, values, nullptr, nullptr, 0);
+    return m_link.execPrepared(statement.name, count, values).release();
 }
 
 void PgDatabase::setClock()
@@ -279,9 +311,9 @@ void PgDatabase::setClock()
     // date written at headquarters is the one the branch wrote, and tests can hold the time still.
     const std::string now = platform::now().toString();
     const char* values[] = {now.c_str()};
-    const PgResultPtr result(PQexecParams(m_conn, "SELECT set_config('ormex.now', $1, false)", 1, nullptr,
-                                          values, nullptr, nullptr, 0));
-    throwIfFailed(result.get(), m_conn, 1, "getdate()");
+    const PgResultPtr result =
+        m_link.execParams("SELECT set_config('ormex.now', $1, false)", 1, nullptr, values);
+    throwIfFailed(result.get(), handle(), 1, "getdate()");
 }
 
 platform::Recordset PgDatabase::query(std::string_view sql)
@@ -291,7 +323,7 @@ platform::Recordset PgDatabase::query(std::string_view sql)
     parameters.add(sql, shape.arguments, 0, shape.arguments.size(), {}, {});
     if (shape.sql.find("ormex_getdate") != std::string::npos) setClock();
     const PgResultPtr result(run(shape.sql, parameters.types(), parameters.values()));
-    throwIfFailed(result.get(), m_conn, 1, std::string(sql));
+    throwIfFailed(result.get(), handle(), 1, std::string(sql));
     return recordsetOf(result.get());
 }
 
@@ -303,15 +335,14 @@ void PgDatabase::execute(std::string_view batch)
         return;
     }
     // Within the caller's write: a savepoint keeps the batch all or nothing.
-    command(m_conn, "SAVEPOINT ormex_batch");
+    command(m_link, "SAVEPOINT ormex_batch");
     try {
         PgBatchRunner(*this).run(program);
     } catch (...) {
-        const PgResultPtr undone(
-            PQexec(m_conn, "ROLLBACK TO SAVEPOINT ormex_batch; RELEASE SAVEPOINT ormex_batch"));
+        m_link.execQuietly("ROLLBACK TO SAVEPOINT ormex_batch; RELEASE SAVEPOINT ormex_batch");
         throw;
     }
-    command(m_conn, "RELEASE SAVEPOINT ormex_batch");
+    command(m_link, "RELEASE SAVEPOINT ormex_batch");
 }
 
 void PgDatabase::executeChecked(std::string_view batch, const std::vector<platform::ReadCheck>& checks)
@@ -321,7 +352,7 @@ void PgDatabase::executeChecked(std::string_view batch, const std::vector<platfo
 
 void PgDatabase::runWrite(const BatchProgram& program, const std::vector<platform::ReadCheck>& checks)
 {
-    syncSealKey();
+    syncSession();
     const std::vector<std::string> locking = lockingCommands(locksOf(program, checks));
     retryingConflicts([&] {
         ++m_writes;
@@ -363,7 +394,7 @@ std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite()
 
 std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite(const WriteLocks& locks)
 {
-    syncSealKey();
+    syncSession();
     class LockedWrite : public Write
     {
     public:
@@ -371,10 +402,10 @@ std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite(const WriteLocks& lo
         {
             try {
                 // Waited for too long: BusyError. The statements are not named: they can be long.
-                const PgResultPtr locked(PQexec(m_db.m_conn, locking.c_str()));
-                throwIfFailed(locked.get(), m_db.m_conn, 1, "(taking the write's locks)");
+                const PgResultPtr locked = m_db.m_link.exec(locking);
+                throwIfFailed(locked.get(), m_db.handle(), 1, "(taking the write's locks)");
             } catch (...) {
-                const PgResultPtr undone(PQexec(m_db.m_conn, "ROLLBACK"));
+                m_db.m_link.execQuietly("ROLLBACK");
                 throw;
             }
             ++m_db.m_writes;
@@ -383,14 +414,12 @@ std::unique_ptr<TsqlDatabase::Write> PgDatabase::beginWrite(const WriteLocks& lo
         {
             // A destructor cannot report anything: a failed rollback leaves the server to roll
             // back when the connection closes.
-            if (!m_done) {
-                const PgResultPtr undone(PQexec(m_db.m_conn, "ROLLBACK"));
-            }
+            if (!m_done) m_db.m_link.execQuietly("ROLLBACK");
             --m_db.m_writes;
         }
         void commit() override
         {
-            command(m_db.m_conn, "COMMIT");
+            command(m_db.m_link, "COMMIT");
             m_done = true;
         }
 

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "PgConnection.h"
 #include "TsqlDatabase.h"
 #include "WriteLocks.h"
 #include "platform/Recordset.h"
@@ -25,29 +28,39 @@ struct pg_result;
 // a batch, say), all at once and in one order, so writes of different things go on side by side,
 // writes of the same thing take turns, and values a batch checked stay as they were until it
 // commits. A deadlock or a serialization failure the server reports anyway is retried here.
+//
+// Every call has a deadline (PgConnection): a server that stays silent for that long is given up
+// on with UnreachableError, however it hangs.
 namespace ormex::db {
 
 class PgDatabase : public TsqlDatabase
 {
 public:
-    // How long opening waits for a server that does not answer, unless the URL says otherwise.
+    // How long opening waits for a server that does not answer, unless the URL says otherwise (and
+    // never longer than the deadline).
     static constexpr int kConnectTimeoutSeconds = 3;
-    // How long a write waits for another one's lock before it gives up with BusyError.
+    // How long a call waits for a server that sends nothing, unless told otherwise.
+    static constexpr std::chrono::milliseconds kDeadline{10000};
+    // How long a write waits for another one's lock before it gives up with BusyError: this, or
+    // three quarters of the deadline when that is shorter, so that a write waiting for a lock is
+    // told so by the server before the deadline would take the wait for a server that hangs.
     static constexpr int kLockTimeoutSeconds = 30;
     // How many times a write that the server ended for a deadlock or a serialization failure is run.
     static constexpr int kConflictAttempts = 5;
 
-    // Opens a postgresql:// (or postgres://) URL. Throws OpenError when the server cannot be
-    // reached or refuses the connection.
-    static std::unique_ptr<PgDatabase> open(const std::string& url);
+    // Opens a postgresql:// (or postgres://) URL, with withConnectionParameters added. Throws
+    // OpenError when the server refuses the connection or cannot be found, UnreachableError when
+    // it does not answer in time.
+    static std::unique_ptr<PgDatabase> open(const std::string& url,
+                                            std::chrono::milliseconds deadline = kDeadline);
     ~PgDatabase() override;
     PgDatabase(const PgDatabase&) = delete;
     PgDatabase& operator=(const PgDatabase&) = delete;
 
     // Runs one T-SQL SELECT. Integers come back as integers, floating and numeric values as
     // doubles, Booleans as Booleans, SQL NULL as null and everything else as text. Column names
-    // are as the server gives them (lower case unless quoted). Throws ParseError, BusyError or
-    // StatementError.
+    // are as the server gives them (lower case unless quoted). Throws ParseError, BusyError,
+    // StatementError or UnreachableError (as does every call that reaches the server).
     platform::Recordset query(std::string_view sql) override;
     void execute(std::string_view batch) override;
     void executeChecked(std::string_view batch, const std::vector<platform::ReadCheck>& checks) override;
@@ -72,10 +85,18 @@ public:
     // The database as messages name it: postgresql://user@host:port/name, without the password.
     std::string location() const;
 
-    // True when the server answers; a connection that broke is opened again once first.
+    // True when the server answers within the deadline; a connection that broke, or that was given
+    // up on before, is opened again once first. Never throws.
     bool alive();
 
-    pg_conn* handle() const { return m_conn; }
+    // How long a call waits for a server that sends nothing (see PgConnection).
+    std::chrono::milliseconds deadline() const { return m_link.deadline(); }
+    void setDeadline(std::chrono::milliseconds deadline) { m_link.setDeadline(deadline); }
+    // When the server last let the deadline pass (Clock's epoch if never).
+    PgConnection::Clock::time_point lastUnanswered() const { return m_link.lastUnanswered(); }
+
+    pg_conn* handle() const { return m_link.handle(); }
+    PgConnection& link() { return m_link; }
     // The server process that serves this connection (pg_stat_activity.pid).
     int backendPid() const;
 
@@ -109,19 +130,26 @@ private:
     // Runs `write` again while the server ends it for a deadlock or a serialization failure, up to
     // kConflictAttempts times in all.
     void retryingConflicts(const std::function<void()>& write);
-    explicit PgDatabase(pg_conn* conn) : m_conn(conn) {}
+    PgDatabase(const std::string& conninfo, std::chrono::milliseconds deadline) : m_link(conninfo, deadline)
+    {
+    }
     void prepareSession();
     // Gives the session this process's seal key (none: the session does not seal) when the key
-    // changed since the session last took it.
-    void syncSealKey();
+    // changed since the session last took it, and the lock timeout of the deadline when that changed.
+    void syncSession();
 
-    pg_conn* m_conn = nullptr;
+    PgConnection m_link;
     unsigned long m_sealGeneration = 0;
+    std::chrono::milliseconds m_lockTimeout{0};              // the session's lock_timeout
     std::unordered_map<std::string, std::string> m_prepared; // text and types → statement name
     std::size_t m_preparedCount = 0;                         // names given on this connection
     int m_writes = 0;                                        // writes open on the connection
     WriteLockPlanner m_planner;
 };
+
+// The deadline of a setting's text (host.conf's "hq-deadline-seconds"): whole seconds from 1 to 600;
+// nothing for any other text.
+std::optional<std::chrono::milliseconds> parseDeadlineSeconds(std::string_view text);
 
 // True for text that names a PostgreSQL server rather than an SQLite file.
 bool isPostgresUrl(std::string_view location);
@@ -129,7 +157,11 @@ bool isPostgresUrl(std::string_view location);
 // A database's location as output may show it: a URL without its password, a file's path as it is.
 std::string withoutPassword(const std::string& location);
 
-// The URL with a connect timeout added when it has none.
-std::string withConnectTimeout(const std::string& url, int seconds);
+// The URL with the parameters that bound its waits added where it has none of its own: the connect
+// timeout, TCP keepalives (a link idle for 10 s is probed every 2 s and given up after 3 probes
+// unanswered) and a TCP user timeout a second longer than the deadline (data the server's machine
+// leaves unacknowledged for that long closes the link; a call waiting meets its deadline first).
+std::string withConnectionParameters(const std::string& url, int connectTimeoutSeconds,
+                                     std::chrono::milliseconds deadline);
 
 } // namespace ormex::db

@@ -10,20 +10,19 @@ namespace ormex::db {
 namespace {
 
 // Statements sent before their answers are read. The server writes every answer as it goes: a
-// client that sent many more without reading could fill both sides' buffers and wait forever.
+// client that sent many more without reading would only grow its buffers.
 constexpr std::size_t kMaxPending = 512;
-
-DbError sendFailure(pg_conn* conn)
-{
-    return DbError("cannot send to PostgreSQL: " + trimmedMessage(PQerrorMessage(conn)));
-}
+// Statements after which the server is asked to send the answers it holds (it sends them on its
+// own only when its buffer fills, or at the end): the connection's deadline bounds the server's
+// silence, so that silence must not last longer than these few statements take.
+constexpr std::size_t kFlushEvery = 16;
 
 } // namespace
 
 PgPipeline::PgPipeline(PgDatabase& db, FailureHandler onFailure)
-    : m_db(db), m_conn(db.handle()), m_onFailure(std::move(onFailure))
+    : m_db(db), m_link(db.link()), m_conn(db.handle()), m_onFailure(std::move(onFailure))
 {
-    if (PQenterPipelineMode(m_conn) != 1) throw sendFailure(m_conn);
+    if (!m_link.usable() || PQenterPipelineMode(m_conn) != 1) m_link.throwSendFailure();
     m_inPipeline = true;
 }
 
@@ -40,30 +39,34 @@ void PgPipeline::send(const std::string& sql, const std::vector<unsigned>& types
     const PgDatabase::Prepared statement = m_db.prepared(sql, types);
     if (statement.name.empty()) {
         if (PQsendQueryParams(m_conn, sql.c_str(), count, oids, values, nullptr, nullptr, 0) != 1)
-            throw sendFailure(m_conn);
+            m_link.throwSendFailure();
     } else {
         if (statement.isNew) {
             if (PQsendPrepare(m_conn, statement.name.c_str(), sql.c_str(), count, oids) != 1) {
                 m_db.forgetPrepared(statement.key);
-                throw sendFailure(m_conn);
+                m_link.throwSendFailure();
             }
             m_pending.push_back({tag, true, statement.key, -1, nullptr});
         }
         if (PQsendQueryPrepared(m_conn, statement.name.c_str(), count, values, nullptr, nullptr, 0) != 1)
-            throw sendFailure(m_conn);
+            m_link.throwSendFailure();
     }
     m_pending.push_back({tag, false, {}, guess, check});
     if (m_pending.size() >= kMaxPending) {
         flush();
         drainTo(0);
+    } else if (++m_unflushed >= kFlushEvery) {
+        requestFlush();
     }
 }
 
 void PgPipeline::sendCommand(const std::string& sql)
 {
     if (PQsendQueryParams(m_conn, sql.c_str(), 0, nullptr, nullptr, nullptr, nullptr, 0) != 1)
-        throw sendFailure(m_conn);
+        m_link.throwSendFailure();
     m_pending.push_back({0, false, {}, -1, nullptr});
+    // A command may wait (for a lock): its answer comes back as soon as it is done.
+    requestFlush();
 }
 
 PgResultPtr PgPipeline::answer()
@@ -108,7 +111,7 @@ PgResultPtr PgPipeline::takeFront()
 
 void PgPipeline::finish()
 {
-    if (PQpipelineSync(m_conn) != 1) throw sendFailure(m_conn);
+    if (PQpipelineSync(m_conn) != 1) m_link.throwSendFailure();
     m_syncSent = true;
     drainTo(0);
     leave();
@@ -122,9 +125,9 @@ void PgPipeline::drainTo(std::size_t keepLast)
 
 PgResultPtr PgPipeline::next(const Pending&)
 {
-    PgResultPtr result(PQgetResult(m_conn));
+    PgResultPtr result(m_link.nextResult());
     // Each statement's answer ends with a null result.
-    while (PGresult* more = PQgetResult(m_conn))
+    while (PGresult* more = m_link.nextResult())
         PQclear(more);
     return result;
 }
@@ -139,7 +142,14 @@ void PgPipeline::fail(const Pending& pending, PgResultPtr result)
 
 void PgPipeline::flush()
 {
-    if (PQsendFlushRequest(m_conn) != 1 || PQflush(m_conn) != 0) throw sendFailure(m_conn);
+    requestFlush();
+    m_link.flush();
+}
+
+void PgPipeline::requestFlush()
+{
+    if (PQsendFlushRequest(m_conn) != 1) m_link.throwSendFailure();
+    m_unflushed = 0;
 }
 
 void PgPipeline::leave()
@@ -151,14 +161,18 @@ void PgPipeline::leave()
     for (const Pending& pending : m_pending)
         if (pending.prepare) m_db.forgetPrepared(pending.key);
     m_pending.clear();
-    if (!m_syncSent && PQpipelineSync(m_conn) != 1) return; // the connection is gone
+    if (!m_link.usable() || (!m_syncSent && PQpipelineSync(m_conn) != 1)) return; // the connection is gone
     m_syncSent = true;
-    while (PQstatus(m_conn) == CONNECTION_OK) {
-        PGresult* result = PQgetResult(m_conn);
-        if (!result) continue;
-        const ExecStatusType status = PQresultStatus(result);
-        PQclear(result);
-        if (status == PGRES_PIPELINE_SYNC) break;
+    try {
+        while (m_link.usable()) {
+            PGresult* result = m_link.nextResult();
+            if (!result) continue;
+            const ExecStatusType status = PQresultStatus(result);
+            PQclear(result);
+            if (status == PGRES_PIPELINE_SYNC) break;
+        }
+    } catch (const DbError&) {
+        return; // given up on: the connection is closed, and with it the pipeline
     }
     PQexitPipelineMode(m_conn);
 }

@@ -27,6 +27,7 @@ struct pg_conn;
 // pipeline ends with platform::ChangedSinceReadError.
 namespace ormex::db {
 
+class PgConnection;
 class PgDatabase;
 
 struct WrongGuess
@@ -40,7 +41,7 @@ public:
 
     // Enters pipeline mode on the connection, which must have nothing under way.
     PgPipeline(PgDatabase& db, FailureHandler onFailure);
-    // Leaves pipeline mode, reading and dropping what is still to come.
+    // Leaves pipeline mode, reading and dropping what is still to come (within the deadline).
     ~PgPipeline();
     PgPipeline(const PgPipeline&) = delete;
     PgPipeline& operator=(const PgPipeline&) = delete;
@@ -75,15 +76,20 @@ private:
     // The oldest pending statement's answer, checked (a failure or a wrong guess throws).
     PgResultPtr takeFront();
     void fail(const Pending& pending, PgResultPtr result);
+    // Sends what is held for the server, asking it to send the answers it holds.
     void flush();
+    // Asks the server to send the answers it holds once it gets here (sent with what follows).
+    void requestFlush();
     void leave();
 
     PgDatabase& m_db;
+    PgConnection& m_link;
     pg_conn* m_conn;
     FailureHandler m_onFailure;
     std::deque<Pending> m_pending;
     bool m_inPipeline = false;
     bool m_syncSent = false;
+    std::size_t m_unflushed = 0; // statements sent since the server was last asked to send its answers
 };
 
 } // namespace ormex::db

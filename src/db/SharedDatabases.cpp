@@ -3,11 +3,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 #include <unordered_map>
 
 #include "CardSeal.h"
 #include "CardWriteLocks.h"
+#include "DbError.h"
 #include "SchemaUpgrade.h"
 
 namespace ormex::db {
@@ -40,11 +42,17 @@ struct Shared
     FileIdentity file;
 };
 
+struct Server
+{
+    std::unique_ptr<PgDatabase> db;
+    PgConnection::Clock::time_point unansweredAt{}; // when opening it last ran out of time
+};
+
 struct Registry
 {
     pid_t owner = ::getpid();
     std::unordered_map<std::string, Shared> connections;
-    std::unordered_map<std::string, std::unique_ptr<PgDatabase>> servers;
+    std::unordered_map<std::string, Server> servers;
 
     // Connections inherited from a parent process belong to it: they are let go unclosed, since
     // closing them here could disturb the parent's locks (or end its server session).
@@ -55,7 +63,7 @@ struct Registry
             static_cast<void>(shared.db.release());
         connections.clear();
         for (auto& [url, server] : servers)
-            static_cast<void>(server.release());
+            static_cast<void>(server.db.release());
         servers.clear();
         owner = ::getpid();
     }
@@ -105,22 +113,33 @@ Database& sharedDatabase(const std::string& path)
     return opened;
 }
 
-PgDatabase& sharedPgDatabase(const std::string& url)
+PgDatabase& sharedPgDatabase(const std::string& url, std::chrono::milliseconds deadline)
 {
+    using Clock = PgConnection::Clock;
     Registry& r = registry();
     r.adoptAfterFork();
-    auto found = r.servers.find(url);
-    if (found != r.servers.end()) {
-        if (found->second->alive()) return *found->second;
-        r.servers.erase(found);
+    Server& server = r.servers[url];
+    const Clock::time_point unanswered =
+        server.db ? std::max(server.unansweredAt, server.db->lastUnanswered()) : server.unansweredAt;
+    if (unanswered != Clock::time_point() && Clock::now() - unanswered < deadline)
+        throw UnreachableError(deadline);
+    if (server.db) {
+        // Kept even when it does not answer: a connection handed out before may still be in use.
+        server.db->setDeadline(deadline);
+        if (server.db->alive()) return *server.db;
+        if (server.db->lastUnanswered() != unanswered) throw UnreachableError(deadline);
         throw OpenError("cannot connect to PostgreSQL: the server does not answer");
     }
-    auto db = PgDatabase::open(url);
-    requireCurrentSchema(*db, url);          // not kept: opened again, and checked again, next time
-    db->setWriteLockPlanner(cardWriteLocks); // branches wait for each other only on the same card
-    PgDatabase& opened = *db;
-    r.servers.emplace(url, std::move(db));
-    return opened;
+    try {
+        auto db = PgDatabase::open(url, deadline);
+        requireCurrentSchema(*db, url); // not kept: opened again, and checked again, next time
+        server.db = std::move(db);
+    } catch (const UnreachableError&) {
+        server.unansweredAt = Clock::now();
+        throw;
+    }
+    server.db->setWriteLockPlanner(cardWriteLocks); // branches wait for each other only on the same card
+    return *server.db;
 }
 
 } // namespace ormex::db

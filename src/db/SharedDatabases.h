@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "Database.h"
@@ -16,9 +17,14 @@ namespace ormex::db {
 // SchemaVersionError (SchemaUpgrade.h).
 Database& sharedDatabase(const std::string& path);
 
-// The connection this process keeps to a PostgreSQL database, checked to answer before it is
-// handed out (a broken one is opened again). Throws OpenError when the server cannot be reached,
-// SchemaVersionError when the database is at another schema version than the build's.
-PgDatabase& sharedPgDatabase(const std::string& url);
+// The connection this process keeps to a PostgreSQL database, with the deadline of its calls,
+// checked to answer before it is handed out (a broken one is opened again). Throws OpenError when
+// the server refuses or cannot be found, UnreachableError when it does not answer in time,
+// SchemaVersionError when the database is at another schema version than the build's. A
+// server that let a call's deadline pass is not asked again until one more deadline has passed:
+// UnreachableError at once meanwhile, so that an operation that asks headquarters many times waits
+// for it once, not once per question.
+PgDatabase& sharedPgDatabase(const std::string& url,
+                             std::chrono::milliseconds deadline = PgDatabase::kDeadline);
 
 } // namespace ormex::db

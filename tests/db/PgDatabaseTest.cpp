@@ -116,16 +116,29 @@ TEST(PgSchemaTranslation, ColumnTypesKeysDefaultsAndComments)
     EXPECT_NO_THROW(ormex::db::translateSchemaToPostgres(ormex::db::kSchemaSql));
 }
 
-TEST(PgDatabaseOpen, ConnectTimeoutIsAddedOnlyWhenMissing)
+TEST(PgDatabaseOpen, ParametersThatBoundTheWaitsAreAddedOnlyWhenMissing)
 {
-    using ormex::db::withConnectTimeout;
-    EXPECT_EQ(withConnectTimeout("postgresql://h/db", 3), "postgresql://h/db?connect_timeout=3");
-    EXPECT_EQ(withConnectTimeout("postgresql://h/db?sslmode=disable", 3),
-              "postgresql://h/db?sslmode=disable&connect_timeout=3");
-    EXPECT_EQ(withConnectTimeout("postgresql://h/db?connect_timeout=10", 3),
-              "postgresql://h/db?connect_timeout=10");
-    EXPECT_EQ(withConnectTimeout("postgresql://h/db?x=1&connect_timeout=10", 3),
-              "postgresql://h/db?x=1&connect_timeout=10");
+    using namespace std::chrono_literals;
+    const std::string all = "connect_timeout=3&keepalives=1&keepalives_idle=10&keepalives_interval=2&"
+                            "keepalives_count=3&tcp_user_timeout=11000";
+    const struct
+    {
+        std::string url;
+        std::string expected;
+    } cases[] = {
+        {"postgresql://h/db", "postgresql://h/db?" + all},
+        {"postgresql://h/db?sslmode=disable", "postgresql://h/db?sslmode=disable&" + all},
+        {"postgresql://h/db?connect_timeout=10",
+         "postgresql://h/db?connect_timeout=10&keepalives=1&keepalives_idle=10&keepalives_interval=2&"
+         "keepalives_count=3&tcp_user_timeout=11000"},
+        {"postgresql://h/db?x=1&keepalives=0&tcp_user_timeout=500",
+         "postgresql://h/db?x=1&keepalives=0&tcp_user_timeout=500&connect_timeout=3&keepalives_idle=10&"
+         "keepalives_interval=2&keepalives_count=3"},
+        // A name that only ends like a parameter's is another parameter.
+        {"postgresql://h/db?my_keepalives=0", "postgresql://h/db?my_keepalives=0&" + all},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(ormex::db::withConnectionParameters(c.url, 3, 10s), c.expected) << c.url;
 }
 
 TEST(PgDatabaseOpen, UnreachableServerIsOpenError)

@@ -45,6 +45,7 @@ TestHost::TestHost(TestHostOptions options)
     config.isBranch = options.isBranch;
     config.svCardShareType = options.svCardShareType;
     config.sealKey = db::sealKeyText(testSealKey());
+    config.hqDeadline = options.hqDeadline;
     m_runtime = std::make_unique<host::HostRuntime>(config);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,6 +40,7 @@ struct TestHostOptions
     std::string branchNum = "01";
     bool withHeadquarters = false; // HQ.db beside the branch database, named by the setting
     std::string role = "admin";    // the role of the session's user (7, 测试员)
+    std::chrono::milliseconds hqDeadline{std::chrono::seconds(10)}; // of the calls to headquarters
 };
 
 // A host session over fresh databases (branch.db and, when asked, HQ.db in one folder), with a

@@ -80,6 +80,8 @@ const char* const kUsage =
     "the server. A database newer than this build is refused. An SQLite file of an older schema\n"
     "version is upgraded when a command opens it; a PostgreSQL database, which every branch shares,\n"
     "only by 'ormex-db upgrade'.\n"
+    "A server that sends nothing for hq-deadline-seconds of the settings (10 by default) is given\n"
+    "up on: the statement is cancelled and the command fails.\n"
     "\n"
     "Cards are sealed with the key in the settings file host.conf beside the database (or the file\n"
     "--config <file> names; for a server, ./host.conf). create and demo write a new key there when\n"
@@ -119,16 +121,16 @@ void createDatabase(const std::string& path, const std::function<void(Database&)
 }
 
 // Creates the schema in an existing PostgreSQL database that does not hold it yet.
-void createPgDatabase(const std::string& url)
+void createPgDatabase(const std::string& url, std::chrono::milliseconds deadline)
 {
-    auto database = db::PgDatabase::open(url);
+    auto database = db::PgDatabase::open(url, deadline);
     if (db::hasSchema(*database)) throw db::DbError("the database already holds the member-card tables");
     db::applySchema(*database);
 }
 
-std::unique_ptr<db::PgDatabase> openExistingPg(const std::string& url)
+std::unique_ptr<db::PgDatabase> openExistingPg(const std::string& url, std::chrono::milliseconds deadline)
 {
-    auto database = db::PgDatabase::open(url);
+    auto database = db::PgDatabase::open(url, deadline);
     if (!db::hasSchema(*database))
         throw db::DbError("not an OrmexCardManage database (run 'ormex-db create' first)");
     db::requireCurrentSchema(*database, url);
@@ -201,6 +203,17 @@ db::SealKey makeSealKey(const std::string& settings, std::ostream& out)
     platform::appendSetting(settings, "seal-key", db::sealKeyText(key));
     out << "wrote a new seal key to " << settings << " (keep it with the database's backups, not in them)\n";
     return key;
+}
+
+// How long a call waits for a server that sends nothing: the settings' hq-deadline-seconds, or the
+// connection's default.
+std::chrono::milliseconds deadlineIn(const std::string& settings)
+{
+    const std::string text = platform::settingOf(settings, "hq-deadline-seconds");
+    if (text.empty()) return db::PgDatabase::kDeadline;
+    const auto deadline = db::parseDeadlineSeconds(text);
+    if (!deadline) throw db::DbError(settings + ": hq-deadline-seconds must be whole seconds from 1 to 600");
+    return *deadline;
 }
 
 db::SealKey needSealKey(const std::string& settings)
@@ -342,11 +355,13 @@ int run(std::vector<std::string> a, std::ostream& out, std::ostream& notes)
     else if (command != "demo")
         key = sealKeyIn(settingsFor(location, config));
     SealingWith sealing(key);
+    const std::chrono::milliseconds deadline =
+        db::isPostgresUrl(location) ? deadlineIn(settingsFor(location, config)) : db::PgDatabase::kDeadline;
 
     if (command == "create") {
         need(2);
         if (db::isPostgresUrl(a[1]))
-            createPgDatabase(a[1]);
+            createPgDatabase(a[1], deadline);
         else
             createDatabase(a[1], [](Database& database) { db::addStandardRoles(database); });
         out << "created " << shown(a[1]) << '\n';
@@ -355,7 +370,7 @@ int run(std::vector<std::string> a, std::ostream& out, std::ostream& notes)
         if (a[2] != "--role") throw UsageError("seed needs --role branch|hq");
         const db::DemoRole role = parseRole(a[3]);
         if (db::isPostgresUrl(a[1])) {
-            auto server = openExistingPg(a[1]);
+            auto server = openExistingPg(a[1], deadline);
             // The demo rows are made by the same code as for a file, in memory, then copied.
             auto scratch = Database::open(":memory:", Database::OpenMode::Create);
             db::applySchema(*scratch);
@@ -397,7 +412,10 @@ int run(std::vector<std::string> a, std::ostream& out, std::ostream& notes)
     } else if (command == "upgrade") {
         need(2);
         if (db::isPostgresUrl(a[1])) {
-            reportUpgrade(out, a[1], db::upgradeSchema(*db::PgDatabase::open(a[1])));
+            // A step may rewrite a whole table without a word from the server: the longest wait
+            // the settings allow, not the one for a till's call.
+            const auto patient = std::chrono::milliseconds(std::chrono::minutes(10));
+            reportUpgrade(out, a[1], db::upgradeSchema(*db::PgDatabase::open(a[1], patient)));
         } else {
             auto database = Database::open(a[1], Database::OpenMode::MustExist);
             reportUpgrade(out, a[1], db::upgradeSchema(*database));
@@ -421,14 +439,14 @@ int run(std::vector<std::string> a, std::ostream& out, std::ostream& notes)
         need(3);
         const std::string batch = readFile(a[2]);
         if (db::isPostgresUrl(a[1]))
-            openExistingPg(a[1])->execute(batch);
+            openExistingPg(a[1], deadline)->execute(batch);
         else
             openExisting(a[1], notes)->execute(batch);
         out << "ran " << a[2] << '\n';
     } else if (command == "query") {
         need(3);
         if (db::isPostgresUrl(a[1]))
-            printTable(out, openExistingPg(a[1])->query(a[2]));
+            printTable(out, openExistingPg(a[1], deadline)->query(a[2]));
         else
             printTable(out, openExisting(a[1], notes)->query(a[2]));
     } else if (command == "report") {
@@ -451,7 +469,7 @@ int run(std::vector<std::string> a, std::ostream& out, std::ostream& notes)
         }
         std::unique_ptr<db::TsqlDatabase> database;
         if (db::isPostgresUrl(a[2])) {
-            database = openExistingPg(a[2]);
+            database = openExistingPg(a[2], deadline);
         } else {
             auto file = openExisting(a[2], notes);
             actAs(*file, user, "hy0011");
@@ -503,7 +521,7 @@ int run(std::vector<std::string> a, std::ostream& out, std::ostream& notes)
             if (accepting)
                 throw db::DbError(
                     "cards are accepted on a database whose operators log in here: an SQLite file");
-            database = openExistingPg(a[1]);
+            database = openExistingPg(a[1], deadline);
         } else {
             auto file = openExisting(a[1], notes);
             if (accepting) {

@@ -90,10 +90,13 @@ void DatabaseConnection::open(const std::string& connectionText)
 {
     const std::string location = resolve(connectionText);
     try {
-        if (db::isPostgresUrl(location))
-            m_db = &db::sharedPgDatabase(location);
-        else
-            m_db = &db::sharedDatabase(location);
+        if (db::isPostgresUrl(location)) {
+            m_db = &db::sharedPgDatabase(location, m_deadline);
+        } else {
+            db::Database& file = db::sharedDatabase(location);
+            file.setBusyTimeout(m_deadline);
+            m_db = &file;
+        }
     } catch (const db::SchemaVersionError& refused) {
         tellOnce(refused.what());
         throw;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -12,12 +13,17 @@
 // database the catalog, with the connection's user and password. Opening never creates a database,
 // and refuses one at another schema version than the build's (an older SQLite file is upgraded),
 // telling the operator why once per process.
+// Every call has the deadline the host's settings give: how long a server may stay silent (the
+// file: how long another writer may keep it locked) before the call fails.
 namespace ormex::host {
 
 class DatabaseConnection : public platform::Connection
 {
 public:
-    explicit DatabaseConnection(std::string dataFolder) : m_dataFolder(std::move(dataFolder)) {}
+    DatabaseConnection(std::string dataFolder, std::chrono::milliseconds deadline)
+        : m_dataFolder(std::move(dataFolder)), m_deadline(deadline)
+    {
+    }
 
     void open(const std::string& connectionText) override;
     bool isOpen() const override { return m_db != nullptr; }
@@ -33,6 +39,7 @@ public:
 private:
     db::TsqlDatabase& db();
     std::string m_dataFolder;
+    std::chrono::milliseconds m_deadline;
     db::TsqlDatabase* m_db = nullptr; // the process's shared connection to the database
 };
 

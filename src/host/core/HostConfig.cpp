@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "db/PgDatabase.h"
 #include "platform/NumberText.h"
 #include "platform/SettingsFile.h"
 #include "platform/Text.h"
@@ -29,6 +30,14 @@ bool flag(const std::string& name, const std::string& value)
     throw std::invalid_argument(name + " must be 0 or 1, not '" + value + "'");
 }
 
+std::chrono::milliseconds deadline(const std::string& name, const std::string& value)
+{
+    const auto parsed = db::parseDeadlineSeconds(value);
+    if (!parsed)
+        throw std::invalid_argument(name + " must be whole seconds from 1 to 600, not '" + value + "'");
+    return *parsed;
+}
+
 } // namespace
 
 void HostConfig::set(const std::string& name, const std::string& value)
@@ -49,6 +58,8 @@ void HostConfig::set(const std::string& name, const std::string& value)
         svCardShareType = flag(name, value);
     else if (name == "seal-key")
         sealKey = value;
+    else if (name == "hq-deadline-seconds")
+        hqDeadline = deadline(name, value);
     else
         throw std::invalid_argument("unknown setting '" + name + "'");
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -22,13 +23,17 @@ struct HostConfig
     std::optional<bool> svCardShareType = true;
     // The key of the card seals (64 hexadecimal digits), kept here and never in a database.
     std::string sealKey;
+    // How long a call to headquarters waits for a server that sends nothing before the operator
+    // is told headquarters cannot be reached ("hq-deadline-seconds", 1 to 600).
+    std::chrono::milliseconds hqDeadline{std::chrono::seconds(10)};
 
     std::string databasePath() const;
     // The session descriptor handed to the business objects.
     std::string propsString() const;
 
     // Sets one setting by its name in a config file or on the command line ("data",
-    // "database", "user", "branch-id", "branch-num", "is-branch", "sv-share", "seal-key").
+    // "database", "user", "branch-id", "branch-num", "is-branch", "sv-share", "seal-key",
+    // "hq-deadline-seconds").
     // Throws std::invalid_argument for an unknown name or a bad value.
     void set(const std::string& name, const std::string& value);
 

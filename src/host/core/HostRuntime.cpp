@@ -55,8 +55,10 @@ HostRuntime::HostRuntime(HostConfig config)
     factory.registerClass("OrmexEBSBase.LogServer", [path, user, branchNo] {
         return std::make_shared<LocalLogServer>(path, user, branchNo);
     });
-    factory.registerClass("ADODB.Connection",
-                          [folder] { return std::make_shared<DatabaseConnection>(folder); });
+    const auto deadline = m_config.hqDeadline;
+    factory.registerClass("ADODB.Connection", [folder, deadline] {
+        return std::make_shared<DatabaseConnection>(folder, deadline);
+    });
     factory.registerClass("OrmexPropsMgr.ShareProps", [=] {
         return std::make_shared<PropertyManager>(
             props, [=] { return std::make_shared<TaskLock>(path, session, pid, user); });

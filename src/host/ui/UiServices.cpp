@@ -1,14 +1,25 @@
 #include "UiServices.h"
 
+#include <QCoreApplication>
+
 #include "LookupWindows.h"
 #include "NameList.h"
 #include "QtMessageService.h"
+#include "db/PgConnection.h"
 #include "platform/HostServices.h"
 
 namespace ormex::host {
 
+void repaintWhileServersAreWaitedFor()
+{
+    // Windows repaint and timers run; the operator's clicks and keys wait until the call is over,
+    // so that nothing starts another operation in the middle of this one.
+    db::setServerWaitHook([] { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); });
+}
+
 void installUiServices(const HostConfig& config)
 {
+    repaintWhileServersAreWaitedFor();
     auto& services = platform::HostServices::instance();
     services.setMessageService(std::make_shared<QtMessageService>());
     const std::string path = config.databasePath();

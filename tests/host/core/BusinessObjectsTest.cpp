@@ -1,10 +1,12 @@
 // The host's business objects on a real database: the member lists, the card change, the
 // approval of pending records, the settings, the numbered tables and the connections.
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <filesystem>
 
 #include "db/SchemaUpgrade.h"
+#include "db/SharedDatabases.h"
 #include "host/core/ApprovalMaintain.h"
 #include "host/core/CardMaintain.h"
 #include "host/core/DatabaseConnection.h"
@@ -175,8 +177,9 @@ TEST_F(BusinessObjects, SettingsAndTables)
 
 TEST(DatabaseConnection, LocalServerIsAFileOfTheDataFolderThatIsNeverCreated)
 {
+    using namespace std::chrono_literals;
     test::TestDatabase hq("HQ.db");
-    host::DatabaseConnection connection(hq.folder());
+    host::DatabaseConnection connection(hq.folder(), 2s);
     EXPECT_EQ(connection.resolve(
                   "Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=(local);Initial Catalog=HQ"),
               hq.folder() + "/HQ.db");
@@ -184,9 +187,15 @@ TEST(DatabaseConnection, LocalServerIsAFileOfTheDataFolderThatIsNeverCreated)
     EXPECT_TRUE(connection.isOpen());
     connection.execute("insert into t_Log (FUserID) values (1)");
     EXPECT_EQ(connection.openRecordset("select count(*) as n from t_Log").field("n").toInt(), 1);
+    sqlite3_stmt* busy = nullptr;
+    sqlite3_prepare_v2(db::sharedDatabase(hq.path()).handle(), "PRAGMA busy_timeout", -1, &busy, nullptr);
+    ASSERT_EQ(sqlite3_step(busy), SQLITE_ROW);
+    EXPECT_EQ(sqlite3_column_int(busy, 0), 2000)
+        << "the file waits for another writer no longer than the deadline";
+    sqlite3_finalize(busy);
     connection.close();
 
-    host::DatabaseConnection missing(hq.folder());
+    host::DatabaseConnection missing(hq.folder(), 2s);
     EXPECT_ANY_THROW(
         missing.open("Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=(local);Initial Catalog=Gone"));
     EXPECT_FALSE(std::filesystem::exists(hq.folder() + "/Gone.db"));
@@ -204,7 +213,7 @@ TEST(DatabaseConnection, AHeadquartersOfAnotherSchemaVersionIsRefusedAndTheOpera
     const std::string text =
         "Provider=SQLOLEDB.1;User ID=sa;Password=x;Data Source=(local);Initial Catalog=HQ";
     for (int attempt = 0; attempt < 2; ++attempt) {
-        host::DatabaseConnection connection(host.config().dataFolder);
+        host::DatabaseConnection connection(host.config().dataFolder, host.config().hqDeadline);
         EXPECT_THROW(connection.open(text), db::SchemaVersionError);
         EXPECT_FALSE(connection.isOpen());
     }
