@@ -4,6 +4,7 @@
 #include <set>
 #include <stdexcept>
 
+#include "db/DbError.h"
 #include "db/SchemaUpgrade.h"
 #include "db/SharedDatabases.h"
 #include "platform/HostServices.h"
@@ -37,6 +38,20 @@ void tellOnce(const std::string& refusal)
     static std::set<std::string> told;
     if (!told.insert(refusal).second) return;
     platform::HostServices::instance().messages().message(refusal, "提示", platform::MessageIcon::Warning);
+}
+
+// Runs a call on the database, a refusal that passes (the server cannot be reached, did not answer
+// within the deadline, or its writers held on too long) reported as the module knows it: nothing of
+// the call stands and it may be made again.
+template <typename Call> auto unlessUnavailable(Call&& call)
+{
+    try {
+        return call();
+    } catch (const db::UnreachableError& failure) {
+        throw platform::UnavailableError(failure.what());
+    } catch (const db::BusyError& failure) {
+        throw platform::UnavailableError(failure.what());
+    }
 }
 
 } // namespace
@@ -90,13 +105,15 @@ void DatabaseConnection::open(const std::string& connectionText)
 {
     const std::string location = resolve(connectionText);
     try {
-        if (db::isPostgresUrl(location)) {
-            m_db = &db::sharedPgDatabase(location, m_deadline);
-        } else {
-            db::Database& file = db::sharedDatabase(location);
-            file.setBusyTimeout(m_deadline);
-            m_db = &file;
-        }
+        unlessUnavailable([&] {
+            if (db::isPostgresUrl(location)) {
+                m_db = &db::sharedPgDatabase(location, m_deadline);
+            } else {
+                db::Database& file = db::sharedDatabase(location);
+                file.setBusyTimeout(m_deadline);
+                m_db = &file;
+            }
+        });
     } catch (const db::SchemaVersionError& refused) {
         tellOnce(refused.what());
         throw;
@@ -111,18 +128,18 @@ db::TsqlDatabase& DatabaseConnection::db()
 
 void DatabaseConnection::execute(const std::string& batch)
 {
-    db().execute(batch);
+    unlessUnavailable([&] { db().execute(batch); });
 }
 
 void DatabaseConnection::executeChecked(const std::string& batch,
                                         const std::vector<platform::ReadCheck>& checks)
 {
-    db().executeChecked(batch, checks);
+    unlessUnavailable([&] { db().executeChecked(batch, checks); });
 }
 
 platform::Recordset DatabaseConnection::openRecordset(const std::string& sql)
 {
-    return db().query(sql);
+    return unlessUnavailable([&] { return db().query(sql); });
 }
 
 } // namespace ormex::host

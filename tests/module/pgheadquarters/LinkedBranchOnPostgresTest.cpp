@@ -6,12 +6,17 @@
 
 #include <QRadioButton>
 
+#include <chrono>
+#include <memory>
+#include <thread>
+
 #include "PgHeadquarters.h"
 #include "module/cards/CardScreenFixture.h"
 #include "module/hq/ReplayOutbox.h"
 #include "module/points/PointsScreenFixture.h"
 #include "module/storedvalue/StoredValueFixture.h"
 #include "platform/BalanceCodec.h"
+#include "support/FrozenBackends.h"
 
 using namespace ormex;
 using test::PgHeadquarters;
@@ -142,4 +147,45 @@ TEST(LinkedBranchOnPostgres, HeadquartersGoingAwayMidSessionIsMetByTheOnlineChec
         << "replayed once headquarters is back";
     EXPECT_EQ(module::hq::SendQueuedToHQ().waiting, 0);
     EXPECT_EQ(hq.rows("select count(*) from t_Log"), Rows{"1"}) << "and only once";
+}
+
+TEST(LinkedBranchOnPostgres, AFrozenHeadquartersIsGivenUpOnAtTheDeadlineAndTheLocalChangeWaits)
+{
+    SKIP_WITHOUT_PG_CLUSTER();
+    using namespace std::chrono_literals;
+    using Clock = std::chrono::steady_clock;
+    test::PointsScreen t(
+        {.isBranch = true, .svCardShareType = true, .withHeadquarters = true, .hqDeadline = 2s});
+    PgHeadquarters hq(t.host);
+    hq.execute("update T_Pos_VipRecord set FDecNum=70 where FCardId='P1'");
+    t.query();
+    t.screen.option(Op::Deduction)->click();
+    t.type(t.row("P1"), "FVipNum", "10");
+
+    // Headquarters' server processes stop as the branch writes its change (a hung server, or a link
+    // that carries nothing): the replay waits for the deadline, no longer.
+    std::unique_ptr<test::FrozenBackends> frozen;
+    t.log.beforeRun = [&] { frozen = std::make_unique<test::FrozenBackends>(hq.pg.name()); };
+    t.host.messages().answer(true);
+    const Clock::time_point saved = Clock::now();
+    t.ok();
+    const auto answered = Clock::now() - saved;
+    t.log.beforeRun = nullptr;
+    ASSERT_TRUE(frozen) << "the save reached the branch's write";
+    EXPECT_LT(answered, 10s) << "the till came back; a hang would never";
+    RecordProperty("freeze_to_answer_ms",
+                   static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(answered).count()));
+    EXPECT_EQ(t.card("P1"), "100|80") << "the local change stands";
+    module::hq::ReplayState state = module::hq::QueuedForHQ();
+    EXPECT_EQ(state.waiting, 1);
+    EXPECT_EQ(state.held, 0) << "not reaching headquarters is no refusal";
+    EXPECT_TRUE(state.lastError.starts_with("总部数据库无法连接")) << state.lastError;
+
+    // Thawed, headquarters is asked again once a deadline has passed since it fell silent (not at
+    // every question meanwhile), and takes the change once.
+    frozen.reset();
+    std::this_thread::sleep_for(2s);
+    EXPECT_EQ(module::hq::SendQueuedToHQ().waiting, 0);
+    EXPECT_EQ(hq.rows("select FCardId,flag,FVipNum,memo from T_Pos_VipGiftList"), Rows{"P1|1|10|积分冲减"});
+    EXPECT_EQ(hq.rows("select count(*) from t_HqReplay"), Rows{"1"});
 }
