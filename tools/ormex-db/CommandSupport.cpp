@@ -1,0 +1,91 @@
+#include "CommandSupport.h"
+
+#include <termios.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
+
+#include "db/CardWriteLocks.h"
+#include "db/DbError.h"
+#include "db/PgSchema.h"
+#include "db/Schema.h"
+
+namespace ormex::tools {
+
+using db::Database;
+
+std::unique_ptr<db::PgDatabase> openExistingPg(const std::string& url, std::chrono::milliseconds deadline)
+{
+    auto database = db::PgDatabase::open(url, deadline);
+    if (!db::hasSchema(*database))
+        throw db::DbError("not an OrmexCardManage database (run 'ormex-db create' first)");
+    db::requireCurrentSchema(*database, url);
+    database->setWriteLockPlanner(db::cardWriteLocks);
+    return database;
+}
+
+std::string shown(const std::string& location)
+{
+    return db::withoutPassword(location);
+}
+
+void reportUpgrade(std::ostream& out, const std::string& location, const db::SchemaUpgrade& upgrade)
+{
+    if (upgrade.applied.empty()) {
+        out << shown(location) << " is at schema version " << upgrade.to << ", this build's: nothing to do\n";
+        return;
+    }
+    out << "upgraded " << shown(location) << " from schema version " << upgrade.from << " to " << upgrade.to
+        << ":\n";
+    for (const db::SchemaStep* step : upgrade.applied)
+        out << "  " << step->version << "  " << step->description << '\n';
+}
+
+std::unique_ptr<Database> openExisting(const std::string& path, std::ostream& notes)
+{
+    auto database = Database::open(path, Database::OpenMode::MustExist);
+    if (!db::hasSchema(*database))
+        throw db::DbError(path + " is not an OrmexCardManage database (run 'ormex-db create' first)");
+    const db::SchemaUpgrade upgrade = db::upgradeWhenOpened(*database);
+    if (!upgrade.applied.empty()) reportUpgrade(notes, path, upgrade);
+    return database;
+}
+
+std::string askPassword(const std::string& prompt)
+{
+    if (const char* given = std::getenv("ORMEX_PASSWORD")) return given;
+    const bool terminal = isatty(STDIN_FILENO);
+    termios saved{};
+    if (terminal) {
+        std::cerr << prompt << std::flush;
+        tcgetattr(STDIN_FILENO, &saved);
+        termios quiet = saved;
+        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
+    }
+    std::string password;
+    std::getline(std::cin, password);
+    if (terminal) {
+        tcsetattr(STDIN_FILENO, TCSANOW, &saved);
+        std::cerr << '\n';
+    }
+    return password;
+}
+
+db::LoginOutcome actAs(Database& database, const std::string& login, const std::string& right)
+{
+    if (login.empty())
+        throw UsageError("name the operator with --user <login> (the right " + right + " " +
+                         db::rightName(right) + " is needed)");
+    const db::LoginOutcome outcome =
+        db::login(database, login, askPassword("password of " + login + ": "), "ormex-db");
+    if (outcome.result != db::LoginOutcome::Result::Ok) throw db::DbError(outcome.message());
+    if (!db::hasRight(database, outcome.userId, right)) {
+        db::logRefusedRight(database, outcome.userId, right, "ormex-db", "ormex-db");
+        throw db::DbError(db::rightRefusal(right));
+    }
+    return outcome;
+}
+
+} // namespace ormex::tools
