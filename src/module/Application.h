@@ -26,6 +26,8 @@ public:
     virtual int SendToHQ(std::string& lastError) = 0;
     // The same without sending.
     virtual int WaitingForHQ(std::string& lastError) = 0;
+    // The connection text of headquarters as the branch's settings give it ("" when none is set).
+    virtual std::string HQConnection() = 0;
 };
 
 } // namespace ormex::module

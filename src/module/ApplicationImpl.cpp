@@ -37,6 +37,8 @@ public:
 
     int WaitingForHQ(std::string& lastError) override { return report(hq::QueuedForHQ(), lastError); }
 
+    std::string HQConnection() override { return hq::BuildHQConnectionText(); }
+
 private:
     static int report(const hq::ReplayState& state, std::string& lastError)
     {

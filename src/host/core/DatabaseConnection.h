@@ -36,6 +36,9 @@ public:
     // when it names no database.
     std::string resolve(const std::string& connectionText) const;
 
+    // The database opened, for the host's own reading (reconciliation). Throws when not open.
+    db::TsqlDatabase& database() { return db(); }
+
 private:
     db::TsqlDatabase& db();
     std::string m_dataFolder;

@@ -76,6 +76,11 @@ bool HostRuntime::allows(const std::string& code) const
     return false;
 }
 
+bool HostRuntime::holds(const std::string& code) const
+{
+    return db::hasRight(db::sharedDatabase(m_config.databasePath()), m_config.userId, code);
+}
+
 std::string HostRuntime::functionRight(int function)
 {
     switch (function) {

@@ -24,6 +24,9 @@ public:
     // True when the session's user holds the rights code; otherwise the refusal, naming the
     // function, is logged and shown through the message service.
     bool allows(const std::string& code) const;
+    // True when the session's user holds the rights code; nothing logged or shown (for enabling
+    // a command, which allows() then checks when it is given).
+    bool holds(const std::string& code) const;
     // The right a function of the component needs before it opens (2 会员设置 hy0009, 3 会员档案审核
     // hy0010); "" when the function checks its own rights.
     static std::string functionRight(int function);

@@ -6,8 +6,12 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "HeldChangesWindow.h"
 #include "LiabilityReportWindow.h"
 #include "ModuleLoader.h"
+#include "ReconciliationWindow.h"
+#include "db/HqOutbox.h"
+#include "db/SharedDatabases.h"
 #include "platform/HostServices.h"
 
 namespace ormex::host {
@@ -109,8 +113,19 @@ LauncherWindow::LauncherWindow(const HostRuntime& runtime, ModuleLoader& loader,
             platform::HostServices::instance().messages().error(error.what());
         }
     });
-    m_replayStatus->setVisible(linked);
-    m_sendNow->setVisible(linked);
+    auto* heldRow = new QHBoxLayout;
+    heldRow->addStretch(1);
+    m_held = new QPushButton(this);
+    m_held->setObjectName("openHeldChanges");
+    heldRow->addWidget(m_held);
+    m_reconcile = new QPushButton(QStringLiteral("与总部对账…"), this);
+    m_reconcile->setObjectName("openReconciliation");
+    heldRow->addWidget(m_reconcile);
+    layout->addLayout(heldRow);
+    connect(m_held, &QPushButton::clicked, this, [this] { openHeldChanges(); });
+    connect(m_reconcile, &QPushButton::clicked, this, [this] { openReconciliation(); });
+    for (QWidget* widget : std::initializer_list<QWidget*>{m_replayStatus, m_sendNow, m_held, m_reconcile})
+        widget->setVisible(linked);
     refreshHeadquartersStatus();
 }
 
@@ -142,8 +157,41 @@ void LauncherWindow::refreshHeadquartersStatus()
     }
 }
 
+HeldChangesWindow* LauncherWindow::openHeldChanges()
+{
+    auto* window = new HeldChangesWindow(m_runtime, m_loader, this);
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    connect(window, &QDialog::finished, this, [this] { refreshHeadquartersStatus(); });
+    window->show();
+    return window;
+}
+
+ReconciliationWindow* LauncherWindow::openReconciliation()
+{
+    auto* window = new ReconciliationWindow(m_runtime, m_loader, this);
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    window->show();
+    window->refresh();
+    return window;
+}
+
+void LauncherWindow::showHeldChanges()
+{
+    long held = 0;
+    try {
+        held = static_cast<long>(
+            db::queuedChanges(db::sharedDatabase(m_runtime.config().databasePath()), true).size());
+    } catch (const std::exception&) {
+        held = -1;
+    }
+    m_held->setText(held < 0 ? QStringLiteral("总部拒收的变更：未知")
+                             : QStringLiteral("总部拒收的变更：%1 笔…").arg(held));
+    m_held->setStyleSheet(held != 0 ? QStringLiteral("color: #b42318; font-weight: bold;") : QString());
+}
+
 void LauncherWindow::showWaitingChanges(int waiting, const std::string& lastError)
 {
+    showHeldChanges();
     if (waiting == 0) {
         m_replayStatus->setText(QStringLiteral("所有变更均已上传总部"));
         m_replayStatus->setStyleSheet(QStringLiteral("color: #1a7f37;"));

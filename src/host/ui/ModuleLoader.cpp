@@ -64,4 +64,9 @@ int ModuleLoader::waitingForHQ(std::string& lastError)
     return application().WaitingForHQ(lastError);
 }
 
+std::string ModuleLoader::hqConnection()
+{
+    return application().HQConnection();
+}
+
 } // namespace ormex::host

@@ -29,6 +29,7 @@ public:
     // the oldest was not taken.
     int sendToHQ(std::string& lastError);
     int waitingForHQ(std::string& lastError);
+    std::string hqConnection();
 
     static std::string defaultLibraryPath();
 
