@@ -10,8 +10,13 @@ for f in bin/ormex-host bin/ormex-db lib/ormex/libOrmexCardManage.so lib/ormex/l
          include/ormex/module/Application.h share/ormex/schema.sql; do
   [ -e "$prefix/$f" ] || { echo "not installed: $f"; exit 1; }
 done
-"$prefix/bin/ormex-host" --help | grep -q -- '--function'
-"$prefix/bin/ormex-db" --help | grep -q 'ormex-db create'
+# Outputs are read whole before they are searched: grep -q stops at its first match, and a program
+# still writing would die of SIGPIPE, which pipefail reports as a failure.
+help=$("$prefix/bin/ormex-host" --help)
+grep -q -- '--function' <<<"$help"
+help=$("$prefix/bin/ormex-db" --help)
+grep -q 'ormex-db create' <<<"$help"
 "$prefix/bin/ormex-db" create "$prefix/t.db" >/dev/null
-"$prefix/bin/ormex-db" query "$prefix/t.db" "select count(*) as n from T_Pos_VipRecord" | grep -q '0'
+rows=$("$prefix/bin/ormex-db" query "$prefix/t.db" "select count(*) as n from T_Pos_VipRecord")
+grep -q '0' <<<"$rows"
 echo "installed tree works"
