@@ -11,6 +11,7 @@
 #include "module/frame/Gateway.h"
 #include "module/hq/HqLink.h"
 #include "platform/BalanceCodec.h"
+#include "platform/MoneyListAmount.h"
 #include "platform/NumberText.h"
 #include "platform/PointsMovement.h"
 #include "platform/Text.h"
@@ -19,7 +20,7 @@ namespace ormex::module::cards {
 
 namespace {
 
-constexpr const char* kIssueAmountMemo = "初始金额";
+constexpr const char* kIssueAmountMemo = platform::kInitialAmountMemo;
 constexpr const char* kConversionMemo = "积分转储值";
 constexpr const char* kRecharge = "充值";
 constexpr const char* kCardOperation = "卡操作";
@@ -51,9 +52,7 @@ std::string text(const platform::Recordset& rs, std::size_t row, const char* fie
 // A money-list amount: plain decimal text is read exactly, a number through its 15 digits.
 platform::Money moneyOf(const platform::Value& value)
 {
-    if (value.isText())
-        if (const auto exact = platform::Money::parse(value.toString())) return *exact;
-    return platform::Money::ofDouble(value.toDouble());
+    return platform::moneyListAmount(value, "").value_or(platform::Money());
 }
 
 // An amount of the mismatch: to the cent, or to the ten-thousandth when it has more decimals.
@@ -141,7 +140,7 @@ CardHistory BuildCardHistory(const std::string& card, const platform::Recordset&
         if (memo == kIssueAmountMemo) {
             // The issue amount is kept encoded, as the balance is.
             entry.kind = kIssueAmountMemo;
-            const auto amount = platform::tryDecodeMoney(text(money, r, "FPlusAmt"));
+            const auto amount = platform::moneyListAmount(money.at(r, "FPlusAmt"), memo);
             entry.amount = amount.value_or(platform::Money());
             if (!amount) entry.detail = "金额无法解码";
         } else {
