@@ -55,7 +55,8 @@ public:
                   // A connection that seals writes the card's new seal, checking its old one.
                   std::string(db.sealsCards()
                                   ? ", FSeal = ormex_seal_next(FSeal, FCardId, FResidualAmt, FAccNum, "
-                                    "FDecNum, FCardId, ?9, ?8, 0)"
+                                    "FDecNum, FLedgerSeq, FLedgerHash, FCardId, ?9, ?8, 0, FLedgerSeq, "
+                                    "FLedgerHash)"
                                   : "") +
                   " WHERE FCardId = ?1 AND FCardStatus = '9' AND FDeleted = 0"),
           // The initial amount of the card, as the stored-value screen reads it back: FPlusAmt

@@ -1,17 +1,19 @@
 #include "CardSeal.h"
 
 #include <openssl/crypto.h>
-#include <openssl/evp.h>
 #include <openssl/rand.h>
 #include <sqlite3.h>
 
 #include <memory>
 #include <tuple>
 
+#include "CardLedger.h"
 #include "Database.h"
 #include "DbError.h"
+#include "KeyedHash.h"
 #include "OperLog.h"
 #include "Schema.h"
+#include "SqliteStatement.h"
 #include "platform/BalanceCodec.h"
 #include "platform/NumberText.h"
 #include "platform/Text.h"
@@ -32,91 +34,24 @@ unsigned long& generation()
     return value;
 }
 
-// A seal is the first half of the HMAC, written out in 32 hexadecimal digits: 128 bits are beyond
-// guessing, and the card row stays short (every update of a card writes the whole row).
-constexpr std::size_t kSealBytes = 16;
-using SealText = std::array<char, 2 * kSealBytes + 1>;
-
-constexpr char kHexDigits[] = "0123456789abcdef";
-
-void writeHex(const unsigned char* bytes, std::size_t count, char* out)
+// The sealed values in the order the seal covers them. A card whose movements were never chained
+// (sequence 0, no hash) is sealed as before the ledger existed, so its seal stays valid.
+void sealOf(const KeyedHash& hash, const SealedValues& v, KeyedHash::Text& out)
 {
-    for (std::size_t i = 0; i < count; ++i) {
-        out[2 * i] = kHexDigits[bytes[i] >> 4];
-        out[2 * i + 1] = kHexDigits[bytes[i] & 15];
+    const std::string accumulated = platform::formatNumber(v.accumulated);
+    const std::string used = platform::formatNumber(v.used);
+    if (v.ledgerSeq == 0 && v.ledgerHash.empty()) {
+        hash.hash({v.card, v.storedBalance, accumulated, used}, out);
+        return;
     }
-    out[2 * count] = '\0';
+    hash.hash({v.card, v.storedBalance, accumulated, used, std::to_string(v.ledgerSeq), v.ledgerHash}, out);
 }
 
-struct MdContextFree
+std::string sealOf(const KeyedHash& hash, const SealedValues& values)
 {
-    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-};
-using MdContext = std::unique_ptr<EVP_MD_CTX, MdContextFree>;
-
-// HMAC-SHA256 (RFC 2104) under one key: SHA-256 of (key ^ opad) followed by SHA-256 of (key ^
-// ipad) and the message. The two hashes are kept after their key block, so a seal costs the
-// message's blocks and one more, run with the processor's SHA instructions where it has them.
-// One connection (one thread) uses a sealer at a time.
-class Sealer
-{
-public:
-    explicit Sealer(const SealKey& key)
-        : m_inner(EVP_MD_CTX_new()), m_outer(EVP_MD_CTX_new()), m_work(EVP_MD_CTX_new())
-    {
-        if (!m_inner || !m_outer || !m_work) throw DbError("cannot make the card sealer");
-        unsigned char inner[64];
-        unsigned char outer[64];
-        for (std::size_t i = 0; i < 64; ++i) {
-            const unsigned char k = i < key.size() ? key[i] : 0;
-            inner[i] = k ^ 0x36;
-            outer[i] = k ^ 0x5c;
-        }
-        if (EVP_DigestInit_ex(m_inner.get(), EVP_sha256(), nullptr) != 1 ||
-            EVP_DigestUpdate(m_inner.get(), inner, sizeof inner) != 1 ||
-            EVP_DigestInit_ex(m_outer.get(), EVP_sha256(), nullptr) != 1 ||
-            EVP_DigestUpdate(m_outer.get(), outer, sizeof outer) != 1)
-            throw DbError("cannot make the card sealer");
-        OPENSSL_cleanse(inner, sizeof inner);
-        OPENSSL_cleanse(outer, sizeof outer);
-    }
-
-    void seal(std::string_view card, std::string_view storedBalance, double accumulated, double used,
-              SealText& out) const
-    {
-        EVP_MD_CTX* work = m_work.get();
-        const char separator = 0x1f;
-        const std::string accumulatedText = platform::formatNumber(accumulated);
-        const std::string usedText = platform::formatNumber(used);
-        unsigned char hash[EVP_MAX_MD_SIZE];
-        unsigned int length = 0;
-        bool ok = EVP_MD_CTX_copy_ex(work, m_inner.get()) == 1;
-        for (std::string_view piece :
-             {card, std::string_view(&separator, 1), storedBalance, std::string_view(&separator, 1),
-              std::string_view(accumulatedText), std::string_view(&separator, 1), std::string_view(usedText)})
-            ok = ok && EVP_DigestUpdate(work, piece.data(), piece.size()) == 1;
-        ok = ok && EVP_DigestFinal_ex(work, hash, &length) == 1 &&
-             EVP_MD_CTX_copy_ex(work, m_outer.get()) == 1 && EVP_DigestUpdate(work, hash, length) == 1 &&
-             EVP_DigestFinal_ex(work, hash, &length) == 1;
-        if (!ok) throw DbError("the card seal could not be computed");
-        writeHex(hash, kSealBytes, out.data());
-    }
-
-    std::string seal(std::string_view card, std::string_view storedBalance, double accumulated,
-                     double used) const
-    {
-        SealText text;
-        seal(card, storedBalance, accumulated, used, text);
-        return std::string(text.data(), text.size() - 1);
-    }
-
-private:
-    MdContext m_inner, m_outer, m_work;
-};
-
-bool sameSeal(std::string_view a, std::string_view b)
-{
-    return a.size() == b.size() && CRYPTO_memcmp(a.data(), b.data(), a.size()) == 0;
+    KeyedHash::Text text;
+    sealOf(hash, values, text);
+    return std::string(text.data(), text.size() - 1);
 }
 
 // The text of an argument; each argument keeps its own text, so several can be held at once.
@@ -128,71 +63,104 @@ std::string_view textArg(sqlite3_value* value)
                 : std::string_view();
 }
 
-void sealOfArgs(const Sealer& sealer, sqlite3_value** argv, SealText& out)
+// The six sealed values from six arguments: card, stored balance, accumulated and used points,
+// ledger sequence and ledger hash.
+constexpr int kSealedArgs = 6;
+
+void sealOfArgs(const KeyedHash& hash, sqlite3_value** argv, KeyedHash::Text& out)
 {
-    sealer.seal(textArg(argv[0]), textArg(argv[1]), sqlite3_value_double(argv[2]),
-                sqlite3_value_double(argv[3]), out);
+    sealOf(hash,
+           {textArg(argv[0]), textArg(argv[1]), sqlite3_value_double(argv[2]), sqlite3_value_double(argv[3]),
+            sqlite3_value_int64(argv[4]), textArg(argv[5])},
+           out);
 }
 
-const Sealer& sealerOf(sqlite3_context* context)
+const KeyedHash& sealerOf(sqlite3_context* context)
 {
-    return *static_cast<const Sealer*>(sqlite3_user_data(context));
+    return *static_cast<const KeyedHash*>(sqlite3_user_data(context));
 }
 
-// ormex_seal(card, stored balance, accumulated, used): the seal of the values.
+// ormex_seal(card, stored balance, accumulated, used, ledger sequence, ledger hash): the seal of
+// the values.
 void sealFunction(sqlite3_context* context, int, sqlite3_value** argv)
 {
-    SealText seal;
+    KeyedHash::Text seal;
     sealOfArgs(sealerOf(context), argv, seal);
     sqlite3_result_text(context, seal.data(), static_cast<int>(seal.size() - 1), SQLITE_TRANSIENT);
 }
 
-bool holds(const Sealer& sealer, sqlite3_value** argv)
+bool holds(const KeyedHash& sealer, sqlite3_value** argv)
 {
-    SealText expected;
+    KeyedHash::Text expected;
     sealOfArgs(sealer, argv + 1, expected);
-    return sameSeal(textArg(argv[0]), std::string_view(expected.data(), expected.size() - 1));
+    return sameHash(textArg(argv[0]), std::string_view(expected.data(), expected.size() - 1));
 }
 
-// ormex_seal_holds(seal, card, stored balance, accumulated, used): 1 when the seal is the values'.
+// ormex_seal_holds(seal, the six sealed values): 1 when the seal is the values'.
 void holdsFunction(sqlite3_context* context, int, sqlite3_value** argv)
 {
     sqlite3_result_int(context, holds(sealerOf(context), argv));
 }
 
-// ormex_seal_next(seal, the four old values, the four new values): the seal of the new values,
+// ormex_seal_next(seal, the six old values, the six new values): the seal of the new values,
 // or an error (the statement fails) when the old values do not match the old seal.
 void nextFunction(sqlite3_context* context, int, sqlite3_value** argv)
 {
-    const Sealer& sealer = sealerOf(context);
+    const KeyedHash& sealer = sealerOf(context);
     if (!holds(sealer, argv)) {
         sqlite3_result_error(context, kSealBrokenMessage, -1);
         return;
     }
-    SealText seal;
-    sealOfArgs(sealer, argv + 5, seal);
+    KeyedHash::Text seal;
+    sealOfArgs(sealer, argv + 1 + kSealedArgs, seal);
     sqlite3_result_text(context, seal.data(), static_cast<int>(seal.size() - 1), SQLITE_TRANSIENT);
 }
 
+// The ledger head of the row as the seal covers it: a database not yet brought to the ledger has
+// no such columns, and its cards are sealed as unchained ones.
+std::string headOf(bool ledger, const char* row)
+{
+    return ledger ? std::string(row) + "FLedgerSeq," + row + "FLedgerHash" : std::string("0,''");
+}
+
 // Cards inserted by any statement of a sealing connection are sealed as they are written.
-constexpr const char* kInsertTrigger =
-    "CREATE TEMP TRIGGER IF NOT EXISTS ormex_seal_insert AFTER INSERT ON main.T_Pos_VipRecord BEGIN"
-    " UPDATE T_Pos_VipRecord SET FSeal=ormex_seal(NEW.FCardId,NEW.FResidualAmt,NEW.FAccNum,NEW.FDecNum)"
-    " WHERE rowid=NEW.rowid; END;";
+std::string insertTrigger(bool ledger)
+{
+    return "CREATE TEMP TRIGGER IF NOT EXISTS ormex_seal_insert AFTER INSERT ON main.T_Pos_VipRecord BEGIN"
+           " UPDATE T_Pos_VipRecord SET "
+           "FSeal=ormex_seal(NEW.FCardId,NEW.FResidualAmt,NEW.FAccNum,NEW.FDecNum," +
+           headOf(ledger, "NEW.") + ") WHERE rowid=NEW.rowid; END;";
+}
 
 // Updates written as native SQL that do not seal themselves. The system's own UPDATE statements
 // write the seal in the statement (see parseBatch), which costs a fraction of what a trigger on
 // every update of a card does.
-std::string updateTrigger()
+std::string updateTrigger(bool ledger)
 {
     return std::string("CREATE TEMP TRIGGER IF NOT EXISTS ormex_seal_update"
                        " AFTER UPDATE OF FCardId,FResidualAmt,FAccNum,FDecNum ON main.T_Pos_VipRecord"
                        " WHEN NEW.FSeal IS OLD.FSeal BEGIN SELECT RAISE(ABORT,'") +
            kSealBrokenMessage +
-           "') WHERE NOT ormex_seal_holds(OLD.FSeal,OLD.FCardId,OLD.FResidualAmt,OLD.FAccNum,OLD.FDecNum);"
-           " UPDATE T_Pos_VipRecord SET "
-           "FSeal=ormex_seal(NEW.FCardId,NEW.FResidualAmt,NEW.FAccNum,NEW.FDecNum)"
-           " WHERE rowid=NEW.rowid; END;";
+           "') WHERE NOT ormex_seal_holds(OLD.FSeal,OLD.FCardId,OLD.FResidualAmt,OLD.FAccNum,OLD.FDecNum," +
+           headOf(ledger, "OLD.") +
+           "); UPDATE T_Pos_VipRecord SET "
+           "FSeal=ormex_seal(NEW.FCardId,NEW.FResidualAmt,NEW.FAccNum,NEW.FDecNum," +
+           headOf(ledger, "NEW.") + ") WHERE rowid=NEW.rowid; END;";
+}
+
+bool hasLedgerColumns(Database& db)
+{
+    SqliteStatement column(
+        db.handle(), "SELECT count(*) FROM pragma_table_info('T_Pos_VipRecord') WHERE name='FLedgerSeq'");
+    return column.step() && column.column(0).toInt() == 1;
+}
+
+// The triggers of a sealing connection for the schema as it is.
+void installTriggers(Database& db)
+{
+    const bool ledger = hasLedgerColumns(db);
+    db.executeNative(insertTrigger(ledger));
+    if (ledger) installLedger(db);
 }
 
 std::string inList(const std::vector<std::string>& cards)
@@ -231,9 +199,7 @@ SealKey newSealKey()
 
 std::string sealKeyText(const SealKey& key)
 {
-    char hex[2 * sizeof(SealKey) + 1];
-    writeHex(key.data(), key.size(), hex);
-    return hex;
+    return hexText(key.data(), key.size());
 }
 
 std::optional<SealKey> parseSealKey(std::string_view text)
@@ -256,10 +222,9 @@ std::optional<SealKey> parseSealKey(std::string_view text)
     return key;
 }
 
-std::string cardSeal(const SealKey& key, std::string_view card, std::string_view storedBalance,
-                     double accumulated, double used)
+std::string cardSeal(const SealKey& key, const SealedValues& values)
 {
-    return Sealer(key).seal(card, storedBalance, accumulated, used);
+    return sealOf(KeyedHash(key), values);
 }
 
 void installSealing(Database& db)
@@ -268,38 +233,56 @@ void installSealing(Database& db)
     if (!key || !hasSchema(db)) return;
     // Each function keeps its own sealer, freed with the connection.
     for (const auto& [name, arity, function] :
-         {std::tuple{"ormex_seal", 4, &sealFunction}, std::tuple{"ormex_seal_holds", 5, &holdsFunction},
-          std::tuple{"ormex_seal_next", 9, &nextFunction}}) {
-        auto* sealer = new Sealer(*key);
+         {std::tuple{"ormex_seal", kSealedArgs, &sealFunction},
+          std::tuple{"ormex_seal_holds", 1 + kSealedArgs, &holdsFunction},
+          std::tuple{"ormex_seal_next", 1 + 2 * kSealedArgs, &nextFunction}}) {
+        auto* sealer = new KeyedHash(*key);
         if (sqlite3_create_function_v2(db.handle(), name, arity, SQLITE_UTF8 | SQLITE_DETERMINISTIC, sealer,
                                        function, nullptr, nullptr,
-                                       [](void* p) { delete static_cast<Sealer*>(p); }) != SQLITE_OK)
+                                       [](void* p) { delete static_cast<KeyedHash*>(p); }) != SQLITE_OK)
             throw DbError(std::string("cannot register ") + name + ": " + sqlite3_errmsg(db.handle()));
     }
-    db.executeNative(kInsertTrigger);
     db.setSealsCards(true);
+    installTriggers(db);
+}
+
+void renewSealing(Database& db)
+{
+    if (!db.sealsCards()) return;
+    SqliteStatement native(
+        db.handle(),
+        "SELECT count(*) FROM sqlite_temp_master WHERE type='trigger' AND name='ormex_seal_update'");
+    const bool sealsNativeUpdates = native.step() && native.column(0).toInt() == 1;
+    db.executeNative(
+        "DROP TRIGGER IF EXISTS temp.ormex_seal_insert; DROP TRIGGER IF EXISTS temp.ormex_seal_update;");
+    installTriggers(db);
+    if (sealsNativeUpdates) sealNativeUpdates(db);
 }
 
 void sealNativeUpdates(Database& db)
 {
-    if (db.sealsCards()) db.executeNative(updateTrigger());
+    if (db.sealsCards()) db.executeNative(updateTrigger(hasLedgerColumns(db)));
 }
 
 std::vector<SealMismatch> sealMismatches(TsqlDatabase& db, const SealKey& key,
                                          const std::vector<std::string>& cards)
 {
-    std::string sql = "select FCardId, FVipName, FResidualAmt, FAccNum, FDecNum, FSeal from T_Pos_VipRecord";
+    std::string sql =
+        "select FCardId, FVipName, FResidualAmt, FAccNum, FDecNum, FLedgerSeq, FLedgerHash, FSeal"
+        " from T_Pos_VipRecord";
     if (!cards.empty()) sql += " where FCardId in " + inList(cards);
     sql += " order by FCardId";
     const platform::Recordset rs = db.query(sql);
     std::vector<SealMismatch> found;
-    const Sealer sealer(key);
+    const KeyedHash sealer(key);
     for (std::size_t r = 0; r < rs.recordCount(); ++r) {
         SealMismatch card{rs.at(r, "FCardId").toString(), rs.at(r, "FVipName").toString(),
                           rs.at(r, "FResidualAmt").toString(), rs.at(r, "FAccNum").toDouble(),
                           rs.at(r, "FDecNum").toDouble()};
-        if (!sameSeal(rs.at(r, "FSeal").toString(),
-                      sealer.seal(card.card, card.storedBalance, card.accumulated, card.used)))
+        const std::string head = rs.at(r, "FLedgerHash").toString();
+        if (!sameHash(rs.at(r, "FSeal").toString(),
+                      sealOf(sealer, {card.card, card.storedBalance, card.accumulated, card.used,
+                                      rs.at(r, "FLedgerSeq").toInt(), head})))
             found.push_back(std::move(card));
     }
     return found;
@@ -326,10 +309,10 @@ long resealCards(Database& db, const SealKey& key, const std::vector<std::string
     }
     // The engine's own seal function seals the values as they stand in this write. The system
     // cannot change a card that does not match its seal, so they are the values just checked.
-    const std::string script =
-        "UPDATE T_Pos_VipRecord SET FSeal=ormex_seal(FCardId,FResidualAmt,FAccNum,FDecNum)"
-        " WHERE FCardId IN " +
-        inList(names) + ";\n" + log;
+    const std::string script = "UPDATE T_Pos_VipRecord SET "
+                               "FSeal=ormex_seal(FCardId,FResidualAmt,FAccNum,FDecNum,FLedgerSeq,FLedgerHash)"
+                               " WHERE FCardId IN " +
+                               inList(names) + ";\n" + log;
     Database::Transaction transaction(db);
     db.executeNative(script);
     transaction.commit();

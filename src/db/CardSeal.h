@@ -9,7 +9,8 @@
 struct sqlite3;
 
 // The seal of a member card: an HMAC-SHA256, under a key kept in the host's settings and never in
-// the database, over the card number, the stored balance and the accumulated and used points.
+// the database, over the card number, the stored balance, the accumulated and used points and the
+// head of the card's movement ledger.
 // Whenever the system writes one of those columns the seal is written with it, in the same
 // statement, by functions that only the system's own connections register (and, for inserts, a
 // temporary trigger of theirs). A change made through any other connection (the sqlite3 command,
@@ -38,10 +39,21 @@ std::string sealKeyText(const SealKey& key);
 // Nothing for text that is not 64 hexadecimal digits.
 std::optional<SealKey> parseSealKey(std::string_view text);
 
+// What a card's seal covers: its number, stored balance and points, and the head of its movement
+// ledger (CardLedger.h), so that an older state of the card written back no longer matches.
+struct SealedValues
+{
+    std::string_view card;
+    std::string_view storedBalance;
+    double accumulated = 0;
+    double used = 0;
+    long long ledgerSeq = 0;
+    std::string_view ledgerHash = {};
+};
+
 // The seal of a card's values (32 hexadecimal digits). Numbers are written with the system's one number
 // text, so a seal computed by either engine reads the same.
-std::string cardSeal(const SealKey& key, std::string_view card, std::string_view storedBalance,
-                     double accumulated, double used);
+std::string cardSeal(const SealKey& key, const SealedValues& values);
 
 // The message of the refusal of an update of a card that no longer matches its seal.
 inline constexpr const char* kSealBrokenMessage =
@@ -52,6 +64,9 @@ inline constexpr const char* kSealBrokenMessage =
 // otherwise. The connection's T-SQL batches then seal the cards they update (parseBatch).
 // Throws DbError.
 void installSealing(Database& db);
+// Creates the connection's sealing triggers anew for the schema as it is now: after a schema step
+// that brought the database to the movement ledger. Throws DbError.
+void renewSealing(Database& db);
 // Also seals (and checks) the cards that native SQL of this connection updates: for connections
 // that write cards other than through the system's T-SQL (test fixtures). Throws DbError.
 void sealNativeUpdates(Database& db);

@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <cstdio>
+#include <optional>
 #include <string>
 
 #include "SqliteStatement.h"
@@ -22,11 +23,25 @@ void generateCards(Database& db, std::size_t count, const GenerateProgress& prog
                              "WHERE FCardId >= '9000000000' AND length(FCardId) = 10");
         if (last.step()) first = last.column(0).toInt() + 1;
     }
+    // Made-up cards hold values no movement explains: on a connection that seals, each card's
+    // ledger starts from them, as an older card's does when the ledger comes to its database.
+    const bool ledger = db.sealsCards();
     SqliteStatement insert(
         db.handle(),
-        "INSERT INTO T_Pos_VipRecord (FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus,"
-        " FVipStartDate, FVipEndDate, FAccNum, FDecNum, FResidualAmt, FSavingFlag, FAccFlag, FBranchno,"
-        " FOperDate, FModifyDate) VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
+        std::string(
+            "INSERT INTO T_Pos_VipRecord (FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus,"
+            " FVipStartDate, FVipEndDate, FAccNum, FDecNum, FResidualAmt, FSavingFlag, FAccFlag, FBranchno,"
+            " FOperDate, FModifyDate") +
+            (ledger ? ", FLedgerHash) VALUES (?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11,?12,?13,?14,?15,?16,"
+                      "ormex_ledger_start(?1,0,?11,?9,?10,''))"
+                    : ") VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"));
+    std::optional<SqliteStatement> started;
+    if (ledger)
+        started.emplace(
+            db.handle(),
+            "INSERT INTO t_CardLedgerStart (FCardId, FSeq, FResidualAmt, FAccNum, FDecNum, FDate,"
+            " FReason, FHash) SELECT FCardId, 0, FResidualAmt, FAccNum, FDecNum, FOperDate, '生成的卡',"
+            " FLedgerHash FROM T_Pos_VipRecord WHERE FCardId=?");
     const platform::Date today = platform::today();
     const std::string start = today.addDays(-365).toString();
     const std::string end = today.addDays(365).toString();
@@ -57,6 +72,11 @@ void generateCards(Database& db, std::size_t count, const GenerateProgress& prog
         insert.bind(16, start);
         insert.step();
         sqlite3_reset(insert.handle());
+        if (started) {
+            started->bind(1, std::string(number));
+            started->step();
+            started->reset();
+        }
         if (progress && (i + 1) % 100000 == 0) progress(i + 1, count);
     }
     transaction.commit();

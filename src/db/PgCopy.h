@@ -9,8 +9,8 @@
 // highest one copied.
 namespace ormex::db {
 
-// Appends the rows in one transaction of the PostgreSQL database: all of them or none. Throws
-// DbError.
+// Appends the rows in one transaction of the PostgreSQL database: all of them or none, each as it
+// stands (its seal and ledger link are the SQLite file's, not written anew). Throws DbError.
 void copyRows(Database& from, PgDatabase& to);
 
 } // namespace ormex::db

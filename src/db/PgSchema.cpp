@@ -133,27 +133,43 @@ LANGUAGE sql STABLE AS $$
                     to_char(localtimestamp, 'YYYY-MM-DD HH24:MI:SS'))
 $$;
 
--- The seal of a card (see CardSeal.h): the first half of an HMAC-SHA256 under the key the
--- system's own connections set for their session, over the card number, the stored balance and the points written as the
--- system writes numbers (15 significant digits, no trailing zeros); null without a key.
+-- datediff(day, a, b): the days from a's date to b's, the times of day left out.
+CREATE FUNCTION ormex_datediff_day(a text, b text) RETURNS bigint
+LANGUAGE sql IMMUTABLE STRICT AS $$
+    SELECT (b::timestamp::date - a::timestamp::date)::bigint
+$$;
+)SQL";
+
+// The seals of the cards and the movement ledger (CardSeal.h, CardLedger.h), computed as the
+// system's SQLite connections compute them: what a connection with the key writes reads the same
+// on either engine. Only sessions that were given the key (ormex.seal_key) seal and chain.
+constexpr std::string_view kCardFunctions = R"SQL(
+-- The seal of a card: the first half of an HMAC-SHA256 under the session's key over the card
+-- number, the stored balance and the points written as the system writes numbers (15 significant
+-- digits, no trailing zeros), and the head of its ledger once it has one; null without a key.
 CREATE EXTENSION IF NOT EXISTS pgcrypto;
 CREATE FUNCTION ormex_number_text(x double precision) RETURNS text
 LANGUAGE sql IMMUTABLE AS $$
     SELECT CASE WHEN x IS NULL OR x = 0 THEN '0' ELSE trim_scale(x::numeric)::text END
 $$;
-CREATE FUNCTION ormex_seal(card text, stored text, accumulated double precision, used double precision)
-RETURNS text LANGUAGE plpgsql STABLE AS $$
+CREATE FUNCTION ormex_keyed_hash(message text) RETURNS text
+LANGUAGE plpgsql STABLE AS $$
 DECLARE
     k text := coalesce(current_setting('ormex.seal_key', true), '');
 BEGIN
     IF k = '' THEN
         RETURN NULL;
     END IF;
-    RETURN encode(substring(hmac(convert_to(coalesce(card, '') || chr(31) || coalesce(stored, '') || chr(31) ||
-                                            ormex_number_text(accumulated) || chr(31) || ormex_number_text(used),
-                                            'UTF8'),
-                                 decode(k, 'hex'), 'sha256') from 1 for 16), 'hex');
+    RETURN encode(substring(hmac(convert_to(message, 'UTF8'), decode(k, 'hex'), 'sha256') from 1 for 16), 'hex');
 END
+$$;
+CREATE FUNCTION ormex_seal(card text, stored text, accumulated double precision, used double precision,
+                           ledger_seq bigint, ledger_hash text)
+RETURNS text LANGUAGE sql STABLE AS $$
+    SELECT ormex_keyed_hash(coalesce(card, '') || chr(31) || coalesce(stored, '') || chr(31) ||
+                            ormex_number_text(accumulated) || chr(31) || ormex_number_text(used) ||
+                            CASE WHEN coalesce(ledger_seq, 0) = 0 AND coalesce(ledger_hash, '') = '' THEN ''
+                                 ELSE chr(31) || ledger_seq::text || chr(31) || coalesce(ledger_hash, '') END)
 $$;
 -- A connection with the key seals what it writes and refuses to change a card that does not match
 -- its seal; any other connection leaves the seal as it was.
@@ -164,21 +180,81 @@ BEGIN
         RETURN NEW;
     END IF;
     IF TG_OP = 'UPDATE' AND OLD.fseal IS DISTINCT FROM
-            ormex_seal(OLD.fcardid, OLD.fresidualamt, OLD.faccnum, OLD.fdecnum) THEN
+            ormex_seal(OLD.fcardid, OLD.fresidualamt, OLD.faccnum, OLD.fdecnum, OLD.fledgerseq, OLD.fledgerhash) THEN
         RAISE EXCEPTION '会员卡的余额或积分与校验码不符（可能被非法修改），请联系管理员核查';
     END IF;
-    NEW.fseal := ormex_seal(NEW.fcardid, NEW.fresidualamt, NEW.faccnum, NEW.fdecnum);
+    NEW.fseal := ormex_seal(NEW.fcardid, NEW.fresidualamt, NEW.faccnum, NEW.fdecnum, NEW.fledgerseq, NEW.fledgerhash);
     RETURN NEW;
 END
 $$;
-CREATE TRIGGER ormex_seal BEFORE INSERT OR UPDATE OF fcardid, fresidualamt, faccnum, fdecnum
+CREATE TRIGGER ormex_seal BEFORE INSERT OR UPDATE OF fcardid, fresidualamt, faccnum, fdecnum, fledgerseq, fledgerhash
     ON t_pos_viprecord FOR EACH ROW EXECUTE FUNCTION ormex_seal_row();
 
--- datediff(day, a, b): the days from a's date to b's, the times of day left out.
-CREATE FUNCTION ormex_datediff_day(a text, b text) RETURNS bigint
-LANGUAGE sql IMMUTABLE STRICT AS $$
-    SELECT (b::timestamp::date - a::timestamp::date)::bigint
+-- A value as a link of the ledger covers it: numbers as the system writes them, null as \N.
+CREATE FUNCTION ormex_canonical(v bigint) RETURNS text LANGUAGE sql IMMUTABLE AS $$
+    SELECT coalesce(v::text, '\N')
 $$;
+CREATE FUNCTION ormex_canonical(v double precision) RETURNS text LANGUAGE sql IMMUTABLE AS $$
+    SELECT CASE WHEN v IS NULL THEN '\N' ELSE ormex_number_text(v) END
+$$;
+CREATE FUNCTION ormex_canonical(v text) RETURNS text LANGUAGE sql IMMUTABLE AS $$
+    SELECT coalesce(v, '\N')
+$$;
+-- What a link covers of a movement row: what it says happened (FComFlag, marked later by the data
+-- exchange, and the link itself left out).
+CREATE FUNCTION ormex_movement_body(r t_pos_vipgiftlist) RETURNS text LANGUAGE sql IMMUTABLE AS $$
+    SELECT concat_ws(chr(31), ormex_canonical(r.fid), ormex_canonical(r.fcardid::text),
+                     ormex_canonical(r.fbranchid), ormex_canonical(r.fbranchno::text), ormex_canonical(r.flag::text),
+                     ormex_canonical(r.fitemid), ormex_canonical(r.fitemnum), ormex_canonical(r.fvipnum),
+                     ormex_canonical(r.fvipplusamt), ormex_canonical(r.fuserid), ormex_canonical(r.foperdate),
+                     ormex_canonical(r.fauxpropid), ormex_canonical(r.memo::text))
+$$;
+CREATE FUNCTION ormex_movement_body(r t_pos_addmoneylist) RETURNS text LANGUAGE sql IMMUTABLE AS $$
+    SELECT concat_ws(chr(31), ormex_canonical(r.fid), ormex_canonical(r.fcardid::text),
+                     ormex_canonical(r.fplusamt), ormex_canonical(r.fuserid), ormex_canonical(r.foperdate),
+                     ormex_canonical(r.foldamt), ormex_canonical(r.fbranchid), ormex_canonical(r.fbranchno::text),
+                     ormex_canonical(r.other1::text), ormex_canonical(r.fplusrealamt),
+                     ormex_canonical(r.fresidualamt::text), ormex_canonical(r.fbalancestyle))
+$$;
+-- The link of a movement: over the previous link, its sequence number, its table and its content.
+CREATE FUNCTION ormex_chain(previous text, seq bigint, tag text, body text) RETURNS text
+LANGUAGE sql STABLE AS $$
+    SELECT ormex_keyed_hash(coalesce(previous, '') || chr(31) || seq::text || chr(31) || tag || chr(31) || body)
+$$;
+-- Each movement row moves its card's head on by one link (the card's seal trigger checks and
+-- renews the seal) and takes its sequence number and link from it.
+CREATE FUNCTION ormex_chain_points() RETURNS trigger
+LANGUAGE plpgsql AS $$
+BEGIN
+    IF coalesce(current_setting('ormex.seal_key', true), '') = '' THEN
+        RETURN NEW;
+    END IF;
+    UPDATE t_pos_viprecord
+       SET fledgerseq = fledgerseq + 1,
+           fledgerhash = ormex_chain(fledgerhash, fledgerseq + 1, 'P', ormex_movement_body(NEW))
+     WHERE fcardid = NEW.fcardid
+    RETURNING fledgerseq, fledgerhash INTO NEW.fseq, NEW.fchain;
+    RETURN NEW;
+END
+$$;
+CREATE FUNCTION ormex_chain_money() RETURNS trigger
+LANGUAGE plpgsql AS $$
+BEGIN
+    IF coalesce(current_setting('ormex.seal_key', true), '') = '' THEN
+        RETURN NEW;
+    END IF;
+    UPDATE t_pos_viprecord
+       SET fledgerseq = fledgerseq + 1,
+           fledgerhash = ormex_chain(fledgerhash, fledgerseq + 1, 'M', ormex_movement_body(NEW))
+     WHERE fcardid = NEW.fcardid
+    RETURNING fledgerseq, fledgerhash INTO NEW.fseq, NEW.fchain;
+    RETURN NEW;
+END
+$$;
+CREATE TRIGGER ormex_ledger_p BEFORE INSERT ON t_pos_vipgiftlist
+    FOR EACH ROW EXECUTE FUNCTION ormex_chain_points();
+CREATE TRIGGER ormex_ledger_m BEFORE INSERT ON t_pos_addmoneylist
+    FOR EACH ROW EXECUTE FUNCTION ormex_chain_money();
 )SQL";
 
 } // namespace
@@ -222,7 +298,13 @@ std::string translateSchemaToPostgres(std::string_view sqliteSchema)
 void applySchema(PgDatabase& db)
 {
     db.executeNative(translateSchemaToPostgres(kSchemaSql) + std::string(kFunctions) +
+                     std::string(kCardFunctions) +
                      schemaVersionRecord(currentSchemaVersion(), kCreatedVersion));
+}
+
+std::string_view pgCardFunctions()
+{
+    return kCardFunctions;
 }
 
 bool hasSchema(PgDatabase& db)

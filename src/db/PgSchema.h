@@ -22,6 +22,10 @@ std::string translateSchemaToPostgres(std::string_view sqliteSchema);
 // (nothing created).
 void applySchema(PgDatabase& db);
 
+// The functions and triggers that seal the cards and chain their movements (CardSeal.h,
+// CardLedger.h), as a new database gets them; a schema step that changes them installs them anew.
+std::string_view pgCardFunctions();
+
 // True when the database holds the member-card tables.
 bool hasSchema(PgDatabase& db);
 

@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "CardLedger.h"
+#include "CardSeal.h"
 #include "Operators.h"
 #include "PgSchema.h"
 #include "SqliteStatement.h"
@@ -212,6 +214,103 @@ void toHeldChangesOnPostgres(PgDatabase& db)
     db.executeNative(sql + "ALTER TABLE t_HqOutbox DROP COLUMN FChecks;");
 }
 
+// ---- Version 3: the movement ledger of each card -------------------------------------------------
+
+constexpr std::string_view kLedger = R"SQL(
+ALTER TABLE T_Pos_VipRecord ADD COLUMN FLedgerSeq INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE T_Pos_VipRecord ADD COLUMN FLedgerHash TEXT COLLATE BINARY NOT NULL DEFAULT '';
+ALTER TABLE T_Pos_VipGiftList ADD COLUMN FSeq INTEGER;
+ALTER TABLE T_Pos_VipGiftList ADD COLUMN FChain TEXT COLLATE BINARY;
+ALTER TABLE T_Pos_AddMoneyList ADD COLUMN FSeq INTEGER;
+ALTER TABLE T_Pos_AddMoneyList ADD COLUMN FChain TEXT COLLATE BINARY;
+CREATE TABLE t_CardLedgerStart (
+    FCardId       TEXT COLLATE NOCASE PRIMARY KEY,
+    FSeq          INTEGER NOT NULL,
+    FResidualAmt  TEXT COLLATE BINARY,
+    FAccNum       REAL NOT NULL DEFAULT 0,
+    FDecNum       REAL NOT NULL DEFAULT 0,
+    FDate         TEXT,
+    FReason       TEXT COLLATE NOCASE,
+    FHash         TEXT COLLATE BINARY NOT NULL
+);
+CREATE TABLE t_BranchLedgerHead (
+    FBranchNo  TEXT COLLATE NOCASE NOT NULL,
+    FCardId    TEXT COLLATE NOCASE NOT NULL,
+    FSeq       INTEGER NOT NULL,
+    FHash      TEXT COLLATE BINARY NOT NULL,
+    FDate      TEXT,
+    PRIMARY KEY (FBranchNo, FCardId)
+);
+)SQL";
+
+// The chains of the cards start from the cards as they stand, their movements linked in the order
+// they were written; a card that does not match its seal is started when an administrator accepts
+// it. Starting needs the seal key: without it the step fails and the database stays as it was.
+void toLedgerOnSqlite(Database& db)
+{
+    if (!db.sealsCards())
+        throw std::runtime_error(
+            "the movement ledger is started with the seal key: give the settings that hold it");
+    db.executeNative(kLedger);
+    renewSealing(db);
+    startLedgers(db, {}, "建立账本时的余额和积分");
+}
+
+// Headquarters on PostgreSQL seals with the ledger's head and chains its movements as the branches
+// do; its chains start the same way, in the session that was given the key.
+constexpr std::string_view kStartLedgersOnPostgres = R"SQL(
+DO $$
+DECLARE
+    c record;
+    m record;
+    previous text;
+    seq bigint;
+    started text;
+BEGIN
+    IF coalesce(current_setting('ormex.seal_key', true), '') = '' THEN
+        RAISE EXCEPTION 'the movement ledger is started with the seal key: give the settings that hold it';
+    END IF;
+    FOR c IN SELECT fcardid, fresidualamt, faccnum, fdecnum FROM t_pos_viprecord
+              WHERE fseal = ormex_seal(fcardid, fresidualamt, faccnum, fdecnum, fledgerseq, fledgerhash) LOOP
+        previous := '';
+        seq := 0;
+        FOR m IN SELECT * FROM (
+                     SELECT 'P' AS tag, g.fid, g.fseq, g.foperdate, ormex_movement_body(g) AS body
+                       FROM t_pos_vipgiftlist g WHERE g.fcardid = c.fcardid
+                     UNION ALL
+                     SELECT 'M', a.fid, a.fseq, a.foperdate, ormex_movement_body(a)
+                       FROM t_pos_addmoneylist a WHERE a.fcardid = c.fcardid) x
+                  ORDER BY x.fseq IS NULL, x.fseq, x.foperdate COLLATE "C", x.tag, x.fid LOOP
+            seq := seq + 1;
+            previous := ormex_chain(previous, seq, m.tag, m.body);
+            IF m.tag = 'P' THEN
+                UPDATE t_pos_vipgiftlist SET fseq = seq, fchain = previous WHERE fid = m.fid;
+            ELSE
+                UPDATE t_pos_addmoneylist SET fseq = seq, fchain = previous WHERE fid = m.fid;
+            END IF;
+        END LOOP;
+        started := ormex_keyed_hash('start' || chr(31) || c.fcardid::text || chr(31) || seq::text || chr(31) ||
+                                    coalesce(c.fresidualamt, '') || chr(31) || ormex_number_text(c.faccnum) ||
+                                    chr(31) || ormex_number_text(c.fdecnum) || chr(31) || previous);
+        INSERT INTO t_cardledgerstart (fcardid, fseq, fresidualamt, faccnum, fdecnum, fdate, freason, fhash)
+        VALUES (c.fcardid, seq, c.fresidualamt, c.faccnum, c.fdecnum, ormex_getdate(), '建立账本时的余额和积分',
+                started);
+        UPDATE t_pos_viprecord SET fledgerseq = seq, fledgerhash = started WHERE fcardid = c.fcardid;
+    END LOOP;
+END
+$$;
+)SQL";
+
+void toLedgerOnPostgres(PgDatabase& db)
+{
+    db.executeNative(translateSchemaToPostgres(kLedger) +
+                     "DROP TRIGGER ormex_seal ON t_pos_viprecord;\n"
+                     "DROP FUNCTION ormex_seal_row();\n"
+                     "DROP FUNCTION ormex_seal(text, text, double precision, double precision);\n"
+                     "DROP FUNCTION ormex_number_text(double precision);\n" +
+                     std::string(pgCardFunctions()) + std::string(kStartLedgersOnPostgres));
+}
+
 } // namespace
 
 const std::vector<SchemaStep>& schemaSteps()
@@ -229,7 +328,12 @@ const std::vector<SchemaStep>& schemaSteps()
          {},
          &toHeldChangesOnSqlite,
          &toHeldChangesOnPostgres},
-        // The next step goes here: {3, "what it changes", R"SQL(ALTER TABLE … ADD COLUMN …;)SQL"},
+        {3,
+         "the movement ledger of each card: the sequence number and link of every points movement and "
+         "money-list row, the head of each card's chain under its seal, where each chain started, and "
+         "at headquarters the head of each branch's cards",
+         kLedger, &toLedgerOnSqlite, &toLedgerOnPostgres},
+        // The next step goes here: {4, "what it changes", R"SQL(ALTER TABLE … ADD COLUMN …;)SQL"},
     };
     return steps;
 }

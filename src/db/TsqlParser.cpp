@@ -573,11 +573,13 @@ private:
         if (where == end && !note(start, end)) return {};
         if (!any) return {};
         std::string text =
-            translate(set, where) + ",FSeal=ormex_seal_next(FSeal,FCardId,FResidualAmt,FAccNum,FDecNum";
+            translate(set, where) +
+            ",FSeal=ormex_seal_next(FSeal,FCardId,FResidualAmt,FAccNum,FDecNum,FLedgerSeq,FLedgerHash";
         for (std::size_t c = 0; c < kSealed.size(); ++c)
             text += assigned[c].second ? ",(" + translate(assigned[c].first, assigned[c].second) + ")"
                                        : "," + std::string(kSealed[c]);
-        text += ")";
+        // The ledger head is the chain's (CardLedger.h): the system's statements never write it.
+        text += ",FLedgerSeq,FLedgerHash)";
         if (where < end) text += " " + translate(where, end);
         return text;
     }

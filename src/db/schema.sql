@@ -46,7 +46,9 @@ CREATE TABLE T_Pos_VipRecord (
     favor          TEXT COLLATE NOCASE,
     memo           TEXT COLLATE NOCASE,
     nation         TEXT COLLATE NOCASE,
-    FSeal          TEXT COLLATE BINARY     -- keyed hash of FCardId, FResidualAmt, FAccNum, FDecNum
+    FSeal          TEXT COLLATE BINARY,    -- keyed hash of FCardId, FResidualAmt, FAccNum, FDecNum and the ledger head
+    FLedgerSeq     INTEGER NOT NULL DEFAULT 0,            -- the head of the card's movement ledger:
+    FLedgerHash    TEXT COLLATE BINARY NOT NULL DEFAULT '' -- its last sequence number and link
 );
 CREATE INDEX IX_VipRecord_Mobile ON T_Pos_VipRecord (mobile);
 CREATE INDEX IX_VipRecord_Flowno ON T_Pos_VipRecord (FCardFlowno);
@@ -132,7 +134,9 @@ CREATE TABLE T_Pos_VipGiftList (
     FOperDate    TEXT,
     FAuxPropID   INTEGER DEFAULT 0,
     memo         TEXT COLLATE NOCASE,
-    FComFlag     INTEGER DEFAULT 0
+    FComFlag     INTEGER DEFAULT 0,
+    FSeq         INTEGER,            -- the card's movement ledger: the row's sequence number
+    FChain       TEXT COLLATE BINARY -- and its link (CardLedger.h)
 );
 CREATE INDEX IX_VipGiftList_Card ON T_Pos_VipGiftList (FCardId);
 
@@ -191,7 +195,9 @@ CREATE TABLE T_Pos_AddMoneyList (
     FPlusRealAmt  REAL DEFAULT 0,
     FResidualAmt  TEXT COLLATE NOCASE,
     FBalanceStyle INTEGER,
-    FComFlag      TEXT COLLATE NOCASE DEFAULT '1'
+    FComFlag      TEXT COLLATE NOCASE DEFAULT '1',
+    FSeq          INTEGER,            -- the card's movement ledger: the row's sequence number
+    FChain        TEXT COLLATE BINARY -- and its link (CardLedger.h)
 );
 CREATE INDEX IX_AddMoneyList_Card ON T_Pos_AddMoneyList (FCardId, other1);
 
@@ -321,6 +327,32 @@ CREATE TABLE t_HqReplay (
     FDigest    TEXT COLLATE BINARY, -- fingerprint of the replayed text
     FDate      TEXT,
     PRIMARY KEY (FOrigin, FSeq)
+);
+
+-- Where a card's movement ledger starts when it does not start with the card: an older database
+-- brought to the ledger, or a card an administrator accepted as it stood. FSeq is the last
+-- movement before the start; the values are the card's then; FHash links them to that movement.
+CREATE TABLE t_CardLedgerStart (
+    FCardId       TEXT COLLATE NOCASE PRIMARY KEY,
+    FSeq          INTEGER NOT NULL,
+    FResidualAmt  TEXT COLLATE BINARY,
+    FAccNum       REAL NOT NULL DEFAULT 0,
+    FDecNum       REAL NOT NULL DEFAULT 0,
+    FDate         TEXT,
+    FReason       TEXT COLLATE NOCASE,
+    FHash         TEXT COLLATE BINARY NOT NULL
+);
+
+-- Headquarters: the head of each card's movement ledger at each branch, as the branch last sent it
+-- with a replay. A branch whose card is behind what headquarters saw was put back from an older
+-- copy of its database.
+CREATE TABLE t_BranchLedgerHead (
+    FBranchNo  TEXT COLLATE NOCASE NOT NULL,
+    FCardId    TEXT COLLATE NOCASE NOT NULL,
+    FSeq       INTEGER NOT NULL,
+    FHash      TEXT COLLATE BINARY NOT NULL,
+    FDate      TEXT,
+    PRIMARY KEY (FBranchNo, FCardId)
 );
 
 -- The operation log of one card, newest first (the card history).

@@ -37,13 +37,17 @@ void seedTwoCards(test::TestDatabase& t)
 TEST(CardSeal, IsTheFirstHalfOfTheHmacOfTheCardsValues)
 {
     // Independently: Python's hmac.new(key, b"C100\x1f9<?GGI\x1f300\x1f100", sha256).
-    EXPECT_EQ(db::cardSeal(test::testSealKey(), "C100", "9<?GGI", 300, 100),
+    EXPECT_EQ(db::cardSeal(test::testSealKey(), {"C100", "9<?GGI", 300, 100}),
               "15759e64e487d06a49fdda2eb1e1cd3f");
-    EXPECT_EQ(db::cardSeal(test::testSealKey(), "卡1", "", 0.1 + 0.2, -0.0),
+    EXPECT_EQ(db::cardSeal(test::testSealKey(), {"卡1", "", 0.1 + 0.2, -0.0}),
               "4515bdd29eac1f29b00b2be7b039c280")
         << "numbers as the system writes them";
-    EXPECT_NE(db::cardSeal(test::testSealKey(), "C100", "9<?GGI", 300, 101),
-              db::cardSeal(test::testSealKey(), "C100", "9<?GGI", 300, 100));
+    EXPECT_NE(db::cardSeal(test::testSealKey(), {"C100", "9<?GGI", 300, 101}),
+              db::cardSeal(test::testSealKey(), {"C100", "9<?GGI", 300, 100}));
+    // Python: hmac.new(key, b"C100\x1f9<?GGI\x1f300\x1f100\x1f2\x1fab", sha256), the ledger head after
+    // the values once the card's movements are chained.
+    EXPECT_EQ(db::cardSeal(test::testSealKey(), {"C100", "9<?GGI", 300, 100, 2, "ab"}),
+              "5c38d293f25b278917ee0427d66a857b");
 
     const db::SealKey key = db::newSealKey();
     EXPECT_EQ(db::parseSealKey(db::sealKeyText(key)), key);
@@ -64,7 +68,7 @@ TEST(CardSeal, TheSystemsWritesKeepEveryCardSealed)
                    "update T_Pos_VipRecord set FCardId='C102' where FCardId='C101'");
     EXPECT_TRUE(brokenCards(t.db()).empty());
     EXPECT_EQ(t.scalar("select FSeal from T_Pos_VipRecord where FCardId='C100'").toString(),
-              db::cardSeal(test::testSealKey(), "C100", platform::encodeBalance("88.5"), 310, 100));
+              db::cardSeal(test::testSealKey(), {"C100", platform::encodeBalance("88.5"), 310, 100}));
     // Native SQL of a connection that asked for it is sealed by its trigger.
     t.exec("update T_Pos_VipRecord set FAccNum=FAccNum*2 where FCardId='C100'");
     EXPECT_TRUE(brokenCards(t.db()).empty());
@@ -75,11 +79,13 @@ TEST(CardSeal, OnlyUpdatesOfTheSealedColumnsWriteTheSeal)
     const auto translated = [](const std::string& statement) {
         return db::parseBatch(statement, db::SqliteDialect::instance(), true).shapes.at(0);
     };
-    EXPECT_EQ(translated("update T_Pos_VipRecord set FDecNum=case when 5>10 then 10 else 5 end,FAccNum= 10 "
-                         "where FCardId='X'"),
-              "UPDATE T_Pos_VipRecord set FDecNum = case when ?1 > ?2 then ?3 else ?4 end , FAccNum = ?5,"
-              "FSeal=ormex_seal_next(FSeal,FCardId,FResidualAmt,FAccNum,FDecNum,FCardId,FResidualAmt,(?6),"
-              "(case when ?7 > ?8 then ?9 else ?10 end)) where FCardId = ?11");
+    EXPECT_EQ(
+        translated("update T_Pos_VipRecord set FDecNum=case when 5>10 then 10 else 5 end,FAccNum= 10 "
+                   "where FCardId='X'"),
+        "UPDATE T_Pos_VipRecord set FDecNum = case when ?1 > ?2 then ?3 else ?4 end , FAccNum = ?5,"
+        "FSeal=ormex_seal_next(FSeal,FCardId,FResidualAmt,FAccNum,FDecNum,FLedgerSeq,FLedgerHash,FCardId,"
+        "FResidualAmt,(?6),(case when ?7 > ?8 then ?9 else ?10 end),FLedgerSeq,FLedgerHash) where FCardId = "
+        "?11");
     EXPECT_EQ(translated("update T_Pos_VipRecord set FCardStatus='2' where FCardId='X'"),
               "UPDATE T_Pos_VipRecord set FCardStatus = ?1 where FCardId = ?2");
     EXPECT_EQ(translated("update T_Pos_VipConsume set FAccNum=1"),

@@ -11,6 +11,7 @@
 #include "db/SharedDatabases.h"
 #include "support/PgTestDatabase.h"
 #include "support/SchemaFixture.h"
+#include "support/TestDatabase.h"
 
 using namespace ormex;
 
@@ -22,6 +23,7 @@ protected:
     void SetUp() override
     {
         if (test::pgClusterUrl().empty()) GTEST_SKIP() << "ORMEX_PG_CLUSTER is not set (run through ctest)";
+        test::useTestSealKey(); // the ledger's step starts the cards' chains in a session with the key
     }
 };
 

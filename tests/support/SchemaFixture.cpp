@@ -136,7 +136,11 @@ std::vector<std::string> movedQueuedChecks()
 void withoutMovedColumns(TableColumns& columns)
 {
     for (auto& [table, names] : columns)
-        std::erase_if(names, [](const std::string& name) { return platform::iequals(name, "FChecks"); });
+        std::erase_if(names, [&](const std::string& name) {
+            // The seal of a card covers the head of its ledger once the chain starts.
+            return platform::iequals(name, "FChecks") ||
+                   (platform::iequals(table, "T_Pos_VipRecord") && platform::iequals(name, "FSeal"));
+        });
 }
 
 TableRows rowsOf(db::Database& db, const TableColumns& columns)

@@ -37,8 +37,9 @@ TableRows rowsOf(db::PgDatabase& db, const TableColumns& columns);
 // become.
 std::string oldQueuedChecksSql(bool postgres);
 std::vector<std::string> movedQueuedChecks();
-// `columns` without the columns a later version moved to tables of their own, so that the rows
-// before and after an upgrade compare.
+// `columns` without the columns a later version moved to tables of their own or rewrote (the card
+// seal, which covers the head of the card's ledger once its chain starts), so that the rows before
+// and after an upgrade compare.
 void withoutMovedColumns(TableColumns& columns);
 
 // The shape of a database: per table its columns (name, type, not null, default, key) in order and

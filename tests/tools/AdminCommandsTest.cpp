@@ -81,6 +81,14 @@ TEST_F(AdminCommands, FailuresExplainThemselvesAndChangeNothing)
 TEST_F(AdminCommands, UpgradeBringsAnOlderFileToThisBuildAndANewerOneIsRefused)
 {
     const std::string current = std::to_string(ormex::db::currentSchemaVersion());
+    std::filesystem::create_directory(dir + "/bare");
+    const std::string bare = dir + "/bare/older.db";
+    ormex::test::makeFirstVersionDatabase(bare);
+    EXPECT_NE(run({"upgrade", bare}).err.find("the movement ledger is started with the seal key"),
+              std::string::npos)
+        << "without the key beside the database the cards' chains cannot start";
+
+    ASSERT_EQ(run({"create", dir + "/keyed.db"}).code, 0) << "writes host.conf with a key";
     const std::string older = dir + "/older.db";
     ormex::test::makeFirstVersionDatabase(older);
     const Result upgraded = run({"upgrade", older});

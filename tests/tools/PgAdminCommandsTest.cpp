@@ -95,7 +95,10 @@ TEST(PgAdminCommands, OnlyUpgradeTakesAnOlderHeadquarters)
               std::string::npos)
         << refused.err;
 
-    const Result upgraded = run({"upgrade", pg.url()});
+    // The ledger's step starts the cards' chains with the seal key of the settings given.
+    const std::string settings = ::testing::TempDir() + "/upgrade-host.conf";
+    std::ofstream(settings) << "seal-key=" << ormex::db::sealKeyText(ormex::test::testSealKey()) << "\n";
+    const Result upgraded = run({"upgrade", pg.url(), "--config", settings});
     ASSERT_EQ(upgraded.code, 0) << upgraded.err;
     EXPECT_TRUE(
         upgraded.out.starts_with("upgraded " + pg.url() + " from schema version 0 to " + current + ":\n"))

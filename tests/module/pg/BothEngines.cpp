@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <map>
 
+#include "db/CardLedger.h"
 #include "db/CardSeal.h"
 #include "db/DemoData.h"
 #include "db/LargeData.h"
@@ -151,6 +152,8 @@ void BothEngines::SetUp()
     db::seedDemo(sqlite(), db::DemoRole::Branch);
     db::generateCards(sqlite(), 500); // balances of every size, encoded as the screens read them
     m_sqlite->exec(situationRows());
+    // The card those rows make holds values no movement explains: its ledger starts from them.
+    db::startLedgers(sqlite(), {kMixedCaseCard}, "开户余额");
 
     m_pg = std::make_unique<PgTestDatabase>();
     db::applySchema(pg());
@@ -273,6 +276,10 @@ std::size_t BothEngines::expectSameRows()
                                     << broken.front().card
                                     << (engine == &pg() ? " on PostgreSQL" : " on SQLite");
     }
+    // And every card's movements stay chained (the same rows on PostgreSQL, compared above).
+    const auto findings = db::ledgerFindings(sqlite());
+    EXPECT_TRUE(findings.empty()) << findings.size() << " findings of the movement ledger, the first "
+                                  << findings.front().card << ": " << findings.front().text;
     return compared;
 }
 
