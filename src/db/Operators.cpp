@@ -91,6 +91,7 @@ const std::vector<RightInfo>& rightsCatalogue()
         {"hy0015", "会员卡负数充值（扣减余额）"},
         {"hy0016", "积分转储值"},
         {"hy0017", "处理总部拒收的变更"},
+        {"hy0018", "管理命令写入数据库"},
     };
     return rights;
 }

@@ -229,7 +229,14 @@ const std::vector<SchemaStep>& schemaSteps()
          {},
          &toHeldChangesOnSqlite,
          &toHeldChangesOnPostgres},
-        // The next step goes here: {3, "what it changes", R"SQL(ALTER TABLE … ADD COLUMN …;)SQL"},
+        // Operators log in to SQLite files only: headquarters on PostgreSQL has nothing to change.
+        {3,
+         "the right to write a database with the administration command ormex-db (hy0018), for the "
+         "standard administrator role",
+         {},
+         &upgradeRights,
+         nullptr},
+        // The next step goes here: {4, "what it changes", R"SQL(ALTER TABLE … ADD COLUMN …;)SQL"},
     };
     return steps;
 }
