@@ -268,6 +268,15 @@ bool hasRight(Database& db, int userId, const std::string& code)
                .toInt() > 0;
 }
 
+bool someoneHolds(Database& db, const std::string& code)
+{
+    return db.query("select count(*) as n from t_User u join t_RoleRight r on r.FRoleId=u.FRoleId where "
+                    "u.FDisabled=0 and r.FRightCode=" +
+                    quoted(code))
+               .field("n")
+               .toInt() > 0;
+}
+
 void logRefusedRight(Database& db, int userId, const std::string& code, const std::string& item,
                      const std::string& machine)
 {
