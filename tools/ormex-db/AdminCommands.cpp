@@ -8,6 +8,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "BackupCommands.h"
 #include "CommandSupport.h"
 #include "OutboxCommands.h"
 #include "TablePrinter.h"
@@ -81,12 +82,20 @@ const char* const kUsage =
     "                                             between the branch and headquarters, with the queued\n"
     "                                             changes that explain them; exit status 1 when a\n"
     "                                             difference is unexplained\n"
+    "  ormex-db backup <db> <file>                a copy of the database as it stands, taken while\n"
+    "                                             the tills work; an existing file is never replaced\n"
+    "  ormex-db restore <file> <db> [--hq <headquarters>]\n"
+    "                                             put a backup in the database's place, once it opens\n"
+    "                                             with a schema this build takes and every card\n"
+    "                                             matches its seal (nothing is changed otherwise);\n"
+    "                                             --hq compares the restored branch with headquarters:\n"
+    "                                             exit status 3 when a difference is unexplained\n"
     "  ormex-db --help                            this text\n"
     "\n"
     "report, import-cards and verify --accept act for an operator: --user <login>, whose password\n"
     "is asked for (or taken from ORMEX_PASSWORD), and whose role must hold the right (hy0011 负债报表,\n"
     "hy0012 导入会员卡, hy0013 确认被改动的会员卡); so do outbox retry and discard (hy0017\n"
-    "处理总部拒收的变更), and run, generate and user add|passwd|grant (hy0018 管理命令写入数据库;\n"
+    "处理总部拒收的变更), and run, generate, restore and user add|passwd|grant (hy0018 管理命令写入数据库;\n"
     "user needs no operator while no active operator holds hy0018: the first administrator is being\n"
     "made). A new operator's password is asked for, or taken from ORMEX_NEW_PASSWORD (ORMEX_PASSWORD\n"
     "only while nobody logs in for the command). seed only fills a new database: no cards, no operators.\n"
@@ -241,6 +250,8 @@ int run(std::vector<std::string> a, std::ostream& out, std::ostream& notes)
         return 0;
     }
     const std::string& command = a[0];
+    // Headquarters to compare a restored branch with (a file or a URL); demo's --hq is its own.
+    const std::string headquarters = command == "restore" ? takeOption(a, "--hq") : "";
     auto need = [&](std::size_t n) {
         if (a.size() != n) throw UsageError("wrong arguments for '" + command + "'");
     };
@@ -250,15 +261,15 @@ int run(std::vector<std::string> a, std::ostream& out, std::ostream& notes)
             command != "reconcile")
             throw db::DbError("'" + command + "' does not work on a PostgreSQL database");
     // The database the command works on, and the key its cards are sealed with.
-    const std::string location =
-        command == "report" || command == "user" || command == "outbox" || command == "reconcile"
-            ? (a.size() > 2 ? a[2] : "")
-            : (a.size() > 1 ? a[1] : "");
+    const std::string location = command == "report" || command == "user" || command == "outbox" ||
+                                         command == "reconcile" || command == "restore"
+                                     ? (a.size() > 2 ? a[2] : "")
+                                     : (a.size() > 1 ? a[1] : "");
     std::optional<db::SealKey> key;
     if (command == "create" && !db::isPostgresUrl(location) && a.size() == 2)
         key = makeSealKey(settingsFor(location, config), out);
     else if (command == "seed" || command == "generate" || command == "run" || command == "import-cards" ||
-             command == "verify")
+             command == "verify" || command == "restore")
         key = needSealKey(settingsFor(location, config));
     else if (command != "demo")
         key = sealKeyIn(settingsFor(location, config));
@@ -439,6 +450,14 @@ int run(std::vector<std::string> a, std::ostream& out, std::ostream& notes)
             << (dryRun ? " (dry run: nothing written)\n" : "\n");
     } else if (command == "user") {
         return userCommand(a, user, out, notes);
+    } else if (command == "backup") {
+        return backupCommand(a, out, notes);
+    } else if (command == "restore") {
+        if (a.size() < 3) throw UsageError("restore takes <file> <db> --user <login> [--hq <headquarters>]");
+        const std::chrono::milliseconds hqDeadline = db::isPostgresUrl(headquarters)
+                                                         ? deadlineIn(settingsFor(headquarters, config))
+                                                         : db::PgDatabase::kDeadline;
+        return restoreCommand(a, {user, *key, headquarters, hqDeadline}, out, notes);
     } else if (command == "outbox") {
         return outboxCommand(a, user, out, notes);
     } else if (command == "reconcile") {
