@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -91,16 +92,15 @@ void copyPages(sqlite3* from, sqlite3* to)
 {
     sqlite3_backup* backup = sqlite3_backup_init(to, "main", from, "main");
     if (!backup) throwSqliteError(sqlite3_extended_errcode(to), sqlite3_errmsg(to));
-    constexpr int kPauseMs = 20;
-    int waited = 0;
+    using Clock = std::chrono::steady_clock;
+    auto givingUp = Clock::now() + Database::kBusyTimeout;
     int rc = SQLITE_OK;
     for (;;) {
         rc = sqlite3_backup_step(backup, kCopyPagesPerStep);
         if (rc == SQLITE_OK) {
-            waited = 0;
-        } else if ((rc == SQLITE_BUSY || rc == SQLITE_LOCKED) && waited < Database::kBusyTimeout.count()) {
-            sqlite3_sleep(kPauseMs);
-            waited += kPauseMs;
+            givingUp = Clock::now() + Database::kBusyTimeout;
+        } else if ((rc == SQLITE_BUSY || rc == SQLITE_LOCKED) && Clock::now() < givingUp) {
+            sqlite3_sleep(20);
         } else {
             break;
         }
