@@ -212,9 +212,4 @@ TEST_F(AdminWrites, AnOlderDatabaseGivesItsAdministratorTheRightWhenUpgraded)
               std::vector<std::string>{"admin"})
         << "the cashier role is not given it";
     EXPECT_EQ(rowsOf(db, "select max(FVersion) from t_SchemaVersion"), std::vector<std::string>{"3"});
-
-    // Taken from the administrator afterwards, it stays taken.
-    ASSERT_EQ(runCommand({"user", "grant", db, "admin", "hy0018", "--revoke", "--user", "admin"}).code, 0);
-    ASSERT_EQ(runCommand({"upgrade", db}).code, 0);
-    EXPECT_EQ(runCommand({"run", db, batch, "--user", "admin"}).code, 1);
 }
