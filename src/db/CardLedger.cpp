@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <map>
 #include <optional>
 
 #include "Database.h"
 #include "DbError.h"
 #include "KeyedHash.h"
+#include "PgDatabase.h"
 #include "SqliteStatement.h"
 #include "platform/BalanceCodec.h"
 #include "platform/Clock.h"
@@ -148,21 +150,54 @@ std::string chainTrigger(const MovementTable& t)
            " WHERE FID=NEW.FID; END;";
 }
 
+// The rows of a native query on either engine.
+struct NativeRows
+{
+    std::function<platform::Recordset(const std::string&)> query;
+    bool postgres = false;
+};
+
+NativeRows nativeRowsOf(TsqlDatabase& db)
+{
+    if (auto* pg = dynamic_cast<PgDatabase*>(&db))
+        return {[pg](const std::string& sql) { return pg->queryNative(sql); }, true};
+    auto& sqlite = dynamic_cast<Database&>(db);
+    return {[&sqlite](const std::string& sql) {
+                SqliteStatement stmt(sqlite.handle(), sql);
+                std::vector<std::string> columns;
+                for (int c = 0; c < stmt.columnCount(); ++c)
+                    columns.push_back(stmt.columnName(c));
+                std::vector<std::vector<platform::Value>> rows;
+                while (stmt.step()) {
+                    std::vector<platform::Value> row;
+                    for (int c = 0; c < stmt.columnCount(); ++c)
+                        row.push_back(stmt.column(c));
+                    rows.push_back(std::move(row));
+                }
+                return platform::Recordset(std::move(columns), std::move(rows));
+            },
+            false};
+}
+
 // Every movement row, in each card's order: its table, row, card, link, canonical content, and
 // what it changes (points: flag and FVipNum; money: FPlusAmt and other1). Cards are compared
-// without regard to case, as the card numbers are.
-std::string movementsSql(const std::string& cardCondition)
+// without regard to case, as the card numbers are; dates in the order of their characters.
+std::string movementsSql(const std::string& cardCondition, bool postgres)
 {
     std::string sql;
     for (const MovementTable& t : kMovementTables) {
         const bool points = std::string_view(t.tag) == "P";
+        const std::string body = postgres ? std::string("ormex_movement_body(r)")
+                                          : std::string("ormex_canonical(") + t.columns + ")";
         sql += std::string(sql.empty() ? "" : " UNION ALL ") + "SELECT '" + t.tag +
-               "' AS tag, FID, FCardId, FSeq, FChain, FOperDate, ormex_canonical(" + t.columns +
-               ") AS body, " + (points ? "flag, FVipNum, NULL, NULL" : "NULL, NULL, FPlusAmt, other1") +
-               " FROM " + t.table + cardCondition;
+               "' AS tag, FID, FCardId, FSeq, FChain, FOperDate, " + body + " AS body, " +
+               (points ? "flag, FVipNum, NULL, NULL" : "NULL, NULL, FPlusAmt, other1") + " FROM " + t.table +
+               " r" + cardCondition;
     }
-    return "SELECT * FROM (" + sql +
-           ") ORDER BY FCardId COLLATE NOCASE, FSeq IS NULL, FSeq, FOperDate, tag, FID";
+    return "SELECT * FROM (" + sql + ") m ORDER BY " +
+           (postgres ? "lower(FCardId), FSeq IS NULL, FSeq, FOperDate COLLATE \"C\""
+                     : "FCardId COLLATE NOCASE, FSeq IS NULL, FSeq, FOperDate") +
+           ", tag, FID";
 }
 
 std::string inCondition(const std::vector<std::string>& cards)
@@ -185,46 +220,42 @@ struct Movement
     std::string memo;
 };
 
-std::map<std::string, std::vector<Movement>> readMovements(Database& db,
+std::map<std::string, std::vector<Movement>> readMovements(const NativeRows& native,
                                                            const std::vector<std::string>& cards)
 {
     std::map<std::string, std::vector<Movement>> byCard;
-    SqliteStatement rows(db.handle(), movementsSql(inCondition(cards)));
-    while (rows.step()) {
+    const platform::Recordset rows = native.query(movementsSql(inCondition(cards), native.postgres));
+    for (std::size_t r = 0; r < rows.recordCount(); ++r) {
         Movement m;
-        m.tag = rows.column(0).toString();
-        m.id = rows.column(1).toInt();
-        if (!rows.column(3).isNull()) m.seq = rows.column(3).toInt();
-        m.chain = rows.column(4).toString();
-        m.body = rows.column(6).toString();
-        m.flag = platform::trim(rows.column(7).toString());
-        m.points = rows.column(8);
-        m.amount = rows.column(9);
-        m.memo = rows.column(10).toString();
-        byCard[platform::toUpperAscii(rows.column(2).toString())].push_back(std::move(m));
+        m.tag = rows.cell(r, 0).toString();
+        m.id = rows.cell(r, 1).toInt();
+        if (!rows.cell(r, 3).isNull()) m.seq = rows.cell(r, 3).toInt();
+        m.chain = rows.cell(r, 4).toString();
+        m.body = rows.cell(r, 6).toString();
+        m.flag = platform::trim(rows.cell(r, 7).toString());
+        m.points = rows.cell(r, 8);
+        m.amount = rows.cell(r, 9);
+        m.memo = rows.cell(r, 10).toString();
+        byCard[platform::toUpperAscii(rows.cell(r, 2).toString())].push_back(std::move(m));
     }
     return byCard;
 }
 
-const KeyedHash& processHash()
+const SealKey& processKey()
 {
     const auto& key = sealKey();
     if (!key) throw DbError("the movement ledger needs the seal key");
-    thread_local std::optional<std::pair<unsigned long, std::unique_ptr<KeyedHash>>> cached;
-    if (!cached || cached->first != sealKeyGeneration())
-        cached.emplace(sealKeyGeneration(), std::make_unique<KeyedHash>(*key));
-    return *cached->second;
+    return *key;
 }
 
-bool isLinkedBranch(Database& db)
+bool isLinkedBranch(const NativeRows& native)
 {
-    SqliteStatement setting(db.handle(),
-                            "SELECT (SELECT FValue FROM t_SystemProfile WHERE lower(FCategory)='ic' AND"
-                            " lower(FKey)='is_branch'), (SELECT FValue FROM t_SystemProfile WHERE"
-                            " lower(FCategory)='vip' AND lower(FKey)='possavingserverdb')");
-    if (!setting.step()) return false;
-    return platform::trim(setting.column(0).toString()) == "1" &&
-           !platform::trim(setting.column(1).toString()).empty();
+    const platform::Recordset setting =
+        native.query("SELECT (SELECT FValue FROM t_SystemProfile WHERE lower(FCategory)='ic' AND"
+                     " lower(FKey)='is_branch'), (SELECT FValue FROM t_SystemProfile WHERE"
+                     " lower(FCategory)='vip' AND lower(FKey)='possavingserverdb')");
+    return !setting.empty() && platform::trim(setting.cell(0, 0).toString()) == "1" &&
+           !platform::trim(setting.cell(0, 1).toString()).empty();
 }
 
 struct Start
@@ -374,9 +405,9 @@ void installLedger(Database& db)
 long startLedgers(Database& db, const std::vector<std::string>& cards, const std::string& reason)
 {
     if (!db.sealsCards()) throw DbError("the movement ledger is started only by a connection that seals");
-    const KeyedHash& hash = processHash();
+    const KeyedHash hash(processKey());
     Database::Transaction transaction(db);
-    auto movements = readMovements(db, cards);
+    auto movements = readMovements(nativeRowsOf(db), cards);
     std::string condition = inCondition(cards);
     condition += std::string(condition.empty() ? " WHERE " : " AND ") +
                  "ormex_seal_holds(FSeal,FCardId,FResidualAmt,FAccNum,FDecNum,FLedgerSeq,FLedgerHash)";
@@ -451,28 +482,25 @@ long acceptCards(Database& db, const SealKey& key, const std::vector<std::string
     return static_cast<long>(accepted.size());
 }
 
-std::vector<LedgerFinding> ledgerFindings(Database& db)
+std::vector<LedgerFinding> ledgerFindings(TsqlDatabase& db)
 {
-    if (!db.sealsCards()) throw DbError("the movement ledger is checked only by a connection that seals");
-    const KeyedHash& hash = processHash();
-    const bool explain = !isLinkedBranch(db);
-    auto movements = readMovements(db, {});
+    const KeyedHash hash(processKey());
+    const NativeRows native = nativeRowsOf(db);
+    const bool explain = !isLinkedBranch(native);
+    auto movements = readMovements(native, {});
     std::map<std::string, Start> starts;
-    {
-        SqliteStatement rows(
-            db.handle(),
-            "SELECT FCardId, FSeq, FResidualAmt, FAccNum, FDecNum, FHash FROM t_CardLedgerStart");
-        while (rows.step())
-            starts[platform::toUpperAscii(rows.column(0).toString())] = {
-                rows.column(1).toInt(), rows.column(2).toString(), rows.column(3).toDouble(),
-                rows.column(4).toDouble(), rows.column(5).toString()};
-    }
+    const platform::Recordset startRows =
+        native.query("SELECT FCardId, FSeq, FResidualAmt, FAccNum, FDecNum, FHash FROM t_CardLedgerStart");
+    for (std::size_t r = 0; r < startRows.recordCount(); ++r)
+        starts[platform::toUpperAscii(startRows.cell(r, 0).toString())] = {
+            startRows.cell(r, 1).toInt(), startRows.cell(r, 2).toString(), startRows.cell(r, 3).toDouble(),
+            startRows.cell(r, 4).toDouble(), startRows.cell(r, 5).toString()};
     std::vector<LedgerFinding> findings;
-    SqliteStatement cards(db.handle(),
-                          "SELECT FCardId, FResidualAmt, FAccNum, FDecNum, FLedgerSeq, FLedgerHash"
-                          " FROM T_Pos_VipRecord ORDER BY FCardId");
-    while (cards.step()) {
-        const std::string card = cards.column(0).toString();
+    const platform::Recordset cards =
+        native.query("SELECT FCardId, FResidualAmt, FAccNum, FDecNum, FLedgerSeq, FLedgerHash FROM "
+                     "T_Pos_VipRecord ORDER BY FCardId");
+    for (std::size_t r = 0; r < cards.recordCount(); ++r) {
+        const std::string card = cards.cell(r, 0).toString();
         const std::string key = platform::toUpperAscii(card);
         std::optional<Start> start;
         if (const auto found = starts.find(key); found != starts.end()) start = found->second;
@@ -480,10 +508,10 @@ std::vector<LedgerFinding> ledgerFindings(Database& db)
         const auto found = movements.find(key);
         const auto [end, last] =
             check.walk(found == movements.end() ? std::vector<Movement>() : found->second, start, explain);
-        check.checkHead(cards.column(4).toInt(), cards.column(5).toString(), end, last);
+        check.checkHead(cards.cell(r, 4).toInt(), cards.cell(r, 5).toString(), end, last);
         if (explain)
-            check.checkValues(start, cards.column(1).toString(), cards.column(2).toDouble(),
-                              cards.column(3).toDouble());
+            check.checkValues(start, cards.cell(r, 1).toString(), cards.cell(r, 2).toDouble(),
+                              cards.cell(r, 3).toDouble());
         if (found != movements.end()) movements.erase(found);
     }
     // Movements of a card that is no longer here: the system marks a card deleted, it never

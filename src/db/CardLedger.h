@@ -29,6 +29,7 @@
 namespace ormex::db {
 
 class Database;
+class TsqlDatabase;
 
 // Registers the ledger functions and creates the triggers that chain the movements, on a
 // connection that seals (installSealing). Throws DbError.
@@ -56,8 +57,8 @@ struct LedgerFinding
 
 // Every break of a card's chain, and the cards whose balance or points are not explained by the
 // start of their chain and their movements (left out in a branch linked to headquarters, whose
-// cards take their values from there). Cards whose seal does not match are sealMismatches'. Needs a
-// connection that seals; throws DbError.
-std::vector<LedgerFinding> ledgerFindings(Database& db);
+// cards take their values from there). Cards whose seal does not match are sealMismatches'. Either
+// engine; needs this process's seal key. Throws DbError.
+std::vector<LedgerFinding> ledgerFindings(TsqlDatabase& db);
 
 } // namespace ormex::db

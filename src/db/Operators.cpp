@@ -91,6 +91,7 @@ const std::vector<RightInfo>& rightsCatalogue()
         {"hy0015", "会员卡负数充值（扣减余额）"},
         {"hy0016", "积分转储值"},
         {"hy0017", "处理总部拒收的变更"},
+        {"hy0018", "管理命令写入数据库"},
     };
     return rights;
 }
@@ -263,6 +264,15 @@ bool hasRight(Database& db, int userId, const std::string& code)
     return db.query("select count(*) as n from t_User u join t_RoleRight r on r.FRoleId=u.FRoleId where "
                     "u.FUserID=" +
                     std::to_string(userId) + " and u.FDisabled=0 and r.FRightCode=" + quoted(code))
+               .field("n")
+               .toInt() > 0;
+}
+
+bool someoneHolds(Database& db, const std::string& code)
+{
+    return db.query("select count(*) as n from t_User u join t_RoleRight r on r.FRoleId=u.FRoleId where "
+                    "u.FDisabled=0 and r.FRightCode=" +
+                    quoted(code))
                .field("n")
                .toInt() > 0;
 }

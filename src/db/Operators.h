@@ -70,6 +70,8 @@ LoginOutcome login(Database& db, const std::string& loginName, const std::string
 
 // True when the user is active and their role holds the right.
 bool hasRight(Database& db, int userId, const std::string& code);
+// True when an active user's role holds the right.
+bool someoneHolds(Database& db, const std::string& code);
 // Writes the refusal of a right to the operation log (the item the operation was for, if any).
 void logRefusedRight(Database& db, int userId, const std::string& code, const std::string& item,
                      const std::string& machine);

@@ -36,7 +36,7 @@ TEST(RightsUpgrade, AnOlderDatabaseGivesItsStandardRolesTheNewRightsOnce)
 
     auto& db = db::sharedDatabase(path); // opened as the host opens it
     EXPECT_EQ(rightsOf(db, "admin"), "hy0001 hy0002 hy0003 hy0004 hy0005 hy0006 hy0007 hy0008 hy0009 hy0010 "
-                                     "hy0012 hy0013 hy0014 hy0015 hy0016 hy0017")
+                                     "hy0012 hy0013 hy0014 hy0015 hy0016 hy0017 hy0018")
         << "the new rights, and the report stays taken";
     EXPECT_EQ(rightsOf(db, "cashier"), "hy0014");
     EXPECT_EQ(rightsOf(db, "manager"), "hy0008") << "other roles are granted by hand";

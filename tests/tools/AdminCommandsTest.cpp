@@ -29,12 +29,19 @@ protected:
     void TearDown() override
     {
         unsetenv("ORMEX_PASSWORD");
+        unsetenv("ORMEX_NEW_PASSWORD");
         ormex::test::removeFolder(dir);
     }
     // An administrator, admin, acts for the commands that need a right.
     void addAdmin(const std::string& db)
     {
         ASSERT_EQ(run({"user", "add", db, "admin", "--role", "管理员"}).code, 0);
+    }
+    // Runs a batch of rows for a test as admin.
+    Result runBatch(const std::string& db, const std::string& name, const std::string& sql)
+    {
+        std::ofstream(dir + "/" + name) << sql;
+        return run({"run", db, dir + "/" + name, "--user", "admin"});
     }
 };
 
@@ -45,10 +52,12 @@ TEST_F(AdminCommands, CreateRunAndQuery)
     const std::string db = dir + "/a.db";
     EXPECT_EQ(run({"create", db}).code, 0);
     EXPECT_EQ(run({"create", db}).code, 1) << "an existing database is never overwritten";
-    std::ofstream(dir + "/batch.sql")
-        << "insert into T_Pos_VipType (FTypeId,type_name) values ('01','金卡')\r\n"
-           "update T_Pos_VipType set FSavingFlag=1 where FTypeId='01'";
-    EXPECT_EQ(run({"run", db, dir + "/batch.sql"}).code, 0);
+    addAdmin(db);
+    EXPECT_EQ(runBatch(db, "batch.sql",
+                       "insert into T_Pos_VipType (FTypeId,type_name) values ('01','金卡')\r\n"
+                       "update T_Pos_VipType set FSavingFlag=1 where FTypeId='01'")
+                  .code,
+              0);
     const Result query = run({"query", db, "select FTypeId,type_name,FSavingFlag from T_Pos_VipType"});
     EXPECT_EQ(query.code, 0);
     EXPECT_EQ(query.out, "FTypeId | type_name | FSavingFlag\n"
@@ -61,9 +70,10 @@ TEST_F(AdminCommands, FailuresExplainThemselvesAndChangeNothing)
 {
     const std::string db = dir + "/a.db";
     ASSERT_EQ(run({"create", db}).code, 0);
-    std::ofstream(dir + "/bad.sql") << "insert into T_Pos_VipType (FTypeId,type_name) values ('01','A')\r\n"
-                                       "insert into T_Pos_VipType (FTypeId,type_name) values ('01','B')";
-    const Result bad = run({"run", db, dir + "/bad.sql"});
+    addAdmin(db);
+    const Result bad = runBatch(db, "bad.sql",
+                                "insert into T_Pos_VipType (FTypeId,type_name) values ('01','A')\r\n"
+                                "insert into T_Pos_VipType (FTypeId,type_name) values ('01','B')");
     EXPECT_EQ(bad.code, 1);
     EXPECT_NE(bad.err.find("statement at line 2 failed"), std::string::npos) << bad.err;
     EXPECT_NE(run({"query", db, "select count(*) as n from T_Pos_VipType"}).out.find("\n0\n"),
@@ -144,6 +154,7 @@ TEST_F(AdminCommands, TheLiabilityReportAsTablesAndAsCsv)
 {
     const std::string db = dir + "/r.db";
     ASSERT_EQ(run({"create", db}).code, 0);
+    addAdmin(db);
     std::ofstream(dir + "/cards.sql")
         << "insert into T_Pos_VipType (FTypeId,type_name) values ('01','金卡')\r\n"
            "insert into T_Pos_VipRecord "
@@ -156,8 +167,7 @@ TEST_F(AdminCommands, TheLiabilityReportAsTablesAndAsCsv)
                "insert into T_Pos_VipRecord (FCardId,FCardType,FCardStatus,FDeleted,FResidualAmt,FAccNum) "
                "values ('C','01','0',1,'" +
                ormex::platform::encodeBalance(std::string("20")) + "',5)";
-    ASSERT_EQ(run({"run", db, dir + "/cards.sql"}).code, 0);
-    addAdmin(db);
+    ASSERT_EQ(run({"run", db, dir + "/cards.sql", "--user", "admin"}).code, 0);
     EXPECT_EQ(run({"report", "liability", db}).code, 2) << "for whom?";
     const Result tables =
         run({"report", "liability", db, "--from", "2026-11-01", "--to", "2026-11-30", "--user", "admin"});
@@ -177,8 +187,8 @@ TEST_F(AdminCommands, ImportCardsChecksThenWritesOnce)
 {
     const std::string db = dir + "/a.db";
     ASSERT_EQ(run({"create", db}).code, 0);
-    std::ofstream(dir + "/types.sql") << "insert into T_Pos_VipType values ('03','金卡',1,1)";
-    ASSERT_EQ(run({"run", db, dir + "/types.sql"}).code, 0);
+    addAdmin(db);
+    ASSERT_EQ(runBatch(db, "types.sql", "insert into T_Pos_VipType values ('03','金卡',1,1)").code, 0);
     const std::string good = dir + "/cards.csv", bad = dir + "/bad.csv";
     std::ofstream(good) << "卡号,卡面编号,姓名,手机,卡类别,有效期至,期初余额,期初积分\r\n"
                            "N1,,张伟,,03,,100,50\r\n"
@@ -196,7 +206,6 @@ TEST_F(AdminCommands, ImportCardsChecksThenWritesOnce)
         << dry.out;
     EXPECT_NE(cards().find("\n0\n"), std::string::npos) << "a dry run writes nothing";
 
-    addAdmin(db);
     const Result refused = run({"import-cards", db, bad, "--user", "admin"});
     EXPECT_EQ(refused.code, 1);
     EXPECT_NE(refused.err.find("2 bad line(s)"), std::string::npos) << refused.err;
@@ -227,14 +236,11 @@ TEST_F(AdminCommands, VerifyListsCardsChangedOutsideTheSystemUntilOneIsAccepted)
     ASSERT_EQ(created.code, 0);
     EXPECT_NE(created.out.find("wrote a new seal key to " + dir + "/host.conf"), std::string::npos)
         << created.out;
-    std::ofstream(dir + "/cards.sql")
-        << "insert into T_Pos_VipRecord (FCardId,FVipName,FResidualAmt,FAccNum) "
-           "values ('A','张伟','" +
-               ormex::platform::encodeBalance(std::string("12.5")) +
-               "',10)\r\n"
-               "insert into T_Pos_VipRecord (FCardId) values ('B')";
-    ASSERT_EQ(run({"run", db, dir + "/cards.sql"}).code, 0);
-    EXPECT_EQ(run({"verify", db}).out, "every card matches its seal\n");
+    addAdmin(db);
+    std::ofstream(dir + "/cards.sql") << ormex::test::openedCardSql("A", "12.5", "10", "张伟") +
+                                             "insert into T_Pos_VipRecord (FCardId) values ('B')";
+    ASSERT_EQ(run({"run", db, dir + "/cards.sql", "--user", "admin"}).code, 0);
+    EXPECT_EQ(run({"verify", db}).out, "every card matches its seal and its movement ledger\n");
 
     // The sqlite3 command, as anyone with the file could use it.
     ASSERT_EQ(std::system(("sqlite3 " + db + " \"update T_Pos_VipRecord set FResidualAmt='" +
@@ -246,14 +252,14 @@ TEST_F(AdminCommands, VerifyListsCardsChangedOutsideTheSystemUntilOneIsAccepted)
     EXPECT_NE(found.out.find("A    | 张伟 | 1250.00 | 10       | 0"), std::string::npos) << found.out;
     EXPECT_NE(found.out.find("1 card(s) no longer match their seal"), std::string::npos) << found.out;
 
-    addAdmin(db);
     const Result accepted = run({"verify", db, "--accept", "a", "--user", "admin"});
     EXPECT_EQ(accepted.code, 0) << accepted.out;
-    EXPECT_EQ(accepted.out, "sealed 1 card(s) as they stand\nevery card matches its seal\n");
+    EXPECT_EQ(accepted.out, "accepted 1 card(s) as they stand: sealed, their movement ledgers started again\n"
+                            "every card matches its seal and its movement ledger\n");
 
     // Without the host's key nothing that writes cards runs.
     std::filesystem::remove(dir + "/host.conf");
-    EXPECT_EQ(run({"generate", db, "5"}).code, 1);
+    EXPECT_EQ(run({"generate", db, "5", "--user", "admin"}).code, 1);
     EXPECT_EQ(run({"verify", db}).code, 1);
     EXPECT_EQ(run({"query", db, "select count(*) as n from T_Pos_VipRecord"}).code, 0)
         << "reading needs no key";
@@ -264,14 +270,18 @@ TEST_F(AdminCommands, OperatorsRolesAndRights)
     const std::string db = dir + "/u.db";
     ASSERT_EQ(run({"create", db}).code, 0);
     addAdmin(db);
-    const Result cashier = run({"user", "add", db, "till1", "--role", "cashier", "--name", "王芳"});
+    setenv("ORMEX_NEW_PASSWORD", "pw-1", 1);
+    const Result cashier =
+        run({"user", "add", db, "till1", "--role", "cashier", "--name", "王芳", "--user", "admin"});
     ASSERT_EQ(cashier.code, 0) << cashier.err;
-    EXPECT_EQ(run({"user", "add", db, "till1", "--role", "cashier"}).code, 1) << "a login is taken once";
-    EXPECT_EQ(run({"user", "add", db, "till2", "--role", "boss"}).code, 1) << "no such role";
-    EXPECT_EQ(run({"user", "grant", db, "cashier", "hy9999"}).code, 1) << "no such right";
-    EXPECT_EQ(run({"user", "grant", db, "cashier", "hy0007", "hy0008"}).out,
+    EXPECT_EQ(run({"user", "add", db, "till1", "--role", "cashier", "--user", "admin"}).code, 1)
+        << "a login is taken once";
+    EXPECT_EQ(run({"user", "add", db, "till2", "--role", "boss", "--user", "admin"}).code, 1)
+        << "no such role";
+    EXPECT_EQ(run({"user", "grant", db, "cashier", "hy9999", "--user", "admin"}).code, 1) << "no such right";
+    EXPECT_EQ(run({"user", "grant", db, "cashier", "hy0007", "hy0008", "--user", "admin"}).out,
               "granted 2 right(s) to cashier\n");
-    EXPECT_EQ(run({"user", "grant", db, "cashier", "hy0008", "--revoke"}).out,
+    EXPECT_EQ(run({"user", "grant", db, "cashier", "hy0008", "--revoke", "--user", "admin"}).out,
               "revoked 1 right(s) from cashier\n");
     const Result list = run({"user", "list", db});
     EXPECT_NE(list.out.find("till1 | 王芳  | 收银员 | hy0007 "), std::string::npos) << list.out;
@@ -289,8 +299,10 @@ TEST_F(AdminCommands, OperatorsRolesAndRights)
     const Result locked = run({"import-cards", db, file, "--user", "till1"});
     EXPECT_NE(locked.err.find("已被锁定"), std::string::npos)
         << "the right password no longer opens: " << locked.err;
+    setenv("ORMEX_NEW_PASSWORD", "pw-2", 1);
+    EXPECT_EQ(run({"user", "passwd", db, "till1", "--user", "admin"}).code, 0);
+    unsetenv("ORMEX_NEW_PASSWORD");
     setenv("ORMEX_PASSWORD", "pw-2", 1);
-    EXPECT_EQ(run({"user", "passwd", db, "till1"}).code, 0);
     EXPECT_NE(run({"import-cards", db, file, "--user", "till1"}).err.find("【导入会员卡】"),
               std::string::npos)
         << "unlocked, and refused the right again";

@@ -24,10 +24,12 @@ protected:
     void SetUp() override
     {
         setenv("ORMEX_PASSWORD", "pw-1", 1);
+        setenv("ORMEX_NEW_PASSWORD", "pw-1", 1);
         for (const std::string& db : {branch, hq})
             ASSERT_EQ(runCommand({"create", db}).code, 0);
         ASSERT_EQ(runCommand({"user", "add", branch, "admin", "--role", "管理员"}).code, 0);
-        ASSERT_EQ(runCommand({"user", "add", branch, "till1", "--role", "cashier"}).code, 0);
+        ASSERT_EQ(runCommand({"user", "add", branch, "till1", "--role", "cashier", "--user", "admin"}).code,
+                  0);
         const std::string cards = "insert into T_Pos_VipRecord (FCardId,FResidualAmt,FAccNum,FDecNum) values "
                                   "('C1','" +
                                   ormex::platform::encodeBalance(std::string("50.5")) + "',100,20), ('C2','" +
@@ -38,6 +40,7 @@ protected:
     void TearDown() override
     {
         unsetenv("ORMEX_PASSWORD");
+        unsetenv("ORMEX_NEW_PASSWORD");
         ormex::test::removeFolder(dir);
     }
     static void exec(const std::string& path, const std::string& sql)

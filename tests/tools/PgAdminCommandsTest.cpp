@@ -61,7 +61,8 @@ TEST(PgAdminCommands, SeedRunAndQueryTakeTheSystemsTsql)
     ASSERT_EQ(seeded.code, 0) << seeded.err;
     EXPECT_EQ(run({"seed", url, "--role", "hq", "--config", settings}).code, 1)
         << "the demo rows are there already";
-    EXPECT_EQ(run({"verify", url, "--config", settings}).out, "every card matches its seal\n")
+    EXPECT_EQ(run({"verify", url, "--config", settings}).out,
+              "every card matches its seal and its movement ledger\n")
         << "headquarters seals its cards itself";
 
     const std::string file = ::testing::TempDir() + "/recharge.sql";
@@ -72,6 +73,14 @@ TEST(PgAdminCommands, SeedRunAndQueryTakeTheSystemsTsql)
            "insert T_Pos_AddMoneyList (FCardId, FPlusAmt, FOldAmt) select '88000001', 10, @old";
     const Result ran = run({"run", url, file, "--config", settings});
     EXPECT_EQ(ran.code, 0) << ran.err;
+    // No operator logs in to a server: the batch is logged with the server's user and its digest.
+    const auto digest = ran.out.substr(ran.out.rfind(' ') + 1, 64);
+    EXPECT_EQ(ormex::test::rowsOf(pg.db(),
+                                  "select FUserID, FDescription from t_OperLog where FFunctionID='RUNBATCH'"),
+              std::vector<std::string>{"0|运行批处理【" + file + "】，SHA-256 " + digest +
+                                       "；操作员：服务器用户postgres"})
+        << ran.out;
+    EXPECT_EQ(run({"query", url, "delete from T_Pos_AddMoneyList"}).code, 1) << "query never writes";
     EXPECT_EQ(run({"query", url, "select top 1 FPlusAmt from T_Pos_AddMoneyList"}).code, 1)
         << "TOP is outside the dialect on every engine";
     const Result query = run({"query", url,

@@ -15,6 +15,18 @@ namespace ormex::tools {
 
 using db::Database;
 
+std::string takeOption(std::vector<std::string>& a, const std::string& name)
+{
+    for (std::size_t i = 1; i + 1 < a.size(); ++i)
+        if (a[i] == name) {
+            std::string value = a[i + 1];
+            a.erase(a.begin() + static_cast<std::ptrdiff_t>(i),
+                    a.begin() + static_cast<std::ptrdiff_t>(i) + 2);
+            return value;
+        }
+    return {};
+}
+
 std::unique_ptr<db::PgDatabase> openExistingPg(const std::string& url, std::chrono::milliseconds deadline)
 {
     auto database = db::PgDatabase::open(url, deadline);
@@ -52,9 +64,13 @@ std::unique_ptr<Database> openExisting(const std::string& path, std::ostream& no
     return database;
 }
 
-std::string askPassword(const std::string& prompt)
+namespace {
+
+// A password from the environment variable `variable` when it is set, or typed at the terminal
+// without being shown.
+std::string passwordFrom(const char* variable, const std::string& prompt)
 {
-    if (const char* given = std::getenv("ORMEX_PASSWORD")) return given;
+    if (const char* given = variable ? std::getenv(variable) : nullptr) return given;
     const bool terminal = isatty(STDIN_FILENO);
     termios saved{};
     if (terminal) {
@@ -73,11 +89,29 @@ std::string askPassword(const std::string& prompt)
     return password;
 }
 
-db::LoginOutcome actAs(Database& database, const std::string& login, const std::string& right)
+} // namespace
+
+std::string askPassword(const std::string& prompt)
+{
+    return passwordFrom("ORMEX_PASSWORD", prompt);
+}
+
+std::string askNewPassword(const std::string& prompt, bool someoneLoggedIn)
+{
+    if (const char* given = std::getenv("ORMEX_NEW_PASSWORD")) return given;
+    return passwordFrom(someoneLoggedIn ? nullptr : "ORMEX_PASSWORD", prompt);
+}
+
+void requireOperator(const std::string& login, const std::string& right)
 {
     if (login.empty())
         throw UsageError("name the operator with --user <login> (the right " + right + " " +
                          db::rightName(right) + " is needed)");
+}
+
+db::LoginOutcome actAs(Database& database, const std::string& login, const std::string& right)
+{
+    requireOperator(login, right);
     const db::LoginOutcome outcome =
         db::login(database, login, askPassword("password of " + login + ": "), "ormex-db");
     if (outcome.result != db::LoginOutcome::Result::Ok) throw db::DbError(outcome.message());
@@ -86,6 +120,12 @@ db::LoginOutcome actAs(Database& database, const std::string& login, const std::
         throw db::DbError(db::rightRefusal(right));
     }
     return outcome;
+}
+
+std::optional<db::LoginOutcome> actAsAdministrator(Database& database, const std::string& login)
+{
+    if (login.empty() && !db::someoneHolds(database, kAdminWrites)) return std::nullopt;
+    return actAs(database, login, kAdminWrites);
 }
 
 } // namespace ormex::tools

@@ -3,8 +3,10 @@
 #include <chrono>
 #include <iosfwd>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "db/Database.h"
 #include "db/Operators.h"
@@ -21,6 +23,9 @@ struct UsageError : std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
+// Takes "<name> <value>" out of the arguments after the command word; "" when it is not there.
+std::string takeOption(std::vector<std::string>& a, const std::string& name);
+
 // An SQLite file of the system; one of an older schema version is upgraded, as the host does when
 // it opens it, and what was done goes to `notes`, apart from the command's own output.
 std::unique_ptr<db::Database> openExisting(const std::string& path, std::ostream& notes);
@@ -32,11 +37,25 @@ std::string shown(const std::string& location);
 // What an upgrade did: the steps applied, or that there was nothing to do.
 void reportUpgrade(std::ostream& out, const std::string& location, const db::SchemaUpgrade& upgrade);
 
+// The right to write a database with the administration command: run a batch, restore a backup,
+// manage the operators, generate cards.
+inline constexpr const char* kAdminWrites = "hy0018";
+
 // A password from ORMEX_PASSWORD, or typed at the terminal without being shown.
 std::string askPassword(const std::string& prompt);
+// The new password of an operator: from ORMEX_NEW_PASSWORD, or typed. ORMEX_PASSWORD serves only
+// when nobody logged in for the command (the first administrator): once an operator did, it is
+// theirs, and must not become another operator's password by accident.
+std::string askNewPassword(const std::string& prompt, bool someoneLoggedIn);
 // Logs the operator named by --user in and checks their right: the login on success; throws
 // UsageError when no operator is named, DbError with the reason when refused (a refused right is
 // logged).
 db::LoginOutcome actAs(db::Database& database, const std::string& login, const std::string& right);
+// Throws actAs's UsageError when no operator is named.
+void requireOperator(const std::string& login, const std::string& right);
+// The operator named by --user, for administering the operators: as actAs with kAdminWrites, or
+// nobody when --user is not given and no active operator holds kAdminWrites yet (a database that
+// has no administrator: its first one is being made).
+std::optional<db::LoginOutcome> actAsAdministrator(db::Database& database, const std::string& login);
 
 } // namespace ormex::tools

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+// The operators of a database: ormex-db user add|passwd|grant|list. Returns the process exit code.
+namespace ormex::tools {
+
+// add, passwd and grant act for `user`, who needs hy0018 once an active operator holds it; each is
+// logged with the operator in its own transaction.
+int userCommand(const std::vector<std::string>& a, const std::string& user, std::ostream& out,
+                std::ostream& notes);
+
+} // namespace ormex::tools
