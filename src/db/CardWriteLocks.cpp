@@ -16,7 +16,14 @@ namespace {
 bool isCardTable(std::string_view table)
 {
     return table == "t_pos_viprecord" || table == "t_pos_vipconsume" || table == "t_pos_vipgiftlist" ||
-           table == "t_pos_addmoneylist";
+           table == "t_pos_addmoneylist" || table == "t_branchledgerhead";
+}
+
+// Card tables whose new rows a batch only adds for a card it names in the condition before: a
+// card's totals at a branch, the head of a card's ledger at a branch.
+bool isPerCardRecord(std::string_view table)
+{
+    return table == "t_pos_vipconsume" || table == "t_branchledgerhead";
 }
 
 // Tables that writes only ever append to: their new rows meet no other write's.
@@ -74,7 +81,7 @@ WriteLocks cardWriteLocks(const BatchProgram& program, const std::vector<platfor
             const bool inserts = tokens.front().isWord("insert");
             for (const std::string& table : footprintOfText(statement).writes) {
                 if (inserts && isAppendOnly(table)) continue;
-                if (inserts && table == "t_pos_vipconsume") {
+                if (inserts && isPerCardRecord(table)) {
                     // Its card is the one the condition before it asked about.
                     addsTotals = true;
                 } else if (isCardTable(table)) {

@@ -59,7 +59,7 @@ long Reconciliation::unexplained() const
 {
     long count = 0;
     for (const CardDifference& difference : differences)
-        if (difference.explanations.empty()) ++count;
+        if (!difference.explained()) ++count;
     return count;
 }
 
@@ -67,15 +67,28 @@ Reconciliation reconcile(Database& branch, TsqlDatabase& headquarters)
 {
     Reconciliation result;
     const auto waiting = waitingChanges(branch);
-    auto cards =
-        branch.query("select FCardId, FResidualAmt, FAccNum, FDecNum from T_Pos_VipRecord order by FCardId");
+    const std::string branchNo =
+        platform::trim(branch
+                           .query("select FValue from t_SystemProfile where lower(FCategory)='ic' and "
+                                  "lower(FKey)='g_branch_no'")
+                           .field("FValue")
+                           .toString());
+    auto cards = branch.query(
+        "select FCardId, FResidualAmt, FAccNum, FDecNum, FLedgerSeq from T_Pos_VipRecord order by FCardId");
     while (!cards.atEnd()) {
         std::vector<std::pair<std::string, CardValues>> chunk;
+        std::map<std::string, long long> ledgerHere;
         std::string list;
         for (; !cards.atEnd() && chunk.size() < kCardsAtOnce; cards.moveNext()) {
             chunk.emplace_back(cards.field("FCardId").toString(), valuesOf(cards));
+            ledgerHere[key(chunk.back().first)] = cards.field("FLedgerSeq").toInt();
             list += (list.empty() ? "" : ",") + platform::quoted(chunk.back().first);
         }
+        std::map<std::string, long long> ledgerSeen;
+        for (auto rows = headquarters.query("select FCardId, FSeq from t_BranchLedgerHead where FBranchNo=" +
+                                            platform::quoted(branchNo) + " and FCardId in (" + list + ")");
+             !rows.atEnd(); rows.moveNext())
+            ledgerSeen[key(rows.field("FCardId").toString())] = rows.field("FSeq").toInt();
         std::map<std::string, CardValues> there;
         for (auto rows = headquarters.query(
                  "select FCardId, FResidualAmt, FAccNum, FDecNum from T_Pos_VipRecord where FCardId in (" +
@@ -85,8 +98,13 @@ Reconciliation reconcile(Database& branch, TsqlDatabase& headquarters)
         for (auto& [card, values] : chunk) {
             ++result.cardsCompared;
             const auto found = there.find(key(card));
-            if (found != there.end() && found->second == values) continue;
-            CardDifference difference{card, values, std::nullopt, {}};
+            std::string behind;
+            if (const auto seen = ledgerSeen.find(key(card));
+                seen != ledgerSeen.end() && seen->second > ledgerHere[key(card)])
+                behind = "分店账本停在第" + std::to_string(ledgerHere[key(card)]) + "笔流水，总部已见到第" +
+                         std::to_string(seen->second) + "笔：分店数据库可能被旧的备份替换";
+            if (found != there.end() && found->second == values && behind.empty()) continue;
+            CardDifference difference{card, values, std::nullopt, {}, behind};
             if (found != there.end()) difference.headquarters = found->second;
             if (const auto why = waiting.find(key(card)); why != waiting.end())
                 difference.explanations = why->second;
@@ -106,7 +124,9 @@ platform::Recordset differencesTable(const Reconciliation& reconciliation)
                         there ? platform::formatNumber(d.headquarters->accumulated) : "",
                         platform::formatNumber(d.branch.used),
                         there ? platform::formatNumber(d.headquarters->used) : "",
-                        d.explanations.empty() ? "未能解释" : platform::join(d.explanations, "；")});
+                        !d.ledgerBehind.empty()  ? d.ledgerBehind
+                        : d.explanations.empty() ? "未能解释"
+                                                 : platform::join(d.explanations, "；")});
     }
     return platform::Recordset({"卡号", "分店储值余额", "总部储值余额", "分店累计积分", "总部累计积分",
                                 "分店已用积分", "总部已用积分", "说明"},

@@ -13,7 +13,9 @@
 // every card of the branch, its stored value (decoded) and its accumulated and used points at both
 // ends. A difference is explained when a change of the card still waits to reach headquarters (a
 // queued or held replay, a reward not yet exchanged); one that nothing explains was made at one end
-// behind the other's back, or belongs to a change that was discarded.
+// behind the other's back, or belongs to a change that was discarded. A card whose movement ledger
+// here is behind what headquarters saw of it from this branch is listed too, whatever its values:
+// the branch's file was restored from an older copy.
 namespace ormex::db {
 
 struct CardValues
@@ -30,6 +32,10 @@ struct CardDifference
     CardValues branch;
     std::optional<CardValues> headquarters; // nothing when headquarters has no such card
     std::vector<std::string> explanations; // "待上传：第3笔 积分冲减", "总部拒收：…", "积分奖励待交换：2笔"
+    // Set when the card's movement ledger here is behind the head headquarters last saw of it from
+    // this branch: the branch database was put back from an older copy. Never explained.
+    std::string ledgerBehind;
+    bool explained() const { return !explanations.empty() && ledgerBehind.empty(); }
 };
 
 struct Reconciliation

@@ -52,6 +52,13 @@ TEST(CardWriteLocks, ABatchLocksWhatItChanges)
          false,
          {"C1", "c1"},
          {}},
+        // The head of a card's ledger that a replay records for its branch goes with the card.
+        {"if exists (select 1 from t_BranchLedgerHead where FBranchNo='01' and FCardId='C1')\r\n"
+         " update t_BranchLedgerHead set FSeq=2 where FBranchNo='01' and FCardId='C1' and FSeq<2\r\n"
+         "else\r\n insert into t_BranchLedgerHead (FBranchNo,FCardId,FSeq,FHash) values ('01','C1',2,'h')",
+         false,
+         {"C1"},
+         {}},
         {"update T_Pos_VipRecord set FCardStatus='2' where FCardId in ('A''1', 'B2')\r\n"
          "insert into t_Log (FDescription) values ('x')",
          false,

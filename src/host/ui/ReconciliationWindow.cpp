@@ -84,7 +84,7 @@ void ReconciliationWindow::fill()
     m_table->setHorizontalHeaderLabels(headers);
     m_table->setRowCount(static_cast<int>(rows.recordCount()));
     for (std::size_t r = 0; r < rows.recordCount(); ++r) {
-        const bool unexplained = m_result.differences[r].explanations.empty();
+        const bool unexplained = !m_result.differences[r].explained();
         for (std::size_t c = 0; c < columns; ++c) {
             auto* item = new QTableWidgetItem(QString::fromStdString(rows.cell(r, c).toString()));
             if (c >= 1 && c <= 6) item->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);

@@ -130,6 +130,31 @@ bool heldByHQ(platform::Connection& connection, const Queued& q)
     return true;
 }
 
+// What headquarters keeps of this branch's cards the change touches: the head of each card's
+// movement ledger here as it stands now, so that a branch put back from an older copy of its
+// database shows behind what headquarters saw (reconciliation). A head only moves forward.
+std::string ledgerHeads(const Queued& q)
+{
+    std::string statements;
+    for (auto rs =
+             frame::ExecQuery("select FCardId,FLedgerSeq,FLedgerHash from T_Pos_VipRecord where FCardId in "
+                              "(select FCardId from t_HqOutboxCard where FSeq=" +
+                              q.seq + ")");
+         !rs.atEnd(); rs.moveNext()) {
+        const std::string where = " where FBranchNo=" + quoted(q.branchNo) +
+                                  " and FCardId=" + quoted(rs.field("FCardId").toString());
+        const std::string seq = std::to_string(rs.field("FLedgerSeq").toInt());
+        const std::string hash = quoted(rs.field("FLedgerHash").toString());
+        statements += std::string(kCrLf) + "if exists (select 1 from t_BranchLedgerHead" + where + ")" +
+                      kCrLf + " update t_BranchLedgerHead set FSeq=" + seq + ",FHash=" + hash +
+                      ",FDate=getdate()" + where + " and FSeq<" + seq + kCrLf + "else" + kCrLf +
+                      " insert into t_BranchLedgerHead (FBranchNo,FCardId,FSeq,FHash,FDate) values (" +
+                      quoted(q.branchNo) + "," + quoted(rs.field("FCardId").toString()) + "," + seq + "," +
+                      hash + ",getdate())";
+    }
+    return statements;
+}
+
 std::string firstLine(const std::string& text)
 {
     return text.substr(0, text.find('\n'));
@@ -147,7 +172,7 @@ Outcome applyOnHQ(const Queued& q, std::string& error)
     }
     try {
         if (!heldByHQ(*connection, q)) {
-            const std::string replay = replayRecord(q) + kCrLf + q.batch;
+            const std::string replay = replayRecord(q) + kCrLf + q.batch + ledgerHeads(q);
             if (q.checks.empty())
                 connection->execute(replay);
             else

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "db/CardLedger.h"
+#include "db/DatabaseCopy.h"
+#include "db/Reconciliation.h"
 #include "module/frame/Gateway.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/ReplayOutbox.h"
@@ -205,4 +208,38 @@ TEST(ReplayOutbox, NothingIsQueuedOrSentOutsideALinkedBranch)
     EXPECT_EQ(SendQueuedToHQ().waiting, 1);
     EXPECT_TRUE(NothingWaitsForHQ());
     EXPECT_EQ(host.hq().scalar("select count(*) from t_Log").toInt(), 0);
+}
+
+TEST(ReplayOutbox, ABranchPutBackFromAnOlderCopyIsBehindWhatHeadquartersSaw)
+{
+    LinkedBranch b;
+    b.host.branch().db().execute("insert into T_Pos_VipRecord (FCardId,FAccNum) values ('C1',100)");
+    // A deduction of 5 points: its movement here, and its replay at headquarters with the head of
+    // the card's ledger here.
+    const auto deduct = [&] {
+        const std::string statements =
+            "insert into T_Pos_VipGiftList (FCardId,flag,FVipNum,FOperDate,FComFlag)"
+            " values ('C1','1',5,getdate(),1)\r\n"
+            "update T_Pos_VipRecord set FDecNum=FDecNum+5 where FCardId='C1'";
+        module::frame::ExecuteSQL(statements +
+                                  QueueOnHQ(statements, HQOperation::PointsDeduction, {}, {"C1"}));
+        EXPECT_EQ(SendQueuedToHQ().waiting, 0);
+    };
+    deduct();
+    const std::string copy = b.host.branch().folder() + "/older-copy.db";
+    b.host.branch().exec("VACUUM INTO '" + copy + "'");
+    deduct();
+    EXPECT_EQ(b.host.hq().rows("select FBranchNo, FCardId, FSeq from t_BranchLedgerHead"),
+              std::vector<std::string>{"01|C1|2"});
+    EXPECT_EQ(db::reconcile(b.host.branch().db(), b.host.hq().db()).unexplained(), 0);
+
+    // The branch's file is put back from the copy: everything in it holds together, but headquarters
+    // saw the card further on.
+    db::copyDatabaseInto(copy, b.host.branch().db());
+    EXPECT_TRUE(db::ledgerFindings(b.host.branch().db()).empty());
+    const db::Reconciliation found = db::reconcile(b.host.branch().db(), b.host.hq().db());
+    ASSERT_EQ(found.differences.size(), 1u);
+    EXPECT_EQ(found.unexplained(), 1);
+    EXPECT_EQ(found.differences[0].ledgerBehind,
+              "分店账本停在第1笔流水，总部已见到第2笔：分店数据库可能被旧的备份替换");
 }
