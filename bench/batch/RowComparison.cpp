@@ -3,6 +3,7 @@
 #include <tuple>
 
 #include "NativeSqlite.h"
+#include "db/CardLedger.h"
 #include "db/CardSeal.h"
 #include "db/Database.h"
 
@@ -29,7 +30,8 @@ constexpr const char* kTotals[] = {
 // The columns compared row by row: every column, the storage class where the column has no type,
 // and no date-time written by getdate() (the executor asks the clock for each statement).
 constexpr const char* kRows[][2] = {
-    // Every column but the seal, which only the executor's connection writes (checked apart).
+    // Every column but the seal and the ledger's head, which only the executor's connection writes
+    // (checked apart).
     {"T_Pos_VipRecord",
      "FFlowId, FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus, FVipStartDate, FVipEndDate, "
      "FAccNum, FDecNum, FResidualAmt, FPlusAmt, FSavingFlag, FAccFlag, FDeleted, password, FBranchno, "
@@ -39,7 +41,10 @@ constexpr const char* kRows[][2] = {
      "FID, Fbranchid, typeof(Fbranchid), FBranchno, FCardId, flag, Fitemid, typeof(Fitemid), "
      "FItemNum, FVipNum, FVipPlusAmt, fuserid, FAuxPropID, memo, FComFlag, typeof(FComFlag)"},
     {"T_Pos_VipConsume", "*, typeof(FComFlag)"},
-    {"T_Pos_AddMoneyList", "*, typeof(FPlusAmt), typeof(FResidualAmt)"},
+    // Every column but the ledger's sequence number and link, which only the executor writes.
+    {"T_Pos_AddMoneyList",
+     "FID, FCardId, FPlusAmt, fuserid, FOperDate, FOldAmt, Fbranchid, FBranchno, other1, FPlusRealAmt, "
+     "FResidualAmt, FBalanceStyle, FComFlag, typeof(FPlusAmt), typeof(FResidualAmt)"},
     {"T_Pos_VipPointClear", "FID, hostip, hostname, fuserid, FClearDesc, memo"},
     {"T_Pos_VipGift", "*, typeof(FItemId), typeof(FBranchID), typeof(FItemNum), typeof(FVipNum)"},
     {"t_SystemProfile", "*"},
@@ -104,6 +109,12 @@ std::string compare(const std::filesystem::path& executed, const std::filesystem
         if (!broken.empty())
             return std::to_string(broken.size()) + " cards no longer match their seal, the first " +
                    broken.front().card;
+        // The made-up cards hold what no movement explains, and a deduction past a card's points
+        // takes what is left: the chains are checked, not the values they explain.
+        const auto chains = ormex::db::ledgerFindings(*sealed, ormex::db::LedgerCheck::ChainsOnly);
+        if (!chains.empty())
+            return std::to_string(chains.size()) + " findings of the movement ledger, the first " +
+                   chains.front().card + ": " + chains.front().text;
     }
     return {};
 }

@@ -482,11 +482,11 @@ long acceptCards(Database& db, const SealKey& key, const std::vector<std::string
     return static_cast<long>(accepted.size());
 }
 
-std::vector<LedgerFinding> ledgerFindings(TsqlDatabase& db)
+std::vector<LedgerFinding> ledgerFindings(TsqlDatabase& db, LedgerCheck scope)
 {
     const KeyedHash hash(processKey());
     const NativeRows native = nativeRowsOf(db);
-    const bool explain = !isLinkedBranch(native);
+    const bool explain = scope == LedgerCheck::ChainsAndValues && !isLinkedBranch(native);
     auto movements = readMovements(native, {});
     std::map<std::string, Start> starts;
     const platform::Recordset startRows =

@@ -59,6 +59,10 @@ struct LedgerFinding
 // start of their chain and their movements (left out in a branch linked to headquarters, whose
 // cards take their values from there). Cards whose seal does not match are sealMismatches'. Either
 // engine; needs this process's seal key. Throws DbError.
-std::vector<LedgerFinding> ledgerFindings(TsqlDatabase& db);
+enum class LedgerCheck {
+    ChainsAndValues,
+    ChainsOnly, // the links, numbers and heads, not the values they explain
+};
+std::vector<LedgerFinding> ledgerFindings(TsqlDatabase& db, LedgerCheck check = LedgerCheck::ChainsAndValues);
 
 } // namespace ormex::db
