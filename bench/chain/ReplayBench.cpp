@@ -105,19 +105,20 @@ double floorDeduction(const std::string& url, long count)
     return seconds;
 }
 
-// A fingerprint of every row the deduction writes, dates and keys left out.
+// A fingerprint of every row the deduction writes, dates and keys left out: for the seals and the
+// ledger's links, which cover the dates, the number of movements each card's ledger holds.
 std::string rowsWritten(db::PgDatabase& db)
 {
     return db
         .queryNative(
             "SELECT md5((SELECT string_agg(FCardId || '|' || FAccNum || '|' || FDecNum || '|' || "
-            "coalesce(FSeal, ''),"
+            "FLedgerSeq,"
             " ',' ORDER BY FCardId) FROM T_Pos_VipRecord) || (SELECT string_agg(FCardId || '|' || Fbranchid "
             "|| '|'"
             " || FVipMinusTotalNum, ',' ORDER BY FCardId, Fbranchid) FROM T_Pos_VipConsume) || (SELECT"
             " coalesce(string_agg(FCardId || '|' || flag || '|' || FVipNum || '|' || memo || '|' || FComFlag "
             "|| '|'"
-            " || fuserid || '|' || Fbranchid || FBranchno, ',' ORDER BY FCardId), '') FROM "
+            " || fuserid || '|' || Fbranchid || FBranchno || '|' || FSeq, ',' ORDER BY FCardId), '') FROM "
             "T_Pos_VipGiftList))")
         .field(std::size_t{0})
         .toString();

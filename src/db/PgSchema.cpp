@@ -165,11 +165,13 @@ END
 $$;
 CREATE FUNCTION ormex_seal(card text, stored text, accumulated double precision, used double precision,
                            ledger_seq bigint, ledger_hash text)
-RETURNS text LANGUAGE sql STABLE AS $$
-    SELECT ormex_keyed_hash(coalesce(card, '') || chr(31) || coalesce(stored, '') || chr(31) ||
+RETURNS text LANGUAGE plpgsql STABLE AS $$
+BEGIN
+    RETURN ormex_keyed_hash(coalesce(card, '') || chr(31) || coalesce(stored, '') || chr(31) ||
                             ormex_number_text(accumulated) || chr(31) || ormex_number_text(used) ||
                             CASE WHEN coalesce(ledger_seq, 0) = 0 AND coalesce(ledger_hash, '') = '' THEN ''
-                                 ELSE chr(31) || ledger_seq::text || chr(31) || coalesce(ledger_hash, '') END)
+                                 ELSE chr(31) || ledger_seq::text || chr(31) || coalesce(ledger_hash, '') END);
+END
 $$;
 -- A connection with the key seals what it writes and refuses to change a card that does not match
 -- its seal; any other connection leaves the seal as it was.
@@ -201,25 +203,32 @@ CREATE FUNCTION ormex_canonical(v text) RETURNS text LANGUAGE sql IMMUTABLE AS $
     SELECT coalesce(v, '\N')
 $$;
 -- What a link covers of a movement row: what it says happened (FComFlag, marked later by the data
--- exchange, and the link itself left out).
-CREATE FUNCTION ormex_movement_body(r t_pos_vipgiftlist) RETURNS text LANGUAGE sql IMMUTABLE AS $$
-    SELECT concat_ws(chr(31), ormex_canonical(r.fid), ormex_canonical(r.fcardid::text),
+-- exchange, and the link itself left out). Functions called from the triggers are plpgsql, whose
+-- plans a session keeps: a plain SQL function that is not inlined is planned again at every row.
+CREATE FUNCTION ormex_movement_body(r t_pos_vipgiftlist) RETURNS text LANGUAGE plpgsql IMMUTABLE AS $$
+BEGIN
+    RETURN concat_ws(chr(31), ormex_canonical(r.fid), ormex_canonical(r.fcardid::text),
                      ormex_canonical(r.fbranchid), ormex_canonical(r.fbranchno::text), ormex_canonical(r.flag::text),
                      ormex_canonical(r.fitemid), ormex_canonical(r.fitemnum), ormex_canonical(r.fvipnum),
                      ormex_canonical(r.fvipplusamt), ormex_canonical(r.fuserid), ormex_canonical(r.foperdate),
-                     ormex_canonical(r.fauxpropid), ormex_canonical(r.memo::text))
+                     ormex_canonical(r.fauxpropid), ormex_canonical(r.memo::text));
+END
 $$;
-CREATE FUNCTION ormex_movement_body(r t_pos_addmoneylist) RETURNS text LANGUAGE sql IMMUTABLE AS $$
-    SELECT concat_ws(chr(31), ormex_canonical(r.fid), ormex_canonical(r.fcardid::text),
+CREATE FUNCTION ormex_movement_body(r t_pos_addmoneylist) RETURNS text LANGUAGE plpgsql IMMUTABLE AS $$
+BEGIN
+    RETURN concat_ws(chr(31), ormex_canonical(r.fid), ormex_canonical(r.fcardid::text),
                      ormex_canonical(r.fplusamt), ormex_canonical(r.fuserid), ormex_canonical(r.foperdate),
                      ormex_canonical(r.foldamt), ormex_canonical(r.fbranchid), ormex_canonical(r.fbranchno::text),
                      ormex_canonical(r.other1::text), ormex_canonical(r.fplusrealamt),
-                     ormex_canonical(r.fresidualamt::text), ormex_canonical(r.fbalancestyle))
+                     ormex_canonical(r.fresidualamt::text), ormex_canonical(r.fbalancestyle));
+END
 $$;
 -- The link of a movement: over the previous link, its sequence number, its table and its content.
 CREATE FUNCTION ormex_chain(previous text, seq bigint, tag text, body text) RETURNS text
-LANGUAGE sql STABLE AS $$
-    SELECT ormex_keyed_hash(coalesce(previous, '') || chr(31) || seq::text || chr(31) || tag || chr(31) || body)
+LANGUAGE plpgsql STABLE AS $$
+BEGIN
+    RETURN ormex_keyed_hash(coalesce(previous, '') || chr(31) || seq::text || chr(31) || tag || chr(31) || body);
+END
 $$;
 -- Each movement row moves its card's head on by one link (the card's seal trigger checks and
 -- renews the seal) and takes its sequence number and link from it.
