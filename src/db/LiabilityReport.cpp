@@ -3,6 +3,7 @@
 #include <map>
 
 #include "platform/BalanceCodec.h"
+#include "platform/MoneyListAmount.h"
 #include "platform/NumberText.h"
 #include "platform/PointsMovement.h"
 #include "platform/Text.h"
@@ -134,16 +135,20 @@ LiabilityReport liabilityReport(TsqlDatabase& db, const std::string& from, const
     auto moves = db.query("select other1, FPlusAmt from T_Pos_AddMoneyList" + period);
     for (; !moves.atEnd(); moves.moveNext()) {
         const std::string memo = moves.field("other1").toString();
-        const std::string kind = memo == "积分转储值" || memo == "初始金额" ? memo : "充值";
+        // A card change's two rows are a transfer between cards, not money taken in.
+        const bool named = memo == "积分转储值" || memo == platform::kInitialAmountMemo ||
+                           memo == platform::kCardChangeOutMemo || memo == platform::kCardChangeInMemo;
+        const std::string kind = named ? memo : "充值";
         MovementLine& line = money[kind];
         line.kind = kind;
         ++line.rows;
         // The issue amount is held encoded, as the card's balance is.
         const std::string amount = moves.field("FPlusAmt").toString();
-        line.total += kind == "初始金额" ? platform::tryDecodeBalance(amount).value_or(0.0)
-                                         : platform::numberOr0(amount);
+        line.total += kind == platform::kInitialAmountMemo ? platform::tryDecodeBalance(amount).value_or(0.0)
+                                                           : platform::numberOr0(amount);
     }
-    for (const char* kind : {"充值", "积分转储值", "初始金额"})
+    for (const char* kind : {"充值", "积分转储值", platform::kInitialAmountMemo, platform::kCardChangeOutMemo,
+                             platform::kCardChangeInMemo})
         if (money.count(kind)) {
             money[kind].total = cents(money[kind].total);
             report.money.push_back(money[kind]);

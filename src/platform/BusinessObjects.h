@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -69,6 +70,20 @@ public:
 // True when two values read from a database are the same value (text, or the same number).
 bool sameReadValue(const Value& a, const Value& b);
 
+// What a card change needs from a branch linked to headquarters.
+struct CardChangeLink
+{
+    // Reads the cards' balances and points where they are kept (headquarters, in a linked branch);
+    // empty: the database the change is made on. Throws when they cannot be read.
+    std::function<Recordset(const std::string& sql)> readValues;
+    // The statements that queue the change's own statements for headquarters, with the values they
+    // were computed from and the cards they touch; run in the change's transaction. Empty, or ""
+    // returned: nothing is queued.
+    std::function<std::string(const std::string& statements, const std::vector<ReadCheck>& checks,
+                              const std::vector<std::string>& cards)>
+        queue;
+};
+
 // "OrmexMCardManage.MCMaintain"
 class MCMaintain : public BusinessObject
 {
@@ -91,6 +106,10 @@ public:
     // The new card takes over holder, points and balance; the old card is voided. Result > 0 on
     // success.
     virtual long changeMemberCard(Value& oldKey, Value& oldKey2, std::string& newCardNo, Value& newType) = 0;
+    // The same, reading the values moved and queueing the change as `link` says. Throws
+    // ChangedSinceReadError when a value read changed before the change was written.
+    virtual long changeMemberCard(Value& oldKey, Value& oldKey2, std::string& newCardNo, Value& newType,
+                                  const CardChangeLink& link) = 0;
     // Writes the changed columns of the record (FCardId names the card). True on success.
     virtual bool updateMCInfo(FieldMap& record, int mode, int& operationCode) = 0;
     // The same, with `followingBatch` run in the update's transaction: both are written or

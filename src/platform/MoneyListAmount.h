@@ -12,6 +12,9 @@
 namespace ormex::platform {
 
 inline constexpr const char* kInitialAmountMemo = "初始金额";
+// The two halves of a card change: the old card's balance leaves it, and reaches the new card.
+inline constexpr const char* kCardChangeOutMemo = "换卡转出";
+inline constexpr const char* kCardChangeInMemo = "换卡转入";
 
 // Nothing when the amount cannot be read (an encoded amount that does not decode).
 std::optional<Money> moneyListAmount(const Value& plusAmount, std::string_view memo);

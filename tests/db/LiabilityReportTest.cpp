@@ -102,19 +102,24 @@ TEST(LiabilityReport, TheMovementsOfThePeriodOnly)
            " ('A', 7, '2026-10-31 23:59:59', ''), ('B', 30, '2026-11-05 10:00:00', '积分转储值'),"
            " ('C', '" +
            platform::encodeBalance(std::string("250")) +
-           "', '2026-11-02 09:00:00', '初始金额');"
+           "', '2026-11-02 09:00:00', '初始金额'),"
+           " ('A', -40, '2026-11-10 10:00:00', '换卡转出'), ('D', 40, '2026-11-10 10:00:00', '换卡转入');"
            "insert into T_Pos_VipGiftList (FCardId, flag, FVipNum, FOperDate) values"
            " ('A', '3', 10, '2026-11-02'), ('A', '3', 5, '2026-11-03'), ('A', '1', 4, '2026-11-04'),"
            " ('A', '5', 9, '2026-11-24')");
     const auto report = db::liabilityReport(t.db(), "2026-11-01", "2026-11-23");
-    ASSERT_EQ(report.money.size(), 3u);
+    ASSERT_EQ(report.money.size(), 5u);
     EXPECT_EQ(report.money[0].kind, "充值");
-    EXPECT_EQ(report.money[0].rows, 2);
+    EXPECT_EQ(report.money[0].rows, 2) << "a card change takes no money in";
     EXPECT_DOUBLE_EQ(report.money[0].total, 120.5);
     EXPECT_EQ(report.money[1].kind, "积分转储值");
     EXPECT_DOUBLE_EQ(report.money[1].total, 30);
     EXPECT_EQ(report.money[2].kind, "初始金额");
     EXPECT_DOUBLE_EQ(report.money[2].total, 250) << "the issue amount is held encoded";
+    EXPECT_EQ(report.money[3].kind, "换卡转出");
+    EXPECT_DOUBLE_EQ(report.money[3].total, -40);
+    EXPECT_EQ(report.money[4].kind, "换卡转入");
+    EXPECT_DOUBLE_EQ(report.money[4].total, 40);
     ASSERT_EQ(report.points.size(), 2u);
     EXPECT_EQ(report.points[0].kind, "积分冲减");
     EXPECT_EQ(report.points[1].kind, "积分奖励");

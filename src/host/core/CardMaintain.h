@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "db/Database.h"
 #include "platform/BusinessObjects.h"
@@ -18,11 +19,32 @@ std::string tableInfoSql(int tableNo, const std::string& condition);
 // `followingBatch`.
 std::string cardRecordBatch(const platform::FieldMap& record, const std::string& followingBatch);
 
+// A card moved onto a new number, as read before it is written.
+struct CardChange
+{
+    std::string oldNo, newNo, type;
+    platform::Recordset oldRow; // every column of the old card: its holder and standing
+    // Each card's balance and points (cardValuesSql), read where they are kept.
+    platform::Recordset oldValues, newValues;
+    // Who makes the change, where and when, as its movement rows record it.
+    int userId = 0;
+    std::string branchId, branchNo, operDate;
+};
+
+// The read of a card's stored balance and points totals that a change is computed from.
+std::string cardValuesSql(const std::string& card);
+
 // The batch that moves a card onto a new number: the new (unused) card takes over the holder and
-// standing of `old` (the old card's row) with the type given, the old card is voided and emptied,
-// and its points totals follow it.
-std::string cardChangeBatch(const platform::Recordset& old, const std::string& oldNo,
-                            const std::string& newNo, const std::string& type);
+// standing of the old one with the type given, the old card is voided and emptied, its points
+// totals follow it, and the balance and points moved are written as movements of both cards. The
+// new card keeps what it held and receives the old card's balance and points on top of it.
+// Throws std::runtime_error when a card's balance does not decode (the amount moved is unknown).
+std::string cardChangeBatch(const CardChange& change);
+
+// The values the batch was computed from: each card's balance and points totals as read.
+std::vector<platform::ReadCheck> cardValueChecks(const CardChange& change);
+// The cards are still what the change needs: the old card not deleted, the new one unused.
+std::vector<platform::ReadCheck> cardStandingChecks(const CardChange& change);
 
 // Who the card operations are logged for: each writes a t_OperLog row naming its card in the
 // same transaction as the change.
@@ -31,6 +53,7 @@ struct CardOperationLogger
     int userId = 0;
     std::string session;
     std::string branchNo;
+    std::string branchId; // the branch's number as the movement rows record it (Fbranchid)
 
     // The t_OperLog row of an operation on a card ("会员卡管理---" and the operation).
     std::string statement(const std::string& cardId, int operationCode, const std::string& operation) const;
@@ -58,6 +81,8 @@ public:
     std::string getCardTypeName(const std::string& cardNo) override;
     long changeMemberCard(platform::Value& oldKey, platform::Value& oldKey2, std::string& newCardNo,
                           platform::Value& newType) override;
+    long changeMemberCard(platform::Value& oldKey, platform::Value& oldKey2, std::string& newCardNo,
+                          platform::Value& newType, const platform::CardChangeLink& link) override;
     bool updateMCInfo(platform::FieldMap& record, int mode, int& operationCode) override;
     bool updateMCInfo(platform::FieldMap& record, int mode, int& operationCode,
                       const std::string& followingBatch) override;

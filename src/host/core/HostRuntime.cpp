@@ -43,7 +43,7 @@ HostRuntime::HostRuntime(HostConfig config)
     const std::string props = m_config.propsString();
     auto& factory = services.factory();
     const std::string branchNo = m_config.branchNum.value_or("");
-    const CardOperationLogger logger{user, props, branchNo};
+    const CardOperationLogger logger{user, props, branchNo, m_config.branchId.value_or("")};
     factory.registerClass("OrmexMCardManage.MCMaintain",
                           [path, logger] { return std::make_shared<CardMaintain>(path, logger); });
     factory.registerClass("OrmexMCardManage.CheckMaintain",

@@ -22,6 +22,8 @@ namespace {
 
 constexpr const char* kIssueAmountMemo = platform::kInitialAmountMemo;
 constexpr const char* kConversionMemo = "积分转储值";
+constexpr const char* kChangeOutMemo = platform::kCardChangeOutMemo;
+constexpr const char* kChangeInMemo = platform::kCardChangeInMemo;
 constexpr const char* kRecharge = "充值";
 constexpr const char* kCardOperation = "卡操作";
 
@@ -75,8 +77,9 @@ HistoryEntry commonPart(const platform::Recordset& rs, std::size_t row, const ch
 
 const std::vector<std::string>& HistoryKinds()
 {
-    static const std::vector<std::string> kinds = {"积分奖励", "积分冲减", "礼品兑换",       "积分转储值",
-                                                   "积分清零", kRecharge,  kIssueAmountMemo, kCardOperation};
+    static const std::vector<std::string> kinds = {
+        "积分奖励", "积分冲减",       "礼品兑换",     "积分转储值",  "积分清零",
+        kRecharge,  kIssueAmountMemo, kChangeOutMemo, kChangeInMemo, kCardOperation};
     return kinds;
 }
 
@@ -144,7 +147,10 @@ CardHistory BuildCardHistory(const std::string& card, const platform::Recordset&
             entry.amount = amount.value_or(platform::Money());
             if (!amount) entry.detail = "金额无法解码";
         } else {
-            entry.kind = memo == kConversionMemo ? kConversionMemo : kRecharge;
+            // A conversion and the two halves of a card change are named by their memo; every
+            // other row is a recharge, its memo the operator's.
+            const bool named = memo == kConversionMemo || memo == kChangeOutMemo || memo == kChangeInMemo;
+            entry.kind = named ? memo : kRecharge;
             entry.amount = moneyOf(money.at(r, "FPlusAmt"));
             entry.detail = memo;
             if (entry.kind == kRecharge)

@@ -27,7 +27,7 @@ struct HistoryEntry
     std::optional<platform::DateTime> when; // nothing when the row's date cannot be read
     std::string branch;
     std::string operatorName; // the operator's name; their number where the name is not known
-    std::string kind; // 积分奖励 积分冲减 礼品兑换 积分转储值 积分清零 充值 初始金额 卡操作
+    std::string kind; // 积分奖励 积分冲减 礼品兑换 积分转储值 积分清零 充值 初始金额 换卡转出 换卡转入 卡操作
     double points = 0;      // the change of the card's points
     platform::Money amount; // the change of the card's stored value
     double pointsAfter = 0;

@@ -8,6 +8,7 @@
 #include "dlgPWD.h"
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
+#include "module/frame/Session.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/OperationLog.h"
 #include "module/hq/ReplayOutbox.h"
@@ -20,6 +21,27 @@ namespace ormex::module::cards {
 namespace {
 
 constexpr long kCardTask = 2002;
+
+// In a linked branch the cards' balances and points are headquarters': a card change moves what
+// headquarters holds, and is queued for headquarters in its own transaction, to be applied there
+// only while headquarters still holds what was moved.
+platform::CardChangeLink cardChangeLink()
+{
+    platform::CardChangeLink link;
+    if (!frame::IsHQLinkedBranch()) return link;
+    link.readValues = [](const std::string& sql) {
+        auto connection = hq::OpenHQ();
+        if (!connection) throw platform::UnavailableError("总部数据库无法连接");
+        platform::Recordset values = connection->openRecordset(sql);
+        connection->close();
+        return values;
+    };
+    link.queue = [](const std::string& statements, const std::vector<platform::ReadCheck>& checks,
+                    const std::vector<std::string>& cards) {
+        return hq::QueueOnHQ(statements, hq::HQOperation::CardChange, checks, cards);
+    };
+    return link;
+}
 
 } // namespace
 
@@ -143,9 +165,18 @@ void frmMemCardManage::changeCard(int status)
     if (newType.toString() == m_cardType.toString() && newNumber == m_searchKey) return;
     auto maintain = frame::CardObject();
     platform::Value oldKey(m_searchKey), oldKey2(m_searchKey);
-    const long changed = maintain->changeMemberCard(oldKey, oldKey2, newNumber, newType);
+    long changed = 0;
+    try {
+        changed = maintain->changeMemberCard(oldKey, oldKey2, newNumber, newType, cardChangeLink());
+    } catch (const platform::ChangedSinceReadError&) {
+        m_card.reset();
+        frame::Messages().message(frame::kChangedSinceReadMessage, "提示",
+                                  platform::MessageIcon::Information);
+        return;
+    }
     m_card.reset();
     if (changed <= 0) return;
+    hq::SendQueuedToHQ();
     if (newNumber != m_searchKey)
         frame::Messages().message("会员卡：" + m_searchKey + " 已更换成：" + newNumber);
     else

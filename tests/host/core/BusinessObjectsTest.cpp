@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "db/CardLedger.h"
 #include "db/SchemaUpgrade.h"
 #include "db/SharedDatabases.h"
 #include "host/core/ApprovalMaintain.h"
@@ -13,6 +14,7 @@
 #include "host/core/MemberLists.h"
 #include "host/core/SettingsMaintain.h"
 #include "platform/BalanceCodec.h"
+#include "support/TestClock.h"
 #include "support/TestDatabase.h"
 #include "support/TestHost.h"
 
@@ -44,6 +46,15 @@ protected:
     }
     test::TestDatabase t;
 };
+
+// Every finding of the movement ledger, one a line.
+std::string ledgerFindings(test::TestDatabase& t)
+{
+    std::string text;
+    for (const db::LedgerFinding& finding : db::ledgerFindings(t.db()))
+        text += finding.card + ": " + finding.text + "\n";
+    return text;
+}
 
 } // namespace
 
@@ -92,7 +103,9 @@ TEST_F(BusinessObjects, CardChecks)
 
 TEST_F(BusinessObjects, ChangeCardMovesHolderPointsAndBalanceAtOnce)
 {
-    host::CardMaintain cards(t.path());
+    test::ScopedClock clock(2026, 11, 23, 10, 30, 0);
+    db::startLedgers(t.db(), {}, "开户"); // the cards' chains start from what they hold
+    host::CardMaintain cards(t.path(), {7, "", "01", "2"});
     Value old("A1"), old2("A1"), type("03");
     std::string refused = "N2"; // issued already
     EXPECT_EQ(cards.changeMemberCard(old, old2, refused, type), 0);
@@ -106,8 +119,62 @@ TEST_F(BusinessObjects, ChangeCardMovesHolderPointsAndBalanceAtOnce)
             "T_Pos_VipRecord where FCardId in ('A1','N1') order by FCardId"),
         (std::vector<std::string>{"A1|3|张伟|0|0|0|123456", "N1|0|张伟|300|100|88.5|123456"}));
     EXPECT_EQ(t.scalar("select FCardId from T_Pos_VipConsume").toString(), "N1");
+    // What moved is written as movements of both cards, which explain what each holds now.
+    EXPECT_EQ(t.rows("select FCardId,FPlusAmt,FOldAmt,FResidualAmt,other1,FPlusRealAmt,fuserid,Fbranchid,"
+                     "FBranchno,FOperDate,FBalanceStyle,FComFlag from T_Pos_AddMoneyList order by FID"),
+              (std::vector<std::string>{"A1|-88.5|88.5|0|换卡转出|0|7|2|01|2026-11-23 10:30:00|0|1",
+                                        "N1|88.5|0|88.5|换卡转入|0|7|2|01|2026-11-23 10:30:00|0|1"}));
+    EXPECT_EQ(t.rows("select FCardId,flag,FVipNum,memo,Fbranchid,FBranchno,FOperDate,FComFlag from "
+                     "T_Pos_VipGiftList order by FID"),
+              (std::vector<std::string>{"A1|6|200|换卡转出|2|01|2026-11-23 10:30:00|1",
+                                        "N1|7|200|换卡转入|2|01|2026-11-23 10:30:00|1"}));
+    EXPECT_EQ(ledgerFindings(t), "");
 }
 
+TEST_F(BusinessObjects, ChangeCardAddsToWhatTheNewCardHeldAndMovesNothingItCannotRead)
+{
+    // N3 was loaded before it was issued: 20 yuan and 10 points left of 15.
+    t.exec("insert into T_Pos_VipRecord (FCardId,FCardType,FCardStatus,FAccNum,FDecNum,FResidualAmt,"
+           "FSavingFlag,FDeleted) values ('N3','03','9',15,5,'" +
+           platform::encodeBalance("20") +
+           "',1,0),"
+           " ('A3','03','0',0,0,'0',1,0), ('N4','03','9',0,0,'0',1,0)");
+    db::startLedgers(t.db(), {}, "开户");
+    host::CardMaintain cards(t.path(), {7, "", "01", "2"});
+    Value old("A1"), old2("A1"), type("03");
+    std::string loaded = "N3";
+    EXPECT_EQ(cards.changeMemberCard(old, old2, loaded, type), 1);
+    EXPECT_EQ(t.rows("select FCardId,FAccNum,FDecNum,dbo.f_decrypt(FResidualAmt) from T_Pos_VipRecord "
+                     "where FCardId in ('A1','N3') order by FCardId"),
+              (std::vector<std::string>{"A1|0|0|0", "N3|315|105|108.5"}));
+    EXPECT_EQ(t.rows("select FCardId,FPlusAmt,FOldAmt,FResidualAmt from T_Pos_AddMoneyList order by FID"),
+              (std::vector<std::string>{"A1|-88.5|88.5|0", "N3|88.5|20|108.5"}));
+    EXPECT_EQ(t.rows("select FCardId,flag,FVipNum from T_Pos_VipGiftList order by FID"),
+              (std::vector<std::string>{"A1|6|200", "N3|7|200"}));
+    EXPECT_EQ(ledgerFindings(t), "");
+
+    // A card that holds nothing moves nothing: no movement of 0 is written.
+    Value empty("A3"), empty2("A3");
+    std::string next = "N4";
+    EXPECT_EQ(cards.changeMemberCard(empty, empty2, next, type), 1);
+    EXPECT_EQ(t.scalar("select count(*) from T_Pos_AddMoneyList where FCardId in ('A3','N4')").toInt() +
+                  t.scalar("select count(*) from T_Pos_VipGiftList where FCardId in ('A3','N4')").toInt(),
+              0);
+
+    // A balance that does not decode cannot be moved: nothing is written.
+    test::changeOutsideTheSystem(t.path(), "update T_Pos_VipRecord set FResidualAmt='?!' where FCardId='A2'");
+    t.exec("update T_Pos_VipRecord set FCardStatus='9' where FCardId='N2'");
+    const auto before = t.dump();
+    Value unreadable("A2"), unreadable2("A2"), otherType("01");
+    std::string target = "N2";
+    try {
+        cards.changeMemberCard(unreadable, unreadable2, target, otherType);
+        ADD_FAILURE() << "the change was made";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "会员卡【A2】的储值余额无法解码，不能换卡！");
+    }
+    EXPECT_EQ(t.dump(), before);
+}
 TEST_F(BusinessObjects, UpdateWritesTheGivenColumnsOfTheNamedCard)
 {
     host::CardMaintain cards(t.path());

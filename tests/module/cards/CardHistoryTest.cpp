@@ -9,6 +9,7 @@
 #include <QLineEdit>
 
 #include "CardScreenFixture.h"
+#include "db/CardLedger.h"
 #include "db/CsvRecords.h"
 #include "db/DemoData.h"
 #include "module/cards/dlgCardHistory.h"
@@ -261,6 +262,60 @@ TEST(CardHistory, ALinkedBranchShowsHeadquartersHistoryAndSaysSo)
     EXPECT_EQ(dialog.findChild<QLabel*>("lblSource")->text().toStdString(),
               "数据来源：本店数据库（总部数据库无法连接）");
     EXPECT_EQ(dialog.grid().rowCount(), 1);
+}
+
+TEST(CardHistory, AChangedCardEndsAtNothingAndItsNewCardHoldsWhatItReceived)
+{
+    test::TestHost host;
+    // A database of its own, not a branch of headquarters: its movements explain its cards.
+    host.branch().exec("delete from t_SystemProfile where FKey in ('PosSavingServerDb','is_branch')");
+    seedHistoryCard(host.branch());
+    host.branch().exec("insert into T_Pos_VipRecord (FCardId,FCardType,FCardStatus,FVipEndDate,FSavingFlag)"
+                       " values ('H2','03','9','2028-12-31',1)");
+    host.clock().set({{2026, 11, 1}, 10, 0, 0});
+    module::frame::ExecuteSQL(module::points::RewardGroup({"2", "01", "7"}, "H1", 30));
+    host.clock().set({{2026, 11, 15}, 10, 0, 0});
+    module::frame::ExecuteSQL(module::storedvalue::RechargeStatements(
+        {"7", "2", "01"},
+        {"H1", 100_yuan, 100_yuan, 0_yuan, 100_yuan, 100_yuan, "", "2026-11-15 10:00:00", "1"}));
+    host.clock().set({{2026, 11, 23}, 10, 30, 0});
+    platform::Value old("H1"), old2("H1"), type("03");
+    std::string fresh = "H2";
+    ASSERT_EQ(module::frame::CardObject()->changeMemberCard(old, old2, fresh, type), 1);
+    for (const db::LedgerFinding& finding : db::ledgerFindings(host.branch().db()))
+        ADD_FAILURE() << finding.card << ": " << finding.text;
+
+    dlgCardHistory dialog;
+    ASSERT_TRUE(dialog.load("H1")) << host.messages().last();
+    EXPECT_EQ(shownRows(dialog.grid()), (std::vector<std::string>{
+                                            "2026-11-23 10:30:00|卡操作|||0|0.00",
+                                            "2026-11-23 10:30:00|换卡转出||-100.00|0|0.00",
+                                            "2026-11-23 10:30:00|换卡转出|-30||0|100.00",
+                                            "2026-11-15 10:00:00|充值||+100.00|30|100.00",
+                                            "2026-11-01 10:00:00|积分奖励|+30||30|0.00",
+                                        }));
+    EXPECT_EQ(columnText(dialog.grid(), 0, "FDetail"), "会员卡管理---换卡：更换成H2");
+    EXPECT_EQ(module::cards::MismatchText(dialog.history()), "") << "the history adds up";
+    EXPECT_FALSE(dialog.findChild<QLabel*>("lblMismatch")->isVisibleTo(&dialog));
+    dialog.resize(1180, 420);
+    test::saveShot(dialog, "card-history-changed-card.png");
+
+    // The filter offers both halves of a change; each names the points and the money row.
+    dialog.findChild<QComboBox*>("cmbKind")->setCurrentText("换卡转出");
+    ASSERT_TRUE(dialog.applyFilter());
+    EXPECT_EQ(dialog.totalsText().toStdString(), "共 2 笔　积分变动合计：-30　金额变动合计：-100.00");
+
+    dlgCardHistory received;
+    ASSERT_TRUE(received.load("H2"));
+    EXPECT_EQ(shownRows(received.grid()), (std::vector<std::string>{
+                                              "2026-11-23 10:30:00|卡操作|||30|100.00",
+                                              "2026-11-23 10:30:00|换卡转入||+100.00|30|100.00",
+                                              "2026-11-23 10:30:00|换卡转入|+30||30|0.00",
+                                          }));
+    EXPECT_EQ(module::cards::MismatchText(received.history()), "");
+    received.findChild<QComboBox*>("cmbKind")->setCurrentText("换卡转入");
+    ASSERT_TRUE(received.applyFilter());
+    EXPECT_EQ(received.grid().rowCount(), 2);
 }
 
 TEST(CardHistory, ADemoCardAddsUpFromNothingAndOneThatDoesNotIsSaidSo)

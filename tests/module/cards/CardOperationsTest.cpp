@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "CardScreenFixture.h"
+#include "db/CardLedger.h"
 #include "host/core/CardMaintain.h"
 #include "module/cards/dlgChangeCard.h"
 #include "module/cards/dlgPWD.h"
@@ -324,6 +325,41 @@ TEST(CardOperations, LinkedBranchReplaysAtHeadquarters)
     EXPECT_EQ(t.host.hq().scalar("select FCardStatus from T_Pos_VipRecord where FCardId='C100'").toString(),
               "2")
         << "headquarters receives the end date only";
+}
+
+TEST(CardOperations, LinkedBranchChangesTheCardAtHeadquartersWithTheSameMovements)
+{
+    CardScreen t({.isBranch = true, .svCardShareType = true, .withHeadquarters = true});
+    test::seedCards(t.host.hq());
+    // Headquarters holds 100: a recharge of 11.5 made at another branch, which this branch never saw.
+    t.host.hq().exec("update T_Pos_VipRecord set FResidualAmt='" + platform::encodeBalance("100") +
+                     "' where FCardId='C100'");
+    db::startLedgers(t.host.hq().db(), {}, "开户");
+    t.search("C100");
+    test::whenModal<dlgChangeCard>([&](dlgChangeCard& dialog) {
+        dialog.numberField()->setText("C105");
+        t.host.messages().answer(true);
+        dialog.onOk();
+    });
+    t.screen.onStatusClicked(Change);
+
+    // Both databases hold headquarters' values moved, and the same movements.
+    for (test::TestDatabase* db : {&t.host.branch(), &t.host.hq()}) {
+        EXPECT_EQ(db->rows("select FCardId,FCardStatus,FAccNum-FDecNum,dbo.f_decrypt(FResidualAmt) from "
+                           "T_Pos_VipRecord where FCardId in ('C100','C105') order by FCardId"),
+                  (std::vector<std::string>{"C100|3|0|0", "C105|0|200|100"}))
+            << db->path();
+        EXPECT_EQ(db->rows("select FCardId,FPlusAmt,FOldAmt,FResidualAmt,other1,FBranchno from "
+                           "T_Pos_AddMoneyList order by FID"),
+                  (std::vector<std::string>{"C100|-100|100|0|换卡转出|01", "C105|100|0|100|换卡转入|01"}))
+            << db->path();
+        EXPECT_EQ(db->rows("select FCardId,flag,FVipNum,memo from T_Pos_VipGiftList order by FID"),
+                  (std::vector<std::string>{"C100|6|200|换卡转出", "C105|7|200|换卡转入"}))
+            << db->path();
+    }
+    EXPECT_EQ(t.host.hq().rows("select FDescription from t_Log"), std::vector<std::string>{"分店[01]换卡"});
+    EXPECT_EQ(t.host.branch().scalar("select count(*) from t_HqOutbox").toInt(), 0) << "sent at once";
+    EXPECT_TRUE(db::ledgerFindings(t.host.hq().db()).empty()) << "headquarters' ledger explains both cards";
 }
 
 TEST(CardOperations, LinkedBranchWithoutHeadquartersRefusesEveryOperation)

@@ -348,11 +348,27 @@ TEST_F(BatchesOnBothEngines, CardOperationsAndTheirReplayAtHeadquarters)
 
 TEST_F(BatchesOnBothEngines, TheHostsCardChangeCardRecordAndOperationLog)
 {
-    const auto live = cards("r.FCardStatus='0' and r.FDeleted=0 and r.FVipName is not null", 1);
+    // A card with a balance and points left, so that both kinds of movement are written.
+    const auto live = cards("r.FCardStatus='0' and r.FDeleted=0 and r.FVipName is not null and "
+                            "r.FResidualAmt<>'0' and r.FAccNum>r.FDecNum",
+                            1);
     const auto unused = cards("r.FCardStatus='9' and r.FDeleted=0", 1);
-    const std::string type = sqliteValue("select max(FTypeId) from T_Pos_VipType").toString();
-    const auto old = sqlite().query("select * from T_Pos_VipRecord where FCardId='" + live[0] + "'");
-    runOnBoth(host::cardChangeBatch(old, live[0], unused[0], type));
+    host::CardChange change;
+    change.oldNo = live[0];
+    change.newNo = unused[0];
+    change.type = sqliteValue("select max(FTypeId) from T_Pos_VipType").toString();
+    change.oldRow = sqlite().query("select * from T_Pos_VipRecord where FCardId='" + live[0] + "'");
+    change.oldValues = sqlite().query(host::cardValuesSql(live[0]));
+    change.newValues = sqlite().query(host::cardValuesSql(unused[0]));
+    change.userId = std::stoi(test::kUserId);
+    change.branchId = test::kOwnBranchId;
+    change.branchNo = test::kOwnBranchNo;
+    change.operDate = kOperDate;
+    runCheckedOnBoth(host::cardChangeBatch(change), host::cardValueChecks(change));
+    EXPECT_EQ(number("select count(*) from T_Pos_AddMoneyList where FCardId in ('" + live[0] + "','" +
+                     unused[0] + "')" + " and FOperDate='" + kOperDate + "'"),
+              2);
+    EXPECT_EQ(number("select count(*) from T_Pos_VipGiftList where flag in ('6','7')"), 2);
 
     platform::FieldMap record;
     record.set("FCardId", kMixedCaseCardAsTyped);
