@@ -69,7 +69,9 @@ HqDatabase::HqDatabase(const BenchCluster& cluster, const std::string& name, lon
         server->queryNative("CREATE DATABASE " + name);
     }
     m_url = cluster.url(name);
-    m_admin = db::PgDatabase::open(m_url);
+    // Loading the cards and every branch's totals takes the server longer than a till's call may
+    // stay silent (64 branches of 30,000 cards are two million rows).
+    m_admin = db::PgDatabase::open(m_url, std::chrono::minutes(10));
     db::applySchema(*m_admin);
     const std::string balance =
         platform::quoted(platform::encodeBalance(platform::Money::ofDouble(kOpeningBalance)));
