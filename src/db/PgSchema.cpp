@@ -231,8 +231,10 @@ BEGIN
 END
 $$;
 -- Each movement row moves its card's head on by one link (the card's seal trigger checks and
--- renews the seal) and takes its sequence number and link from it.
-CREATE FUNCTION ormex_chain_points() RETURNS trigger
+-- renews the seal) and takes its sequence number and link from it. The trigger's argument is the
+-- table's tag in the links; the row's content is its table's (plpgsql plans the function for each
+-- table it serves).
+CREATE FUNCTION ormex_chain_row() RETURNS trigger
 LANGUAGE plpgsql AS $$
 BEGIN
     IF coalesce(current_setting('ormex.seal_key', true), '') = '' THEN
@@ -240,30 +242,16 @@ BEGIN
     END IF;
     UPDATE t_pos_viprecord
        SET fledgerseq = fledgerseq + 1,
-           fledgerhash = ormex_chain(fledgerhash, fledgerseq + 1, 'P', ormex_movement_body(NEW))
-     WHERE fcardid = NEW.fcardid
-    RETURNING fledgerseq, fledgerhash INTO NEW.fseq, NEW.fchain;
-    RETURN NEW;
-END
-$$;
-CREATE FUNCTION ormex_chain_money() RETURNS trigger
-LANGUAGE plpgsql AS $$
-BEGIN
-    IF coalesce(current_setting('ormex.seal_key', true), '') = '' THEN
-        RETURN NEW;
-    END IF;
-    UPDATE t_pos_viprecord
-       SET fledgerseq = fledgerseq + 1,
-           fledgerhash = ormex_chain(fledgerhash, fledgerseq + 1, 'M', ormex_movement_body(NEW))
+           fledgerhash = ormex_chain(fledgerhash, fledgerseq + 1, TG_ARGV[0], ormex_movement_body(NEW))
      WHERE fcardid = NEW.fcardid
     RETURNING fledgerseq, fledgerhash INTO NEW.fseq, NEW.fchain;
     RETURN NEW;
 END
 $$;
 CREATE TRIGGER ormex_ledger_p BEFORE INSERT ON t_pos_vipgiftlist
-    FOR EACH ROW EXECUTE FUNCTION ormex_chain_points();
+    FOR EACH ROW EXECUTE FUNCTION ormex_chain_row('P');
 CREATE TRIGGER ormex_ledger_m BEFORE INSERT ON t_pos_addmoneylist
-    FOR EACH ROW EXECUTE FUNCTION ormex_chain_money();
+    FOR EACH ROW EXECUTE FUNCTION ormex_chain_row('M');
 )SQL";
 
 } // namespace
