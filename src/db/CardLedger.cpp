@@ -377,25 +377,23 @@ void installLedger(Database& db)
 {
     const auto& key = sealKey();
     if (!key) return;
+    // A connection brought to the ledger by a schema step has its functions already.
     SqliteStatement registered(db.handle(),
                                "SELECT count(*) FROM pragma_function_list WHERE name='ormex_chain'");
-    if (registered.step() && registered.column(0).toInt() > 0) {
-        std::string triggers;
-        for (const MovementTable& table : kMovementTables)
-            triggers += chainTrigger(table);
-        db.executeNative(triggers);
-        return;
+    if (!registered.step() || registered.column(0).toInt() == 0) {
+        auto* hash = new KeyedHash(*key);
+        auto* startHash = new KeyedHash(*key);
+        const auto drop = [](void* p) { delete static_cast<KeyedHash*>(p); };
+        if (sqlite3_create_function_v2(db.handle(), "ormex_chain", 4, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
+                                       hash, &chainFunction, nullptr, nullptr, drop) != SQLITE_OK ||
+            sqlite3_create_function_v2(db.handle(), "ormex_ledger_start", 6,
+                                       SQLITE_UTF8 | SQLITE_DETERMINISTIC, startHash, &startFunction, nullptr,
+                                       nullptr, drop) != SQLITE_OK ||
+            sqlite3_create_function_v2(db.handle(), "ormex_canonical", -1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
+                                       nullptr, &canonicalFunction, nullptr, nullptr, nullptr) != SQLITE_OK)
+            throw DbError(std::string("cannot register the ledger functions: ") +
+                          sqlite3_errmsg(db.handle()));
     }
-    auto* hash = new KeyedHash(*key);
-    auto* startHash = new KeyedHash(*key);
-    const auto drop = [](void* p) { delete static_cast<KeyedHash*>(p); };
-    if (sqlite3_create_function_v2(db.handle(), "ormex_chain", 4, SQLITE_UTF8 | SQLITE_DETERMINISTIC, hash,
-                                   &chainFunction, nullptr, nullptr, drop) != SQLITE_OK ||
-        sqlite3_create_function_v2(db.handle(), "ormex_ledger_start", 6, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
-                                   startHash, &startFunction, nullptr, nullptr, drop) != SQLITE_OK ||
-        sqlite3_create_function_v2(db.handle(), "ormex_canonical", -1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
-                                   nullptr, &canonicalFunction, nullptr, nullptr, nullptr) != SQLITE_OK)
-        throw DbError(std::string("cannot register the ledger functions: ") + sqlite3_errmsg(db.handle()));
     std::string triggers;
     for (const MovementTable& table : kMovementTables)
         triggers += chainTrigger(table);
