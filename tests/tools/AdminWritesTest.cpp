@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "RunAdminCommand.h"
+#include "AdministeredDatabase.h"
 #include "db/Database.h"
 #include "platform/BalanceCodec.h"
 #include "support/TestDatabase.h"
@@ -16,10 +16,7 @@ namespace {
 
 using ormex::test::runCommand;
 
-std::vector<std::string> rowsOf(const std::string& db, const std::string& sql)
-{
-    return ormex::test::rowsOf(*ormex::db::Database::open(db), sql);
-}
+const auto rowsOf = ormex::test::rowsOfFile;
 
 // The digest as coreutils computes it, apart from the code under test.
 std::string sha256sum(const std::string& file)
@@ -33,20 +30,15 @@ std::string sha256sum(const std::string& file)
     return hex;
 }
 
-class AdminWrites : public ::testing::Test
+class AdminWrites : public ormex::test::AdministeredDatabase
 {
 protected:
-    std::string dir = ormex::test::makeTempFolder();
-    std::string db = dir + "/branch.db";
     std::string batch = dir + "/batch.sql";
 
     void SetUp() override
     {
-        setenv("ORMEX_PASSWORD", "pw-1", 1);
-        setenv("ORMEX_NEW_PASSWORD", "pw-1", 1);
-        ASSERT_EQ(runCommand({"create", db}).code, 0);
-        ASSERT_EQ(runCommand({"user", "add", db, "admin", "--role", "admin"}).code, 0);
-        ASSERT_EQ(runCommand({"user", "add", db, "till1", "--role", "cashier", "--user", "admin"}).code, 0);
+        AdministeredDatabase::SetUp();
+        if (HasFatalFailure()) return;
         std::ofstream(dir + "/cards.sql") << ormex::test::openedCardSql("C1", "50", "10");
         ASSERT_EQ(runCommand({"run", db, dir + "/cards.sql", "--user", "admin"}).code, 0);
         // Raises C1 by 20 and adds C2.
@@ -54,12 +46,6 @@ protected:
                                     ormex::platform::encodeBalance(std::string("70")) +
                                     "' where FCardId='C1'\r\n"
                                     "insert into T_Pos_VipRecord (FCardId,FAccNum) values ('C2',5)";
-    }
-    void TearDown() override
-    {
-        unsetenv("ORMEX_PASSWORD");
-        unsetenv("ORMEX_NEW_PASSWORD");
-        ormex::test::removeFolder(dir);
     }
     std::vector<std::string> cards() const
     {

@@ -14,7 +14,7 @@
 #include <fstream>
 #include <thread>
 
-#include "RunAdminCommand.h"
+#include "AdministeredDatabase.h"
 #include "db/Database.h"
 #include "db/SqliteStatement.h"
 #include "platform/BalanceCodec.h"
@@ -27,10 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 using ormex::test::runCommand;
 
-std::vector<std::string> rowsOf(const std::string& db, const std::string& sql)
-{
-    return ormex::test::rowsOf(*ormex::db::Database::open(db), sql);
-}
+const auto rowsOf = ormex::test::rowsOfFile;
 
 std::string integrityOf(const std::string& db)
 {
@@ -73,28 +70,17 @@ bool writeLocked(const std::string& db)
     return locked;
 }
 
-class BackupCommands : public ::testing::Test
+class BackupCommands : public ormex::test::AdministeredDatabase
 {
 protected:
-    std::string dir = ormex::test::makeTempFolder();
-    std::string db = dir + "/branch.db";
     std::string backup = dir + "/backup.db";
 
     void SetUp() override
     {
-        setenv("ORMEX_PASSWORD", "pw-1", 1);
-        setenv("ORMEX_NEW_PASSWORD", "pw-1", 1);
-        ASSERT_EQ(runCommand({"create", db}).code, 0);
-        ASSERT_EQ(runCommand({"user", "add", db, "admin", "--role", "admin"}).code, 0);
-        ASSERT_EQ(runCommand({"user", "add", db, "till1", "--role", "cashier", "--user", "admin"}).code, 0);
+        AdministeredDatabase::SetUp();
+        if (HasFatalFailure()) return;
         runBatch(db,
                  ormex::test::openedCardSql("C1", "50", "10") + ormex::test::openedCardSql("C2", "8", "30"));
-    }
-    void TearDown() override
-    {
-        unsetenv("ORMEX_PASSWORD");
-        unsetenv("ORMEX_NEW_PASSWORD");
-        ormex::test::removeFolder(dir);
     }
     void runBatch(const std::string& on, const std::string& sql)
     {
