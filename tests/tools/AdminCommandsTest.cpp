@@ -142,6 +142,31 @@ TEST_F(AdminCommands, DemoCreatesBothDatabasesOnce)
     EXPECT_FALSE(std::filesystem::exists(dir + "/branch.db.partial"));
 }
 
+TEST_F(AdminCommands, TheSealKeyIsWrittenOnceWhateverTheSettingsFileEndsWith)
+{
+    // A hand-written settings file whose last line is a comment without its line break.
+    std::ofstream(dir + "/host.conf") << "# branch settings";
+    ASSERT_EQ(run({"demo", "--branch", dir + "/branch.db", "--hq", dir + "/HQ.db"}).code, 0);
+    EXPECT_EQ(run({"verify", dir + "/branch.db"}).out, "every card matches its seal and its movement ledger\n");
+    // A later command finds the key and writes no second one.
+    ASSERT_EQ(run({"demo", "--branch", dir + "/branch2.db", "--hq", dir + "/HQ2.db"}).code, 0);
+    std::ifstream in(dir + "/host.conf");
+    std::ostringstream text;
+    text << in.rdbuf();
+    EXPECT_EQ(text.str().find("seal-key="), text.str().rfind("seal-key=")) << text.str();
+    EXPECT_EQ(text.str().rfind("# branch settings\n", 0), 0u) << text.str();
+    EXPECT_EQ(run({"verify", dir + "/branch.db"}).code, 0);
+
+    // Two different keys: which one sealed the cards cannot be guessed; nothing is written.
+    std::ofstream(dir + "/host.conf", std::ios::app) << "seal-key=" << std::string(64, '0') << "\n";
+    const Result refused = run({"verify", dir + "/branch.db"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_NE(refused.err.find(dir + "/host.conf:"), std::string::npos) << refused.err;
+    const Result notCreated = run({"demo", "--branch", dir + "/branch3.db", "--hq", dir + "/HQ3.db"});
+    EXPECT_NE(notCreated.code, 0);
+    EXPECT_FALSE(std::filesystem::exists(dir + "/branch3.db"));
+}
+
 TEST_F(AdminCommands, TheInstalledCommandExitsNonZeroOnFailure)
 {
     const std::string command =

@@ -194,7 +194,7 @@ db::SealKey makeSealKey(const std::string& settings, std::ostream& out)
 {
     if (const auto key = sealKeyIn(settings)) return *key;
     const db::SealKey key = db::newSealKey();
-    platform::appendSetting(settings, "seal-key", db::sealKeyText(key));
+    platform::addSetting(settings, "seal-key", db::sealKeyText(key));
     out << "wrote a new seal key to " << settings
         << " (keep a copy of it apart from the database's backups: they are checked with it)\n";
     return key;

@@ -66,6 +66,7 @@ void HostConfig::set(const std::string& name, const std::string& value)
 
 void HostConfig::readFile(const std::string& path)
 {
+    settingsFile = path;
     for (const platform::Setting& setting : platform::readSettingsFile(path)) {
         try {
             set(setting.name, setting.value);

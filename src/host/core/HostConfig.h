@@ -26,6 +26,8 @@ struct HostConfig
     // How long a call to headquarters waits for a server that sends nothing before the operator
     // is told headquarters cannot be reached ("hq-deadline-seconds", 1 to 600).
     std::chrono::milliseconds hqDeadline{std::chrono::seconds(10)};
+    // The settings file read, for messages ("" when none was).
+    std::string settingsFile;
 
     std::string databasePath() const;
     // The session descriptor handed to the business objects.

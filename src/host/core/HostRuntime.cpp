@@ -25,8 +25,9 @@ HostRuntime::HostRuntime(HostConfig config)
     // Every connection of the session seals the cards it writes: the key comes first.
     const auto key = db::parseSealKey(m_config.sealKey);
     if (!key)
-        throw db::OpenError(
-            "the settings hold no seal-key of 64 hexadecimal digits: the card seals cannot be kept");
+        throw db::OpenError((m_config.settingsFile.empty() ? std::string("no settings file was read: no")
+                                                           : m_config.settingsFile + " holds no") +
+                            " seal-key of 64 hexadecimal digits, the card seals cannot be kept");
     db::setSealKey(*key);
     // Opened as every object of the session opens it: an older file is upgraded, a newer one refused.
     if (!db::hasSchema(db::sharedDatabase(m_config.databasePath())))
