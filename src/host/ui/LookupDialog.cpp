@@ -5,18 +5,19 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QTableWidget>
 #include <QVBoxLayout>
 
 #include <set>
 
+#include "LookupModel.h"
+#include "LookupTableView.h"
 #include "TableCsvExport.h"
 
 namespace ormex::host {
 
 LookupDialog::LookupDialog(const QString& title, std::vector<Column> columns, Reader reader, bool multiSelect,
                            const QString& searchText, QWidget* parent)
-    : QDialog(parent), m_columns(std::move(columns)), m_reader(std::move(reader))
+    : QDialog(parent), m_reader(std::move(reader))
 {
     setObjectName("lookupDialog");
     setWindowTitle(title);
@@ -28,13 +29,9 @@ LookupDialog::LookupDialog(const QString& title, std::vector<Column> columns, Re
     m_search->setPlaceholderText(QStringLiteral("输入编号、名称或手机号"));
     row->addWidget(m_search, 1);
     layout->addLayout(row);
-    m_table = new QTableWidget(this);
+    m_model = new LookupModel(std::move(columns), this);
+    m_table = new LookupTableView(*m_model, this);
     m_table->setObjectName("lookupTable");
-    m_table->setColumnCount(static_cast<int>(m_columns.size()));
-    QStringList captions;
-    for (const auto& column : m_columns)
-        captions << column.second;
-    m_table->setHorizontalHeaderLabels(captions);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_table->setSelectionMode(multiSelect ? QAbstractItemView::ExtendedSelection
                                           : QAbstractItemView::SingleSelection);
@@ -50,27 +47,16 @@ LookupDialog::LookupDialog(const QString& title, std::vector<Column> columns, Re
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(m_search, &QLineEdit::textChanged, this, &LookupDialog::search);
-    connect(m_table, &QTableWidget::cellDoubleClicked, this, &QDialog::accept);
+    connect(m_table, &QTableView::doubleClicked, this, &QDialog::accept);
     resize(720, 420);
     search();
 }
 
 void LookupDialog::search()
 {
-    m_rows.clear();
-    try {
-        m_rows = m_reader(m_search->text().trimmed().toStdString()).toRecordList();
-    } catch (const std::exception&) {
-        m_rows.clear();
-    }
-    m_table->setRowCount(static_cast<int>(m_rows.size()));
-    for (int r = 0; r < m_table->rowCount(); ++r)
-        for (int c = 0; c < m_table->columnCount(); ++c)
-            m_table->setItem(
-                r, c,
-                new QTableWidgetItem(QString::fromStdString(m_rows[static_cast<std::size_t>(r)].text(
-                    m_columns[static_cast<std::size_t>(c)].first.toStdString()))));
-    if (!m_rows.empty()) m_table->selectRow(0);
+    m_model->load([reader = m_reader, text = m_search->text().trimmed().toStdString()](
+                      std::size_t offset, std::size_t count) { return reader(text, offset, count); });
+    if (m_model->rowCount() > 0) m_table->selectRow(0);
 }
 
 platform::RecordList LookupDialog::chosen() const
@@ -80,7 +66,7 @@ platform::RecordList LookupDialog::chosen() const
         rows.insert(index.row());
     platform::RecordList records;
     for (int r : rows)
-        records.push_back(m_rows[static_cast<std::size_t>(r)]);
+        records.push_back(m_model->record(r));
     return records;
 }
 

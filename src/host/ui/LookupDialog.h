@@ -2,7 +2,9 @@
 
 #include <QDialog>
 
+#include <cstddef>
 #include <functional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -10,17 +12,21 @@
 #include "platform/Recordset.h"
 
 class QLineEdit;
-class QTableWidget;
+class QTableView;
 
 // A pick list of the host: a search box, a table of matching records, single or multiple
-// selection. The rows come from a reader given the search text. The list can be saved as a CSV
-// file (TableCsvExport.h).
+// selection. The rows come a page at a time from a reader given the search text, as the operator
+// scrolls (LookupModel.h). The list can be saved as a CSV file (TableCsvExport.h).
 namespace ormex::host {
+
+class LookupModel;
 
 class LookupDialog : public QDialog
 {
 public:
-    using Reader = std::function<platform::Recordset(const std::string& search)>;
+    // Reads `count` matching rows from row `offset` on, always in the same order.
+    using Reader =
+        std::function<platform::Recordset(const std::string& search, std::size_t offset, std::size_t count)>;
     using Column = std::pair<QString, QString>; // field, caption
 
     LookupDialog(const QString& title, std::vector<Column> columns, Reader reader, bool multiSelect,
@@ -30,14 +36,14 @@ public:
     platform::RecordList chosen() const;
     void search();
     QLineEdit* searchBox() const { return m_search; }
-    QTableWidget* table() const { return m_table; }
+    QTableView* table() const { return m_table; }
+    LookupModel& model() const { return *m_model; }
 
 private:
-    std::vector<Column> m_columns;
     Reader m_reader;
     QLineEdit* m_search = nullptr;
-    QTableWidget* m_table = nullptr;
-    platform::RecordList m_rows;
+    LookupModel* m_model = nullptr;
+    QTableView* m_table = nullptr;
 };
 
 } // namespace ormex::host

@@ -20,6 +20,9 @@ struct ClassView
     QString title;
     std::vector<LookupDialog::Column> columns;
     std::vector<const char*> searched; // fields the search text is matched against
+    // The row's own key, in the order the table keeps its rows: the pages of a list follow it, so
+    // they neither repeat nor skip a row, on either engine, and the list reads as it always did.
+    const char* key;
 };
 
 ClassView viewOf(int classId)
@@ -34,25 +37,33 @@ ClassView viewOf(int classId)
                  {"type_name", "卡类别"},
                  {"status_name", "卡状态"},
                  {"cur_num", "剩余积分"}},
-                {"FCardId", "FCardFlowno", "FVipName", "mobile"}};
+                {"FCardId", "FCardFlowno", "FVipName", "mobile"},
+                "FFlowId"};
     case 51:
         return {QStringLiteral("会员卡类别"),
                 {{"FTypeId", "类别编号"}, {"type_name", "类别名称"}},
-                {"FTypeId", "type_name"}};
+                {"FTypeId", "type_name"},
+                "FTypeId"};
     case 5:
-        return {
-            QStringLiteral("仓库"), {{"FNumber", "仓库编码"}, {"FName", "仓库名称"}}, {"FNumber", "FName"}};
+        return {QStringLiteral("仓库"),
+                {{"FNumber", "仓库编码"}, {"FName", "仓库名称"}},
+                {"FNumber", "FName"},
+                "FItemID"};
     case 23:
         return {QStringLiteral("辅助属性"),
                 {{"FNumber", "商品编码"}, {"FAuxPropNum", "属性编号"}, {"FAuxPropName", "辅助属性"}},
-                {"FNumber", "FAuxPropNum", "FAuxPropName"}};
+                {"FNumber", "FAuxPropNum", "FAuxPropName"},
+                "FAuxPropID"};
     case 34:
-        return {
-            QStringLiteral("付款方式"), {{"FNumber", "编号"}, {"FName", "付款方式"}}, {"FNumber", "FName"}};
+        return {QStringLiteral("付款方式"),
+                {{"FNumber", "编号"}, {"FName", "付款方式"}},
+                {"FNumber", "FName"},
+                "FItemID"};
     default:
         return {QStringLiteral("商品"),
                 {{"FNumber", "商品编码"}, {"FBarCode", "主条码"}, {"FName", "品名"}, {"FUnit", "单位"}},
-                {"FNumber", "FBarCode", "FName"}};
+                {"FNumber", "FBarCode", "FName"},
+                "FItemID"};
     }
 }
 
@@ -88,6 +99,14 @@ std::string LookupWindows::lookupSql(int classId, const std::string& filter, con
     return tableInfoSql(tableOf(classId), condition);
 }
 
+std::string LookupWindows::lookupPageSql(int classId, const std::string& filter, const std::string& search,
+                                         std::size_t offset, std::size_t count) const
+{
+    // limit/offset: SQLite and PostgreSQL both read it, and the T-SQL front end passes it through.
+    return lookupSql(classId, filter, search) + " order by " + viewOf(classId).key + " limit " +
+           std::to_string(count) + " offset " + std::to_string(offset);
+}
+
 platform::LookupResult LookupWindows::open(int classId, const std::string& filter, const std::string& search,
                                            bool multiSelect)
 {
@@ -95,8 +114,8 @@ platform::LookupResult LookupWindows::open(int classId, const std::string& filte
     const std::string path = m_path;
     LookupDialog dialog(
         view.title, view.columns,
-        [this, classId, filter, path](const std::string& text) {
-            return db::sharedDatabase(path).query(lookupSql(classId, filter, text));
+        [this, classId, filter, path](const std::string& text, std::size_t offset, std::size_t count) {
+            return db::sharedDatabase(path).query(lookupPageSql(classId, filter, text, offset, count));
         },
         multiSelect, QString::fromStdString(search), QApplication::activeModalWidget());
     platform::LookupResult result;

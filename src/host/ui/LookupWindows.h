@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "platform/Lookups.h"
@@ -23,6 +24,9 @@ public:
 
     // The SQL a window runs for a class, a filter and a search text.
     std::string lookupSql(int classId, const std::string& filter, const std::string& search) const;
+    // The same list's rows from `offset` on, at most `count` of them, in the order of the rows' keys.
+    std::string lookupPageSql(int classId, const std::string& filter, const std::string& search,
+                              std::size_t offset, std::size_t count) const;
 
 private:
     platform::LookupResult open(int classId, const std::string& filter, const std::string& search,

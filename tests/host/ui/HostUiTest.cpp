@@ -8,15 +8,19 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
-#include <QTableWidget>
+#include <QTableView>
 #include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
 
 #include <cstdlib>
 
 #include "db/DemoData.h"
+#include "db/LargeData.h"
 #include "host/ui/HostCommandLine.h"
 #include "host/ui/LauncherWindow.h"
 #include "host/ui/LookupDialog.h"
+#include "host/ui/LookupModel.h"
 #include "host/ui/LookupWindows.h"
 #include "host/ui/ModuleLoader.h"
 #include "host/ui/NameList.h"
@@ -47,21 +51,23 @@ TEST(LookupWindow, SearchesWithinItsFilter)
     host::LookupDialog dialog(
         "会员卡",
         {{"FCardId", "会员卡号"}, {"FVipName", "姓名"}, {"mobile", "手机"}, {"status_name", "卡状态"}},
-        [&](const std::string& text) {
+        [&](const std::string& text, std::size_t offset, std::size_t count) {
             return db::Database::open(host.config().databasePath())
-                ->query(windows.lookupSql(50, filter, text));
+                ->query(windows.lookupPageSql(50, filter, text, offset, count));
         },
         true, "", nullptr);
-    const int all = dialog.table()->rowCount();
+    QAbstractItemModel& rows = *dialog.table()->model();
+    dialog.model().fetchAll();
+    const int all = rows.rowCount();
     EXPECT_EQ(all, host.branch().scalar("select count(*) from T_Pos_VipRecord where " + filter).toInt());
     dialog.searchBox()->setText("13900000001");
-    EXPECT_EQ(dialog.table()->rowCount(), 2) << "the shared mobile number";
+    EXPECT_EQ(rows.rowCount(), 2) << "the shared mobile number";
     dialog.searchBox()->setText("8800001");
-    EXPECT_GT(dialog.table()->rowCount(), 1);
-    for (int r = 0; r < dialog.table()->rowCount(); ++r)
-        EXPECT_NE(dialog.table()->item(r, 3)->text(), "未使用");
+    EXPECT_GT(rows.rowCount(), 1);
+    for (int r = 0; r < rows.rowCount(); ++r)
+        EXPECT_NE(rows.index(r, 3).data().toString(), "未使用");
     dialog.table()->selectAll();
-    EXPECT_EQ(static_cast<int>(dialog.chosen().size()), dialog.table()->rowCount());
+    EXPECT_EQ(static_cast<int>(dialog.chosen().size()), rows.rowCount());
     shot(dialog, "lookup-cards.png");
 
     // The list saves what it shows as a CSV file, a hidden row left out.
@@ -74,18 +80,113 @@ TEST(LookupWindow, SearchesWithinItsFilter)
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QList<QByteArray> lines = file.readAll().split('\n');
     EXPECT_EQ(lines.value(0), "\xEF\xBB\xBF会员卡号,姓名,手机,卡状态\r");
-    EXPECT_EQ(lines.size(), dialog.table()->rowCount() + 1)
-        << "captions, the shown rows, nothing after the last";
+    EXPECT_EQ(lines.size(), rows.rowCount() + 1) << "captions, the shown rows, nothing after the last";
 
     host::LookupDialog single(
         "付款方式", {{"FNumber", "编号"}, {"FName", "付款方式"}},
-        [&](const std::string& text) {
-            return db::Database::open(host.config().databasePath())->query(windows.lookupSql(34, "", text));
+        [&](const std::string& text, std::size_t offset, std::size_t count) {
+            return db::Database::open(host.config().databasePath())
+                ->query(windows.lookupPageSql(34, "", text, offset, count));
         },
         false, "", nullptr);
-    EXPECT_EQ(single.table()->rowCount(), 4) << "deleted payment methods are not offered";
+    EXPECT_EQ(single.table()->model()->rowCount(), 4) << "deleted payment methods are not offered";
     single.table()->selectAll();
     EXPECT_EQ(single.chosen().size(), 1u);
+}
+
+// Runs `inspect` on the lookup window that `open` shows, once it is on screen; `inspect` closes it.
+template <typename Open>
+platform::LookupResult whileLookupOpen(Open open, std::function<void(QDialog&)> inspect)
+{
+    QTimer::singleShot(0, [inspect] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog) {
+            ADD_FAILURE() << "no lookup window";
+            return;
+        }
+        inspect(*dialog);
+        if (dialog->isVisible()) dialog->reject();
+    });
+    return open();
+}
+
+TEST(LookupWindow, ReadsThePagesTheOperatorScrollsTo)
+{
+    test::TestHost host;
+    db::generateCards(host.branch().db(), 5000);
+    host::LookupWindows windows(host.config().databasePath());
+    const std::string filter = "(FCardStatus<>'9' and FDeleted=0)";
+    const auto cards =
+        host.branch().rows("select FCardId from T_Pos_VipRecord where " + filter + " order by FFlowId");
+    ASSERT_GT(cards.size(), 3 * host::LookupModel::kPageRows);
+    const int page = static_cast<int>(host::LookupModel::kPageRows);
+
+    // An empty search over every card: the window holds one page until the operator scrolls to its
+    // last row, then the next; the card chosen there is the one the operator sees in that row.
+    int held = 0, afterScroll = 0;
+    QString shownAt;
+    const auto picked = whileLookupOpen([&] { return windows.showFormReturn(50, false, 2, filter, ""); },
+                                        [&](QDialog& dialog) {
+                                            auto* table = dialog.findChild<QTableView*>("lookupTable");
+                                            held = table->model()->rowCount();
+                                            table->scrollToBottom();
+                                            afterScroll = table->model()->rowCount();
+                                            table->selectRow(page + 7);
+                                            shownAt = table->model()->index(page + 7, 0).data().toString();
+                                            QTest::keyClick(table, Qt::Key_Return);
+                                        });
+    EXPECT_EQ(held, page);
+    EXPECT_EQ(afterScroll, 2 * page);
+    ASSERT_TRUE(picked.returnOk);
+    ASSERT_EQ(picked.returnObject.size(), 1u);
+    EXPECT_EQ(picked.returnObject[0].text("FCardId"), cards[page + 7]);
+    EXPECT_EQ(shownAt.toStdString(), cards[page + 7]);
+
+    // Commands that mean the whole list read all of it: select all in a multiple choice, and
+    // Ctrl+End, which lands on the list's last card.
+    std::size_t selected = 0;
+    int lastRow = -1;
+    QString last;
+    whileLookupOpen([&] { return windows.showFormReturn(50, true, 2, filter, ""); },
+                    [&](QDialog& dialog) {
+                        auto* table = dialog.findChild<QTableView*>("lookupTable");
+                        QTest::keyClick(table, Qt::Key_A, Qt::ControlModifier);
+                        selected = static_cast<std::size_t>(table->selectionModel()->selectedRows().size());
+                        QTest::keyClick(table, Qt::Key_End, Qt::ControlModifier);
+                        lastRow = table->currentIndex().row();
+                        last = table->currentIndex().siblingAtColumn(0).data().toString();
+                    });
+    EXPECT_EQ(selected, cards.size());
+    EXPECT_EQ(lastRow, static_cast<int>(cards.size()) - 1);
+    EXPECT_EQ(last.toStdString(), cards.back());
+
+    // A search narrows the pages too: page after page, the list is the one the whole query gives.
+    std::vector<std::string> matching, listed;
+    const auto whole = db::Database::open(host.config().databasePath())
+                           ->query(windows.lookupSql(50, filter, "1"))
+                           .toRecordList();
+    for (const auto& card : whole)
+        matching.push_back(card.text("FCardId"));
+    ASSERT_GT(matching.size(), 2 * host::LookupModel::kPageRows);
+    whileLookupOpen([&] { return windows.showFormReturn(50, false, 3, filter, "1"); },
+                    [&](QDialog& dialog) {
+                        auto* table = dialog.findChild<QTableView*>("lookupTable");
+                        for (int i = 0; i < 100 && table->model()->canFetchMore({}); ++i)
+                            table->scrollToBottom();
+                        for (int r = 0; r < table->model()->rowCount(); ++r)
+                            listed.push_back(table->model()->index(r, 0).data().toString().toStdString());
+                    });
+    EXPECT_EQ(listed, matching);
+
+    // Saved as a CSV file, the list is whole, though the window read only its first page.
+    QTemporaryDir folder;
+    host.messages().choose(folder.filePath("cards.csv").toStdString());
+    whileLookupOpen([&] { return windows.showFormReturn(50, false, 3, filter, "1"); },
+                    [&](QDialog& dialog) { dialog.findChild<QAction*>("exportCsv")->trigger(); });
+    QFile file(folder.filePath("cards.csv"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll().count('\n'), static_cast<qsizetype>(matching.size()) + 1)
+        << "captions and every card";
 }
 
 TEST(HostCommandLine, DefaultsOptionsAndRefusals)
