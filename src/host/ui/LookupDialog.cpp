@@ -10,6 +10,7 @@
 
 #include <set>
 
+#include "HostLog.h"
 #include "TableCsvExport.h"
 
 namespace ormex::host {
@@ -60,7 +61,9 @@ void LookupDialog::search()
     m_rows.clear();
     try {
         m_rows = m_reader(m_search->text().trimmed().toStdString()).toRecordList();
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHost, "the lookup %s for \"%s\" failed: %s", qUtf8Printable(windowTitle()),
+                  qUtf8Printable(m_search->text()), error.what());
         m_rows.clear();
     }
     m_table->setRowCount(static_cast<int>(m_rows.size()));
