@@ -7,6 +7,7 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+#include "HostLog.h"
 #include "ModuleLoader.h"
 #include "TableCsvExport.h"
 #include "db/SharedDatabases.h"
@@ -86,6 +87,7 @@ void HeldChangesWindow::reload()
     try {
         m_held = db::queuedChanges(db::sharedDatabase(m_runtime.config().databasePath()), true);
     } catch (const std::exception& error) {
+        qCWarning(lcHost, "reading the changes headquarters refused failed: %s", error.what());
         m_held.clear();
         platform::HostServices::instance().messages().error(error.what());
     }
@@ -146,6 +148,7 @@ void HeldChangesWindow::retrySelected()
                                  lastError,
                              "提示", platform::MessageIcon::Warning);
     } catch (const std::exception& error) {
+        qCWarning(lcHost, "retrying held change %lld failed: %s", seq, error.what());
         messages.error(error.what());
     }
     reload();
@@ -162,6 +165,8 @@ void HeldChangesWindow::discardSelected()
     try {
         db::discardHeldChange(db::sharedDatabase(m_runtime.config().databasePath()), seq, who());
     } catch (const std::exception& error) {
+        qCWarning(lcHost, "discarding held change %lld failed: %s", seq, error.what());
+
         messages.error(error.what());
     }
     reload();

@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "HeldChangesWindow.h"
+#include "HostLog.h"
 #include "LiabilityReportWindow.h"
 #include "ModuleLoader.h"
 #include "ReconciliationWindow.h"
@@ -110,6 +111,7 @@ LauncherWindow::LauncherWindow(const HostRuntime& runtime, ModuleLoader& loader,
             const int waiting = m_loader.sendToHQ(lastError);
             showWaitingChanges(waiting, lastError);
         } catch (const std::exception& error) {
+            qCWarning(lcHost, "sending the queue to headquarters failed: %s", error.what());
             platform::HostServices::instance().messages().error(error.what());
         }
     });
@@ -140,6 +142,7 @@ void LauncherWindow::refreshHeadquartersStatus()
     try {
         connected = m_loader.connHQ();
     } catch (const std::exception& error) {
+        qCWarning(lcHost, "asking whether headquarters is reachable failed: %s", error.what());
         m_hqStatus->setText(QStringLiteral("总部状态未知：%1").arg(QString::fromStdString(error.what())));
         return;
     }
@@ -152,6 +155,7 @@ void LauncherWindow::refreshHeadquartersStatus()
         const int waiting = connected ? m_loader.sendToHQ(lastError) : m_loader.waitingForHQ(lastError);
         showWaitingChanges(waiting, lastError);
     } catch (const std::exception& error) {
+        qCWarning(lcHost, "counting the changes waiting for headquarters failed: %s", error.what());
         m_replayStatus->setText(
             QStringLiteral("待上传总部的变更：未知（%1）").arg(QString::fromStdString(error.what())));
     }
@@ -181,7 +185,8 @@ void LauncherWindow::showHeldChanges()
     try {
         held = static_cast<long>(
             db::queuedChanges(db::sharedDatabase(m_runtime.config().databasePath()), true).size());
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHost, "counting the changes headquarters refused failed: %s", error.what());
         held = -1;
     }
     m_held->setText(held < 0 ? QStringLiteral("总部拒收的变更：未知")
@@ -213,6 +218,8 @@ void LauncherWindow::openFunction(int functionId)
             return;
         m_loader.showForm(functionId);
     } catch (const std::exception& error) {
+        qCWarning(lcHost, "opening function %d failed: %s", functionId, error.what());
+
         platform::HostServices::instance().messages().error(error.what());
     }
     refreshHeadquartersStatus();

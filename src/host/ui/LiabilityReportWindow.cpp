@@ -18,6 +18,7 @@
 #include <QVBoxLayout>
 #include <QValueAxis>
 
+#include "HostLog.h"
 #include "db/SharedDatabases.h"
 #include "platform/Clock.h"
 #include "platform/CsvFile.h"
@@ -106,6 +107,7 @@ void LiabilityReportWindow::refresh()
                                        m_from->date().toString(QStringLiteral("yyyy-MM-dd")).toStdString(),
                                        m_to->date().toString(QStringLiteral("yyyy-MM-dd")).toStdString());
     } catch (const std::exception& error) {
+        qCWarning(lcHost, "reading the liability report failed: %s", error.what());
         platform::HostServices::instance().messages().error(std::string("读取报表失败：") + error.what());
         return;
     }
@@ -225,7 +227,10 @@ bool LiabilityReportWindow::exportCsv(const QString& file)
         platform::writeFileWhole(file.toStdString(), platform::csvText(csvRows()));
         return true;
     } catch (const std::exception& error) {
+        qCWarning(lcHost, "exporting the liability report to %s failed: %s", qUtf8Printable(file),
+                  error.what());
         platform::HostServices::instance().messages().error(std::string("导出CSV失败。") + error.what());
+
         return false;
     }
 }

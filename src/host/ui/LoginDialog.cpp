@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "HostLog.h"
 #include "db/SharedDatabases.h"
 #include "platform/HostServices.h"
 
@@ -82,6 +83,7 @@ void LoginDialog::tryLogin()
         }
         m_lblMessage->setText(QString::fromStdString(outcome.message()));
     } catch (const std::exception& error) {
+        qCWarning(lcHost, "the login of %s failed: %s", user.c_str(), error.what());
         m_lblMessage->setText(QString::fromStdString(error.what()));
     }
     m_txtPassword->clear();

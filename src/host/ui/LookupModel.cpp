@@ -1,5 +1,7 @@
 #include "LookupModel.h"
 
+#include "HostLog.h"
+
 namespace ormex::host {
 
 LookupModel::LookupModel(std::vector<Column> columns, QObject* parent)
@@ -24,7 +26,9 @@ platform::RecordList LookupModel::readPage()
     platform::RecordList page;
     try {
         page = m_reader(m_rows.size(), kPageRows).toRecordList();
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHost, "a lookup list could not read its rows from row %zu on: %s", m_rows.size(),
+                  error.what());
         // What was read stays listed; the list ends here rather than asking again on every scroll.
         page.clear();
     }

@@ -6,6 +6,7 @@
 
 #include <vector>
 
+#include "HostLog.h"
 #include "db/Database.h"
 #include "db/SharedDatabases.h"
 #include "host/core/CardMaintain.h"
@@ -100,7 +101,7 @@ void NameList::show(bool everything)
     }
     std::string condition;
     if (!text.empty()) {
-        const std::string starts = quoted(text + "%");
+        const std::string starts = platform::quoted(text + "%");
         for (const char* field : list->searched)
             condition += std::string(condition.empty() ? "(" : " or ") + field + " like " + starts;
         condition += ")";
@@ -113,7 +114,8 @@ void NameList::show(bool everything)
         const std::string sql =
             list->table ? tableInfoSql(list->table, condition) : memberListSql(50, condition);
         m_records = db::sharedDatabase(m_path).query(sql + " order by " + list->key).toRecordList();
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHost, "the name list where %s failed: %s", condition.c_str(), error.what());
         m_records.clear();
     }
     if (m_records.size() > static_cast<std::size_t>(m_rows))

@@ -8,6 +8,7 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+#include "HostLog.h"
 #include "ModuleLoader.h"
 #include "TableCsvExport.h"
 #include "db/SharedDatabases.h"
@@ -62,7 +63,9 @@ bool ReconciliationWindow::refresh()
         headquarters.open(text);
         m_result = db::reconcile(db::sharedDatabase(config.databasePath()), headquarters.database());
     } catch (const std::exception& error) {
+        qCWarning(lcHost, "reconciling with headquarters failed: %s", error.what());
         m_result = {};
+
         failure = error.what();
     }
     QApplication::restoreOverrideCursor();

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "HostCommandLine.h"
+#include "HostLog.h"
 #include "LauncherWindow.h"
 #include "LoginDialog.h"
 #include "ModuleLoader.h"
@@ -52,6 +53,9 @@ int main(int argc, char** argv)
         return 0;
     }
     QApplication app(argc, argv);
+    // What went wrong, for whoever looks after the till: beside the databases, and on stderr.
+    const host::HostLogFile logFile(QString::fromStdString(line.config.dataFolder + "/ormex-host.log"));
+
     QApplication::setFont(QFont(QStringLiteral("Noto Sans CJK SC"), 10));
     host::installUiServices(line.config);
 

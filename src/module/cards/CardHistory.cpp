@@ -9,6 +9,7 @@
 
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
+#include "module/frame/LogCategories.h"
 #include "module/hq/HqLink.h"
 #include "platform/BalanceCodec.h"
 #include "platform/MoneyListAmount.h"
@@ -202,8 +203,9 @@ CardHistory ReadCardHistory(const std::string& card, HistoryDatabase from)
     platform::Recordset operations;
     try {
         operations = query(CardOperationsSql(card));
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
         // A database made before the operation log named its cards has no card operations to show.
+        qCInfo(lcCards, "no card operations of card %s: %s", card.c_str(), error.what());
     }
     if (connection) connection->close();
     CardHistory history = BuildCardHistory(card, cardRow, points, money, operations);
@@ -218,8 +220,10 @@ CardHistory ReadCardHistory(const std::string& card, HistoryDatabase from)
             for (HistoryEntry& entry : history.entries)
                 if (const auto found = names.find(entry.operatorName); found != names.end())
                     entry.operatorName = found->second;
-        } catch (const std::exception&) {
+        } catch (const std::exception& error) {
             // Without the operators' names the numbers stand.
+            qCWarning(lcCards, "reading the operators' names for card %s failed: %s", card.c_str(),
+                      error.what());
         }
     }
     return history;

@@ -13,6 +13,7 @@
 #include "module/frame/GridCsvExport.h"
 #include "module/frame/GridLayout.h"
 #include "module/frame/GridPrinter.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/Session.h"
 #include "module/hq/HqLink.h"
 #include "module/widgets/CommandButton.h"
@@ -167,6 +168,7 @@ bool dlgCardHistory::load(const std::string& card)
         }
         m_history = ReadCardHistory(m_card, m_source);
     } catch (const std::exception& error) {
+        qCWarning(lcCards, "reading the history of card %s failed: %s", m_card.c_str(), error.what());
         frame::Messages().error(error.what());
         return false;
     }
@@ -249,6 +251,8 @@ void dlgCardHistory::onPrint()
                                     frame::CurrentUserName(), frame::GetBranchNum()},
                                    totalsText().toStdString());
     } catch (const std::exception& error) {
+        qCWarning(lcCards, "printing the history of card %s failed: %s", m_card.c_str(), error.what());
+
         frame::Messages().error(error.what());
     }
 }

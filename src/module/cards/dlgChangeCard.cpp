@@ -9,6 +9,7 @@
 #include "CardSearchRules.h"
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/ScreenKeys.h"
 #include "module/widgets/InputField.h"
 #include "platform/Text.h"
@@ -63,7 +64,8 @@ std::string dlgChangeCard::cardTypeName(const std::string& number) const
     // action's checks report what is wrong with the card.
     try {
         return frame::CardObject()->getCardTypeName(number);
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcCards, "reading the type of card %s failed: %s", number.c_str(), error.what());
         return {};
     }
 }
@@ -113,8 +115,11 @@ void dlgChangeCard::onOk()
                 return;
             }
         } catch (const std::exception& error) {
+            qCWarning(lcCards, "checking new card %s for card %s failed: %s", number.c_str(), m_mcNum.c_str(),
+                      error.what());
             frame::Messages().error(error.what());
             m_number->setFocus();
+
             return;
         }
     }

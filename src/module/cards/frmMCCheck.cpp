@@ -16,6 +16,7 @@
 #include "module/frame/Grid.h"
 #include "module/frame/GridHelpers.h"
 #include "module/frame/GridLayout.h"
+#include "module/frame/LogCategories.h"
 #include "module/widgets/CodeList.h"
 #include "module/widgets/InputField.h"
 #include "platform/Clock.h"
@@ -214,8 +215,10 @@ void frmMCCheck::onQuery()
         auto maintain = frame::ApprovalObject();
         m_approvalList = maintain->getList(condition);
         m_currentList = maintain->getRalCurMCInfo();
-    } catch (const std::exception&) {
-        // The database's own words would mean nothing to the operator.
+    } catch (const std::exception& error) {
+        // The database's own words would mean nothing to the operator; they go to the log.
+        qCWarning(lcCards, "reading the member records to approve where %s failed: %s", condition.c_str(),
+                  error.what());
         m_approvalList.reset();
         m_currentList.reset();
         frame::Messages().message("读取待审核的会员档案失败，请检查查询条件后再试！");
@@ -264,6 +267,8 @@ void frmMCCheck::onApprove()
     try {
         frame::ApprovalObject()->updateMCApproveInfo(package);
     } catch (const std::exception& error) {
+        qCWarning(lcCards, "approving %zu member records failed: %s", package.size(), error.what());
+
         frame::Messages().error(error.what());
         return;
     }

@@ -15,6 +15,7 @@
 #include "dlgCardHistory.h"
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/ScreenKeys.h"
 #include "module/frame/Session.h"
 #include "module/widgets/InputField.h"
@@ -130,8 +131,9 @@ void frmMemCardManage::showSealState()
     bool changed = false;
     try {
         changed = !frame::CardObject()->cardsChangedOutside({m_searchKey}).empty();
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
         // The card is shown without the warning; the saves check again before they write.
+        qCWarning(lcCards, "checking the seal of card %s failed: %s", m_searchKey.c_str(), error.what());
     }
     m_lblSeal->setText(
         changed ? QStringLiteral("警告：此卡的余额或积分与系统记录的校验码不符，可能在系统之外被修改。"
@@ -205,8 +207,9 @@ void frmMemCardManage::cardSearch()
                 shown = true;
             }
         }
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
         // A failing read leaves the screen without a card; the operator can search again.
+        qCWarning(lcCards, "searching card %s failed: %s", m_itNumber->textStd().c_str(), error.what());
     }
     if (!shown) {
         m_itemId = 0;
@@ -236,7 +239,9 @@ void frmMemCardManage::refreshCardTypeFlag()
         const std::string key = platform::trim(m_itNumber->textStd());
         const platform::Value flag = frame::GetCardTypeColumn(key, "FSavingFlag");
         m_cmdStatus[6]->setEnabled(flag.toBool());
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcCards, "reading the type of card %s failed: %s", m_itNumber->textStd().c_str(),
+                  error.what());
     }
 }
 
@@ -247,7 +252,9 @@ void frmMemCardManage::onLookup()
     try {
         result = frame::ShowLookup(50, text, kSearchLookupFilter, text);
     } catch (const std::exception& error) {
+        qCWarning(lcCards, "the card lookup for %s failed: %s", text.c_str(), error.what());
         frame::Messages().error(error.what());
+
         return;
     }
     if (!result.returnOk || result.returnObject.empty()) return;

@@ -8,6 +8,7 @@
 #include "dlgPWD.h"
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/Session.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/OperationLog.h"
@@ -79,6 +80,8 @@ void frmMemCardManage::onStatusClicked(int index)
         cardSearch();
         m_itNumber->setFocus();
     } catch (const std::exception& error) {
+        qCWarning(lcCards, "card operation %d on card %s failed: %s", index, m_searchKey.c_str(),
+                  error.what());
         m_task.release();
         frame::Messages().error(error.what());
     }

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "LogCategories.h"
 #include "Session.h"
 #include "platform/HostServices.h"
 #include "platform/Text.h"
@@ -34,8 +35,10 @@ long register_(long taskNo, const platform::Value* item, const std::string& code
             std::optional<platform::TaskHolder> holder;
             try {
                 holder = login->taskHolder(taskNo, code, item ? *item : platform::Value());
-            } catch (const std::exception&) {
+            } catch (const std::exception& error) {
                 // The conflict stands; it is told without its holder.
+                qCWarning(lcFrame, "reading the holder of task %ld (%s) failed: %s", taskNo, code.c_str(),
+                          error.what());
             }
             throw std::runtime_error(TaskConflictMessage(holder));
         }
@@ -44,6 +47,7 @@ long register_(long taskNo, const platform::Value* item, const std::string& code
         Messages().message(refusal.what(), "提示", platform::MessageIcon::Information);
         return kRightRefused;
     } catch (const std::exception& error) {
+        qCWarning(lcFrame, "registering task %ld (%s) failed: %s", taskNo, code.c_str(), error.what());
         Messages().error(error.what());
         return 0;
     }
@@ -143,9 +147,11 @@ bool CheckPassword(const platform::Value& item, const std::string& password)
     if (item.isBlank() || (item.isNumeric() && item.toDouble() == 0)) return false;
     try {
         return CardObject()->checkPassword(item, platform::quoteDoubled(password));
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
         // The caller tells the operator that the password was not accepted; a second box for the
         // same failure would only confuse.
+        qCWarning(lcFrame, "checking the password of card %s failed: %s", item.toString().c_str(),
+                  error.what());
         return false;
     }
 }
@@ -155,7 +161,8 @@ std::optional<platform::RecordList> GetVipRecordList(int listNo, const std::stri
 {
     try {
         return memberLists(listNo)->getList(condition, second);
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcFrame, "member list %d where %s failed: %s", listNo, condition.c_str(), error.what());
         return std::nullopt;
     }
 }
@@ -164,7 +171,8 @@ platform::Recordset GetVipRecordset(int listNo, const std::string& condition, co
 {
     try {
         return memberLists(listNo)->getListRecordset(condition, second);
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcFrame, "member list %d where %s failed: %s", listNo, condition.c_str(), error.what());
         return {};
     }
 }
@@ -173,7 +181,8 @@ std::string GetVipListSql(int listNo, const std::string& condition, const std::s
 {
     try {
         return memberLists(listNo)->getListSql(condition, second);
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcFrame, "the text of member list %d failed: %s", listNo, error.what());
         return {};
     }
 }
@@ -205,6 +214,7 @@ bool CheckRight(const std::string& code, const platform::Value& item)
     } catch (const platform::RightRefusedError& refusal) {
         Messages().message(refusal.what(), "提示", platform::MessageIcon::Information);
     } catch (const std::exception& error) {
+        qCWarning(lcFrame, "checking right %s failed: %s", code.c_str(), error.what());
         Messages().error(error.what());
     }
     return false;
@@ -216,7 +226,8 @@ bool CommitTask(long& handle)
     try {
         if (GetLoginObject()->commitTask(handle)) handle = 0;
         return handle == 0;
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcFrame, "committing task handle %ld failed: %s", handle, error.what());
         return false;
     }
 }

@@ -7,6 +7,7 @@
 
 #include "Gateway.h"
 #include "Grid.h"
+#include "LogCategories.h"
 
 namespace ormex::module::frame {
 
@@ -30,7 +31,9 @@ void NameListLookup::attachToField(QLineEdit* field, int classId, const std::str
         platform::GLNameList* list = prepare(classId, filter);
         list->attach(field, 18);
         if (showNow) list->showNameListWindow();
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        // The field works without its name list.
+        qCWarning(lcFrame, "attaching name list %d to a field failed: %s", classId, error.what());
     }
 }
 
@@ -48,7 +51,8 @@ void NameListLookup::attachToCell(Grid& grid, int row, int column, int classId, 
         });
         QKeyEvent f8(QEvent::KeyPress, Qt::Key_F8, Qt::NoModifier);
         QCoreApplication::sendEvent(editor, &f8);
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcFrame, "attaching name list %d to a grid cell failed: %s", classId, error.what());
     }
 }
 
@@ -56,7 +60,8 @@ void NameListLookup::detach()
 {
     try {
         if (m_list) m_list->detach();
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcFrame, "detaching a name list failed: %s", error.what());
     }
 }
 

@@ -6,6 +6,7 @@
 #include "HqLink.h"
 #include "ReplayOutbox.h"
 #include "module/frame/Gateway.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/Session.h"
 #include "platform/NumberText.h"
 #include "platform/Text.h"
@@ -63,7 +64,8 @@ int PendingExchange()
         return static_cast<int>(
             frame::GetFieldValue("select count(*) as n from T_Pos_VipGiftList where FComFlag=0", "n")
                 .toInt());
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHq, "counting the points movements to exchange failed: %s", error.what());
         return 0;
     }
 }
@@ -114,8 +116,9 @@ void ExchangeWithHQ()
                           " (select FCardId from T_Pos_VipGiftList where FComFlag=0) and FCardId not in"
                           " (select c.FCardId from t_HqOutboxCard c join t_HqOutbox o on o.FSeq=c.FSeq"
                           " where o.FState='waiting')");
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
         // What was not sent waits; headquarters' replay record keeps what was from being sent twice.
+        qCWarning(lcHq, "exchanging points movements with headquarters failed: %s", error.what());
     }
 }
 

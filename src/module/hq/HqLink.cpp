@@ -1,6 +1,7 @@
 #include "HqLink.h"
 
 #include "module/frame/Gateway.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/Session.h"
 #include "platform/Text.h"
 
@@ -50,7 +51,8 @@ std::shared_ptr<platform::Connection> OpenHQ()
         auto connection = frame::NewConnection();
         connection->open(text);
         return connection->isOpen() ? connection : nullptr;
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHq, "opening headquarters failed: %s", error.what());
         return nullptr;
     }
 }
@@ -63,6 +65,7 @@ bool ConnHQ()
         connection->close();
         return true;
     } catch (...) {
+        qCWarning(lcHq, "closing the connection to headquarters failed with an unknown exception");
         return false;
     }
 }
@@ -104,8 +107,10 @@ void ExecOnHQ(const std::string& batch)
             connection->execute(batch);
             connection->close();
         }
-    } catch (const std::exception&) {
-        // Headquarters applies what it can; the local change stands either way.
+    } catch (const std::exception& error) {
+        // Headquarters applies what it can; the local change stands either way. The batch is not
+        // logged: it may carry a card's password.
+        qCWarning(lcHq, "a change at headquarters failed: %s", error.what());
     }
 }
 
@@ -116,8 +121,9 @@ void ExecOnHQ(const std::string& batch, const std::vector<platform::ReadCheck>& 
             connection->executeChecked(batch, checks);
             connection->close();
         }
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
         // As ExecOnHQ: the local change stands either way.
+        qCWarning(lcHq, "a checked change at headquarters failed: %s", error.what());
     }
 }
 
@@ -135,7 +141,8 @@ bool HQChecksHold(const std::vector<platform::ReadCheck>& checks)
         }
         connection->close();
         return true;
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHq, "checking values read at headquarters failed: %s", error.what());
         return false;
     }
 }
@@ -148,7 +155,9 @@ platform::Value HQGetFieldValue(const std::string& sql, const std::string& field
             connection->close();
             return rs.atEnd() ? platform::Value("") : rs.field(field);
         }
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHq, "reading %s at headquarters failed (%s): %s", field.c_str(), sql.c_str(),
+                  error.what());
     }
     return platform::Value("");
 }
@@ -161,7 +170,8 @@ bool HQHasRows(const std::string& sql)
             connection->close();
             return !rs.atEnd();
         }
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHq, "a query at headquarters failed (%s): %s", sql.c_str(), error.what());
     }
     return false;
 }
@@ -186,7 +196,8 @@ platform::RecordList HQQueryToList(const std::string& sql)
                 list.push_back(std::move(map));
             }
         }
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHq, "a query at headquarters failed (%s): %s", sql.c_str(), error.what());
         list.clear();
     }
     return list;
@@ -197,8 +208,10 @@ platform::Recordset HQOpenRecordset(const std::string& sql, std::shared_ptr<plat
     try {
         connection = OpenHQ();
         if (connection) return connection->openRecordset(sql);
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHq, "a query at headquarters failed (%s): %s", sql.c_str(), error.what());
     }
+
     return {};
 }
 

@@ -12,6 +12,7 @@
 #include "HqLink.h"
 #include "OperationLog.h"
 #include "module/frame/Gateway.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/Session.h"
 #include "platform/Text.h"
 
@@ -194,7 +195,9 @@ Outcome applyOnHQ(const Queued& q, std::string& error)
         const bool held = heldByHQ(*connection, q);
         connection->close();
         if (held) return Outcome::Applied;
-    } catch (const std::exception&) {
+    } catch (const std::exception& failure) {
+        qCWarning(lcHq, "asking headquarters whether it holds queued change %s failed: %s", q.seq.c_str(),
+                  failure.what());
         return Outcome::NotReached;
     }
     // Headquarters answers and does not take the change; unless the link went meanwhile.
@@ -288,6 +291,9 @@ ReplayState SendQueuedToHQ()
                 frame::ExecuteSQL(forgotten(q->seq));
                 continue;
             }
+            // The queue keeps the first line of the error; the log keeps all of it.
+            qCWarning(lcHq, "queued change %s was not applied at headquarters (%s): %s", q->seq.c_str(),
+                      outcome == Outcome::Refused ? "refused" : "not reached", error.c_str());
             // Kept, with what went wrong, for the next attempt.
             error = quoted(platform::firstCharacters(firstLine(error), kKeptErrorLength));
             if (outcome == Outcome::NotReached) {
@@ -309,8 +315,9 @@ ReplayState SendQueuedToHQ()
                               refusals + ",FLastError=" + error + " where FSeq=" + q->seq);
         }
         if (reached) ExchangeWithHQ();
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
         // The queue stays as it is; the next attempt starts again from its oldest change.
+        qCWarning(lcHq, "sending the queue to headquarters failed: %s", error.what());
     }
     return QueuedForHQ();
 }
@@ -337,7 +344,8 @@ ReplayState QueuedForHQ()
         if (rs.atEnd()) return {};
         return {static_cast<int>(rs.field("n").toInt()) + PendingExchange(),
                 static_cast<int>(rs.field("h").toInt()), rs.field("e").toString()};
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        qCWarning(lcHq, "reading the queue for headquarters failed: %s", error.what());
         return {};
     }
 }

@@ -17,6 +17,7 @@
 #include "module/frame/Grid.h"
 #include "module/frame/GridHelpers.h"
 #include "module/frame/GridPrinter.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/ScreenKeys.h"
 #include "module/frame/Session.h"
 #include "module/widgets/CodeList.h"
@@ -173,7 +174,8 @@ QWidget* frmPointManage::buildPointsTab()
             }
             m_type->setText(QString::fromStdString(rs.field("type_name").toString()));
             m_type->setItemId(QString::fromStdString(rs.field("FTypeId").toString()));
-        } catch (const std::exception&) {
+        } catch (const std::exception& error) {
+            qCWarning(lcPoints, "looking up card type %s failed: %s", typed.c_str(), error.what());
             m_type->clear();
         }
     });
@@ -262,6 +264,7 @@ void frmPointManage::loadForm()
     try {
         readSession();
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "reading the session failed: %s", error.what());
         frame::Messages().error(error.what());
     }
     for (auto* box : m_itNo)
@@ -308,6 +311,8 @@ void frmPointManage::applyBranchRule()
             m_grids[GiftSettingsTab]->setProperty("ormexReadOnly", true);
         }
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "reading the gift setting SetVipGiftAtZb failed: %s", error.what());
+
         frame::Messages().error(error.what());
     }
 }

@@ -9,11 +9,13 @@
 #include "PointsStatements.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/Session.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/OperationLog.h"
 #include "module/hq/ReplayOutbox.h"
 #include "module/widgets/InputField.h"
+#include "platform/Text.h"
 
 namespace ormex::module::points {
 
@@ -145,6 +147,10 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
         result = false;
         onQuery(tab);
     } catch (const std::exception& error) {
+        const std::string cards =
+            tab == GiftSettingsTab ? std::string() : platform::join(cardsOf(*rows, tab), ",");
+        qCWarning(lcPoints, "saving %s (cards %s) failed: %s", tabCaption(tab).c_str(), cards.c_str(),
+                  error.what());
         frame::Messages().error(error.what());
         result = false;
     }

@@ -9,6 +9,7 @@
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
+#include "module/frame/LogCategories.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/ReplayOutbox.h"
 #include "module/widgets/InputField.h"
@@ -109,6 +110,8 @@ void frmPointManage::queryExchangeCard()
             grid.setCell(r, "FAuxPropID", "0");
         }
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "reading the gifts on offer for card %s failed: %s",
+                  m_panel[0]->textStd().c_str(), error.what());
         frame::Messages().error(error.what());
     }
 }
@@ -183,6 +186,9 @@ void frmPointManage::chooseAuxProp(int row)
         grid.setCell(row, "FAuxPropNum", prop.text("FAuxPropNum"));
         m_changed[ExchangeTab] = true;
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "choosing the attribute of gift %s failed: %s",
+                  grid.cellStd(row, "FNumber").c_str(), error.what());
+
         frame::Messages().error(error.what());
     }
 }

@@ -8,6 +8,7 @@
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
+#include "module/frame/LogCategories.h"
 #include "module/widgets/InputField.h"
 #include "platform/Clock.h"
 #include "platform/DateTime.h"
@@ -48,6 +49,7 @@ void frmPointManage::queryGiftCatalogue()
                                           : CatalogueScope{CatalogueScope::Kind::OneGift, number};
         m_changed[GiftSettingsTab] = false;
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "reading the gift catalogue failed: %s", error.what());
         frame::Messages().error(error.what());
     }
 }
@@ -74,6 +76,7 @@ void frmPointManage::addGift()
     try {
         setDefaultWarehouse(row);
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "choosing the warehouse of a new gift failed: %s", error.what());
         frame::Messages().error(error.what());
     }
     m_changed[GiftSettingsTab] = true;
@@ -98,6 +101,7 @@ void frmPointManage::deleteGift()
                               " and FCardType=" + platform::quoted(type.empty() ? std::string("All") : type));
         }
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "deleting gift %s failed: %s", itemId.c_str(), error.what());
         frame::Messages().error(error.what());
         return;
     }
@@ -117,6 +121,7 @@ void frmPointManage::onGiftEdited(int row, int column)
         else if (column == columns.column("FStockName"))
             fillWarehouse(row);
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "filling gift row %d failed: %s", row, error.what());
         frame::Messages().error(error.what());
     }
 }
@@ -213,6 +218,7 @@ void frmPointManage::onGridLookup(int tab, int row, int column, int key)
         m_changed[GiftSettingsTab] = true;
         onGiftEdited(row, column);
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "the gift lookup %d failed: %s", classId, error.what());
         frame::Messages().error(error.what());
     }
 }

@@ -12,6 +12,7 @@
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/NumberEntry.h"
 #include "module/hq/HqLink.h"
 #include "module/widgets/CodeList.h"
@@ -141,6 +142,7 @@ void frmPointManage::onCardLookup()
     try {
         result = frame::ShowCardLookup(50, kPointsCardFilter, true, m_itNo[0]->textStd());
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "the card lookup for %s failed: %s", m_itNo[0]->textStd().c_str(), error.what());
         frame::Messages().error(error.what());
         return;
     }
@@ -161,6 +163,7 @@ void frmPointManage::onTypeLookup()
     try {
         result = frame::ShowCardLookup(51, "", false, "");
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "the card type lookup failed: %s", error.what());
         frame::Messages().error(error.what());
         return;
     }
@@ -181,6 +184,7 @@ void frmPointManage::onAdd(int tab)
     try {
         result = frame::ShowCardLookup(50, kPointsCardFilter, true, "");
     } catch (const std::exception& error) {
+        qCWarning(lcPoints, "the card lookup for more cards failed: %s", error.what());
         frame::Messages().error(error.what());
         return;
     }

@@ -13,6 +13,7 @@
 #include <QVBoxLayout>
 
 #include "module/frame/Gateway.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/NumberEntry.h"
 #include "module/frame/ScreenKeys.h"
 #include "module/frame/Session.h"
@@ -228,6 +229,7 @@ void frmMemberConfig::loadForm()
         m_settings = frame::ConfigObject()->getConfigInfo("VIP");
         m_haveSettings = true;
     } catch (const std::exception& error) {
+        qCWarning(lcSettings, "reading the member settings failed: %s", error.what());
         frame::Messages().error(error.what());
     }
     applyBranchRestrictions();
@@ -391,6 +393,7 @@ bool frmMemberConfig::save()
                         values.text(setting.key)};
         }
     } catch (const std::exception& error) {
+        qCWarning(lcSettings, "saving the member settings failed: %s", error.what());
         frame::Messages().error(error.what());
         saved = false;
     }

@@ -15,6 +15,7 @@
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
 #include "module/frame/GridPrinter.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/ScreenKeys.h"
 #include "module/frame/Session.h"
 #include "module/widgets/CodeList.h"
@@ -161,6 +162,7 @@ QWidget* frmStoreCardManage::buildSingleTab()
             field("itBalanceStyle")->setText(QString::fromStdString(method.text("FName")));
             field("itBalanceStyle")->setItemId(QString::fromStdString(method.text("FItemID")));
         } catch (const std::exception& error) {
+            qCWarning(lcStoredValue, "the payment method lookup failed: %s", error.what());
             frame::Messages().error(error.what());
         }
     });
@@ -251,6 +253,7 @@ void frmStoreCardManage::loadForm()
     try {
         readSession();
     } catch (const std::exception& error) {
+        qCWarning(lcStoredValue, "reading the session failed: %s", error.what());
         frame::Messages().error(error.what());
     }
     for (auto* f : findChildren<widgets::InputField*>())
@@ -321,6 +324,7 @@ void frmStoreCardManage::LoadFillSettings()
                 m_maxFillAmount = rs.field("FValue").toDouble();
         }
     } catch (const std::exception& error) {
+        qCWarning(lcStoredValue, "reading the recharge settings failed: %s", error.what());
         frame::Messages().error(error.what());
     }
 }

@@ -12,6 +12,7 @@
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/NumberEntry.h"
 #include "module/hq/HqLink.h"
 #include "module/widgets/CodeList.h"
@@ -350,6 +351,7 @@ void frmStoreCardManage::lookupPayment(int row)
         grid.setCell(row, "FBalanceStyleID", method.atEnd() ? "" : method.field("FItemID").toString());
         grid.setCell(row, "FBalanceStyleNum", method.atEnd() ? "" : method.field("FNumber").toString());
     } catch (const std::exception& error) {
+        qCWarning(lcStoredValue, "looking up payment method %s failed: %s", number.c_str(), error.what());
         frame::Messages().error(error.what());
     }
     grid.setActiveCell(row, grid.columnOf("FChargeAmt"));
@@ -380,6 +382,7 @@ void frmStoreCardManage::onPaymentTyped()
         style.setText(q(method.field("FName").toString()));
         style.setItemId(q(method.field("FItemID").toString()));
     } catch (const std::exception& error) {
+        qCWarning(lcStoredValue, "looking up payment method %s failed: %s", number.c_str(), error.what());
         frame::Messages().error(error.what());
     }
 }
@@ -446,6 +449,7 @@ void frmStoreCardManage::onCardLookup()
         result = frame::ShowCardLookup(50, kCardLookupFilter, tab != SingleTab,
                                        m_itNo[static_cast<std::size_t>(tab)]->textStd());
     } catch (const std::exception& error) {
+        qCWarning(lcStoredValue, "the card lookup failed: %s", error.what());
         frame::Messages().error(error.what());
         return;
     }
@@ -469,6 +473,7 @@ void frmStoreCardManage::onTypeLookup()
     try {
         result = frame::ShowCardLookup(51, " FSavingFlag=1 ", false, "");
     } catch (const std::exception& error) {
+        qCWarning(lcStoredValue, "the card type lookup failed: %s", error.what());
         frame::Messages().error(error.what());
         return;
     }

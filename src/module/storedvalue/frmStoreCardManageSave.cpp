@@ -10,6 +10,7 @@
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
 #include "module/frame/GridHelpers.h"
+#include "module/frame/LogCategories.h"
 #include "module/frame/NumberEntry.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/OperationLog.h"
@@ -187,6 +188,8 @@ void frmStoreCardManage::ConvertPointsCell(int column, int row)
         grid.setCell(row, "FPoint", platform::formatNumber(result.value("UsedPoint").toDouble()));
         grid.setCell(row, "FAmt", Money::ofDouble(result.value("StoredAmt").toDouble()).toString());
     } catch (const std::exception& error) {
+        qCWarning(lcStoredValue, "converting the points of card %s failed: %s",
+                  grid.cellStd(row, "FCardId").c_str(), error.what());
         frame::Messages().error(error.what());
     }
 }
@@ -327,6 +330,8 @@ bool frmStoreCardManage::SaveStoredValue(int tab)
         m_reloading = false;
         return false;
     } catch (const std::exception& error) {
+        qCWarning(lcStoredValue, "saving %s (cards %s) failed: %s", caption.c_str(),
+                  platform::join(m_batchCards, ",").c_str(), error.what());
         frame::Messages().error(error.what());
         return false;
     }
