@@ -1,11 +1,8 @@
 #include "NumberText.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <stdexcept>
 
 #include "Text.h"
@@ -13,6 +10,29 @@
 namespace ormex::platform {
 
 namespace {
+
+// Number texts never follow the process's locale (a Qt program adopts the system's, and a till set
+// to write decimals with a comma would put "12,5" into a statement): every conversion here goes
+// through to_chars and from_chars, which always write and read a decimal point.
+
+// `value` as printf's %.<precision>g or %.<precision>f would write it in the C locale.
+std::string charsOf(double value, std::chars_format format, int precision)
+{
+    char buf[400]; // a fixed double of 15 decimals is at most 309 + 1 + 15 characters
+    const auto written = std::to_chars(buf, buf + sizeof buf, value, format, precision);
+    if (written.ec != std::errc()) throw std::range_error("a number too long to write");
+    return std::string(buf, written.ptr);
+}
+
+// The decimal text (an optional '+' allowed) as a double; nothing when it is not one whole.
+std::optional<double> doubleOf(std::string_view text)
+{
+    if (!text.empty() && text.front() == '+') text.remove_prefix(1); // from_chars takes no plus sign
+    double value = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (read.ec != std::errc() || read.ptr != text.data() + text.size()) return std::nullopt;
+    return value;
+}
 
 // Drops trailing zeros of the fractional part and a dangling decimal point.
 void stripZeros(std::string& s)
@@ -33,16 +53,13 @@ std::string formatNumber(double value)
     // they are.
     if (std::fabs(value) < 1e15 && value == std::trunc(value))
         return std::to_string(static_cast<long long>(value));
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.15g", value);
-    std::string s(buf);
+    std::string s = charsOf(value, std::chars_format::general, 15);
     const double magnitude = std::fabs(value);
     if (s.find('e') != std::string::npos && magnitude >= 1e-10 && magnitude < 1e15) {
         // Small amounts are written out in full, still with 15 significant digits.
         const int exponent = static_cast<int>(std::floor(std::log10(magnitude)));
         const int decimals = exponent < 14 ? 14 - exponent : 0;
-        std::snprintf(buf, sizeof buf, "%.*f", decimals, value);
-        s = buf;
+        s = charsOf(value, std::chars_format::fixed, decimals);
         stripZeros(s);
         return s;
     }
@@ -54,18 +71,16 @@ std::string formatNumber(double value)
 double roundTo(double value, int decimals)
 {
     // Round on the 15-digit decimal text so binary noise does not decide the direction.
-    const double exact = std::strtod(formatNumber(value).c_str(), nullptr);
+    const double exact = doubleOf(formatNumber(value)).value_or(value);
     const double scale = std::pow(10.0, decimals);
-    const double scaled = std::strtod(formatNumber(exact * scale).c_str(), nullptr);
+    const double scaled = doubleOf(formatNumber(exact * scale)).value_or(exact * scale);
     const double rounded = std::round(scaled); // half away from zero
     return rounded / scale;
 }
 
 std::string formatFixed(double value, int decimals)
 {
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.*f", decimals, roundTo(value, decimals));
-    std::string s(buf);
+    std::string s = charsOf(roundTo(value, decimals), std::chars_format::fixed, decimals);
     if (s.find_first_not_of("-0.") == std::string::npos && s.front() == '-') s.erase(0, 1);
     return s;
 }
@@ -77,7 +92,12 @@ int decimalPlaces(double value)
     const std::string mantissa = text.substr(0, e);
     const std::size_t point = mantissa.find('.');
     const int decimals = point == std::string::npos ? 0 : static_cast<int>(mantissa.size() - point - 1);
-    const int exponent = e == std::string::npos ? 0 : std::atoi(text.c_str() + e + 1);
+    int exponent = 0;
+    if (e != std::string::npos) {
+        const char* digits = text.c_str() + e + 1;
+        if (*digits == '+') ++digits;
+        std::from_chars(digits, text.c_str() + text.size(), exponent);
+    }
     return std::max(0, decimals - exponent);
 }
 
@@ -111,9 +131,9 @@ std::optional<double> parseNumber(std::string_view text)
         i = j;
     }
     if (i != s.size()) return std::nullopt;
-    errno = 0;
-    double v = std::strtod(s.c_str(), nullptr);
-    if (errno == ERANGE || !std::isfinite(v)) return std::nullopt;
+    // from_chars reports a value beyond a double's range as out of range.
+    const auto v = doubleOf(s);
+    if (!v || !std::isfinite(*v)) return std::nullopt;
     return v;
 }
 
@@ -122,7 +142,6 @@ std::optional<double> parseTypedNumber(std::string_view text, int decimals)
     const std::string s = trim(text);
     if (s.empty()) return std::nullopt;
     std::size_t i = s[0] == '+' || s[0] == '-' ? 1 : 0;
-    const std::size_t start = s[0] == '+' ? 1 : 0; // from_chars takes no plus sign
     std::size_t digits = 0, significant = 0;
     int fraction = -1; // -1 until the point
     for (; i < s.size(); ++i) {
@@ -138,10 +157,9 @@ std::optional<double> parseTypedNumber(std::string_view text, int decimals)
         }
     }
     if (digits == 0 || fraction > decimals || significant > 15) return std::nullopt;
-    double value = 0;
-    const auto read = std::from_chars(s.data() + start, s.data() + s.size(), value);
-    if (read.ec != std::errc() || read.ptr != s.data() + s.size()) return std::nullopt;
-    return value == 0 ? 0.0 : value; // no negative zero
+    const auto value = doubleOf(s);
+    if (!value) return std::nullopt;
+    return *value == 0 ? 0.0 : *value; // no negative zero
 }
 
 std::string sqlNumber(std::string_view text)

@@ -7,6 +7,7 @@
 #include "db/DbError.h"
 #include "db/LargeData.h"
 #include "db/SqliteStatement.h"
+#include "support/DecimalCommaLocale.h"
 #include "support/TestDatabase.h"
 
 using ormex::db::ParseError;
@@ -61,6 +62,21 @@ TEST(BoundParameters, NumbersAndTextsKeepTheirTypesAndCollations)
                   .field("n")
                   .toInt(),
               2);
+}
+
+// A till whose locale writes decimals with a comma reads the literals of a batch as the batch wrote
+// them, and the seal of a card written with a fractional amount still holds.
+TEST(BoundParameters, LiteralsReadTheSameUnderADecimalCommaLocale)
+{
+    ORMEX_WITH_DECIMAL_COMMA(comma);
+    TestDatabase t;
+    t.db().execute("insert T_Pos_AddMoneyList(FCardId, FPlusAmt, other1) select 'a', 12.5, 'x'\r\n"
+                   "insert T_Pos_AddMoneyList(FCardId, FPlusAmt, other1) select 'b', 1.5e3, 'x'\r\n"
+                   "insert T_Pos_AddMoneyList(FCardId, FPlusAmt, other1) select 'c', 0.125*2, 'x'");
+    EXPECT_EQ(storedTypes(t, "select FCardId, typeof(FPlusAmt), quote(FPlusAmt), other1 from T_Pos_AddMoneyList"
+                             " order by FID"),
+              (std::vector<std::string>{"a|real|12.5|x", "b|real|1500.0|x", "c|real|0.25|x"}));
+    EXPECT_EQ(t.db().query("select 2.5*2 as n").field("n").toString(), "5");
 }
 
 TEST(BoundParameters, ACompiledShapeServesOnlyItsOwnStatements)

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
+#include <cstdio>
 
 #include "platform/NumberText.h"
+#include "support/DecimalCommaLocale.h"
 
 using namespace ormex::platform;
 
@@ -66,4 +68,26 @@ TEST(NumberText, TypedNumbersAreReadAsTheyStandOrRefused)
                             "1 000", "0x10", "inf", "nan", "1234567890123456", "¥5"})
         EXPECT_FALSE(parseTypedNumber(bad, 2).has_value()) << bad;
     EXPECT_FALSE(parseTypedNumber("7.5", 0).has_value()) << "a whole number was asked for";
+}
+
+// A till whose locale writes decimals with a comma: every text that reaches a statement, a seal or
+// the queue for headquarters still carries a decimal point, and reads back.
+TEST(NumberText, NoConversionFollowsADecimalCommaLocale)
+{
+    ORMEX_WITH_DECIMAL_COMMA(comma);
+    char probe[16];
+    std::snprintf(probe, sizeof probe, "%.1f", 12.5);
+    ASSERT_STREQ(probe, "12,5") << "the locale was not taken";
+
+    EXPECT_EQ(formatNumber(12.5), "12.5");
+    EXPECT_EQ(formatNumber(0.00001), "0.00001");
+    EXPECT_EQ(formatNumber(1e20), "1e+20");
+    EXPECT_EQ(formatFixed(1234.565, 2), "1234.57");
+    EXPECT_DOUBLE_EQ(roundTo(2.675, 2), 2.68);
+    EXPECT_EQ(decimalPlaces(0.125), 3);
+    EXPECT_EQ(parseNumber("12.5"), 12.5);
+    EXPECT_EQ(parseNumber("1.5e3"), 1500.0);
+    EXPECT_FALSE(parseNumber("12,5").has_value());
+    EXPECT_EQ(parseTypedNumber("99.99", 2), 99.99);
+    EXPECT_EQ(sqlNumber("-5.25"), "-5.25");
 }
