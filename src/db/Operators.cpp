@@ -40,7 +40,7 @@ std::string loginLog(int userId, const std::string& description, const std::stri
 }
 
 // The role named by its id or its name; "" when there is none.
-std::string roleId(Database& db, const std::string& role)
+std::string roleId(TsqlDatabase& db, const std::string& role)
 {
     const auto rs =
         db.query("select FRoleId from t_Role where FRoleId=" + quoted(role) + " or FName=" + quoted(role));
@@ -108,7 +108,7 @@ std::string rightRefusal(const std::string& code)
     return "您没有【" + rightName(code) + "】的权限，不能进行该操作，请与系统管理员联系！";
 }
 
-void addStandardRoles(Database& db)
+void addStandardRoles(TsqlDatabase& db)
 {
     std::string batch = "If Not Exists(select 1 from t_Role where FRoleId='admin')\r\n"
                         " insert into t_Role (FRoleId, FName) values ('admin', '管理员')\r\n"
@@ -126,7 +126,7 @@ void addStandardRoles(Database& db)
     db.execute(batch);
 }
 
-void upgradeRights(Database& db)
+void upgradeRights(TsqlDatabase& db)
 {
     const auto& rights = rightsCatalogue();
     std::set<std::string> known;
@@ -153,14 +153,14 @@ void upgradeRights(Database& db)
     if (!batch.empty()) db.execute(batch);
 }
 
-void addDemoOperators(Database& db)
+void addDemoOperators(TsqlDatabase& db)
 {
     addStandardRoles(db);
     addUser(db, "admin", "管理员", kAdminRole, kDemoPassword);
     addUser(db, "cashier", "收银员", kCashierRole, kDemoPassword);
 }
 
-bool hasOperators(Database& db)
+bool hasOperators(TsqlDatabase& db)
 {
     return db.query("select count(*) as n from t_User where FDisabled=0").field("n").toInt() > 0;
 }
@@ -202,7 +202,7 @@ std::string LoginOutcome::message() const
     return text;
 }
 
-LoginOutcome login(Database& db, const std::string& loginName, const std::string& password,
+LoginOutcome login(TsqlDatabase& db, const std::string& loginName, const std::string& password,
                    const std::string& machine)
 {
     LoginOutcome outcome;
@@ -259,7 +259,7 @@ LoginOutcome login(Database& db, const std::string& loginName, const std::string
     return outcome;
 }
 
-bool hasRight(Database& db, int userId, const std::string& code)
+bool hasRight(TsqlDatabase& db, int userId, const std::string& code)
 {
     return db.query("select count(*) as n from t_User u join t_RoleRight r on r.FRoleId=u.FRoleId where "
                     "u.FUserID=" +
@@ -268,7 +268,7 @@ bool hasRight(Database& db, int userId, const std::string& code)
                .toInt() > 0;
 }
 
-bool someoneHolds(Database& db, const std::string& code)
+bool someoneHolds(TsqlDatabase& db, const std::string& code)
 {
     return db.query("select count(*) as n from t_User u join t_RoleRight r on r.FRoleId=u.FRoleId where "
                     "u.FDisabled=0 and r.FRightCode=" +
@@ -277,7 +277,7 @@ bool someoneHolds(Database& db, const std::string& code)
                .toInt() > 0;
 }
 
-void logRefusedRight(Database& db, int userId, const std::string& code, const std::string& item,
+void logRefusedRight(TsqlDatabase& db, int userId, const std::string& code, const std::string& item,
                      const std::string& machine)
 {
     OperLogRow row;
@@ -289,7 +289,7 @@ void logRefusedRight(Database& db, int userId, const std::string& code, const st
     db.execute(operLogStatement(row));
 }
 
-void addUser(Database& db, const std::string& loginName, const std::string& name, const std::string& role,
+void addUser(TsqlDatabase& db, const std::string& loginName, const std::string& name, const std::string& role,
              const std::string& password)
 {
     const std::string login = platform::trim(loginName);
@@ -304,7 +304,7 @@ void addUser(Database& db, const std::string& loginName, const std::string& name
                quoted(id) + ")");
 }
 
-void setPassword(Database& db, const std::string& loginName, const std::string& password)
+void setPassword(TsqlDatabase& db, const std::string& loginName, const std::string& password)
 {
     needPassword(password);
     const std::string login = platform::trim(loginName);
@@ -314,7 +314,7 @@ void setPassword(Database& db, const std::string& loginName, const std::string& 
                ", FFailedLogins=0, FLockedUntil=NULL where FLogin=" + quoted(login));
 }
 
-void grantRights(Database& db, const std::string& role, const std::vector<std::string>& codes, bool revoke)
+void grantRights(TsqlDatabase& db, const std::string& role, const std::vector<std::string>& codes, bool revoke)
 {
     if (codes.empty())
         throw DbError("name the rights codes to " + std::string(revoke ? "take away" : "grant"));
@@ -338,7 +338,7 @@ void grantRights(Database& db, const std::string& role, const std::vector<std::s
     db.execute(batch);
 }
 
-platform::Recordset listUsers(Database& db)
+platform::Recordset listUsers(TsqlDatabase& db)
 {
     std::map<std::string, std::string> rights; // role → its codes
     const auto granted = db.query("select FRoleId, FRightCode from t_RoleRight order by FRoleId, FRightCode");

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "Database.h"
+#include "TsqlDatabase.h"
 #include "platform/Recordset.h"
 
 // The operators of a database and what they may do: users with salted password hashes (Argon2id,
@@ -32,20 +32,20 @@ inline constexpr int kLockMinutes = 15;
 // are recorded as known to the database (t_KnownRight).
 inline constexpr const char* kAdminRole = "admin";
 inline constexpr const char* kCashierRole = "cashier";
-void addStandardRoles(Database& db);
+void addStandardRoles(TsqlDatabase& db);
 
 // Gives the standard roles, where the database has them, each right of the catalogue that the
 // database has not known before, as a new database gives them, and records it as known. So an
 // upgrade never locks the administrator out of a function that gained a right of its own, while a
 // right an administrator took from a role later stays taken. Throws DbError (nothing changed).
-void upgradeRights(Database& db);
+void upgradeRights(TsqlDatabase& db);
 
 // The demo's operators: admin (管理员) and cashier (收银员), both with kDemoPassword.
 inline constexpr const char* kDemoPassword = "ormex-demo";
-void addDemoOperators(Database& db);
+void addDemoOperators(TsqlDatabase& db);
 
 // True when the database has at least one operator who can log in.
-bool hasOperators(Database& db);
+bool hasOperators(TsqlDatabase& db);
 
 // Salted hash of a password, and its check. Throws DbError when hashing cannot be done.
 std::string hashPassword(const std::string& password);
@@ -65,28 +65,28 @@ struct LoginOutcome
 
 // Checks a login and writes its outcome: the user's failure count and lock, and a t_OperLog row
 // (function "LOGIN") naming the machine. An unknown login name is refused like a wrong password.
-LoginOutcome login(Database& db, const std::string& loginName, const std::string& password,
+LoginOutcome login(TsqlDatabase& db, const std::string& loginName, const std::string& password,
                    const std::string& machine);
 
 // True when the user is active and their role holds the right.
-bool hasRight(Database& db, int userId, const std::string& code);
+bool hasRight(TsqlDatabase& db, int userId, const std::string& code);
 // True when an active user's role holds the right.
-bool someoneHolds(Database& db, const std::string& code);
+bool someoneHolds(TsqlDatabase& db, const std::string& code);
 // Writes the refusal of a right to the operation log (the item the operation was for, if any).
-void logRefusedRight(Database& db, int userId, const std::string& code, const std::string& item,
+void logRefusedRight(TsqlDatabase& db, int userId, const std::string& code, const std::string& item,
                      const std::string& machine);
 
 // Administration (ormex-db user). Each throws DbError with the reason and changes nothing when it
 // cannot be done: a login that exists or does not, an unknown role or rights code, an empty
 // password.
-void addUser(Database& db, const std::string& loginName, const std::string& name, const std::string& role,
+void addUser(TsqlDatabase& db, const std::string& loginName, const std::string& name, const std::string& role,
              const std::string& password);
 // Sets a new password; the user's failures and lock are cleared.
-void setPassword(Database& db, const std::string& loginName, const std::string& password);
+void setPassword(TsqlDatabase& db, const std::string& loginName, const std::string& password);
 // Gives a role the rights (made when the role is new), or takes them away.
-void grantRights(Database& db, const std::string& role, const std::vector<std::string>& codes,
+void grantRights(TsqlDatabase& db, const std::string& role, const std::vector<std::string>& codes,
                  bool revoke = false);
 // Every user: login, name, role, rights, locked until.
-platform::Recordset listUsers(Database& db);
+platform::Recordset listUsers(TsqlDatabase& db);
 
 } // namespace ormex::db

@@ -333,12 +333,13 @@ const std::vector<SchemaStep>& schemaSteps()
          "money-list row, the head of each card's chain under its seal, where each chain started, and "
          "at headquarters the head of each branch's cards",
          kLedger, &toLedgerOnSqlite, &toLedgerOnPostgres},
-        // Operators log in to SQLite files only: headquarters on PostgreSQL has nothing to change.
+        // Headquarters on PostgreSQL had no operators before this step (its roles come with ormex-db
+        // create since): nothing to change there.
         {4,
          "the right to write a database with the administration command ormex-db (hy0018), for the "
          "standard administrator role",
          {},
-         &upgradeRights,
+         [](Database& db) { upgradeRights(db); },
          nullptr},
         // The next step goes here: {5, "what it changes", R"SQL(ALTER TABLE … ADD COLUMN …;)SQL"},
     };

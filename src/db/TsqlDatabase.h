@@ -31,11 +31,8 @@ public:
     // (nothing written) when a check reads another value, or what execute() throws.
     virtual void executeChecked(std::string_view batch, const std::vector<platform::ReadCheck>& checks);
 
-protected:
-    // Throws platform::ChangedSinceReadError when a check's query no longer gives its value.
-    void checkReads(const std::vector<platform::ReadCheck>& checks);
-
-    // A write under way: rolled back when destroyed before commit().
+    // A write under way: rolled back when destroyed before commit(). What the connection runs
+    // meanwhile is part of it.
     class Write
     {
     public:
@@ -44,6 +41,10 @@ protected:
     };
     // Begins a write that no other writer of the database can come between.
     virtual std::unique_ptr<Write> beginWrite() = 0;
+
+protected:
+    // Throws platform::ChangedSinceReadError when a check's query no longer gives its value.
+    void checkReads(const std::vector<platform::ReadCheck>& checks);
 };
 
 } // namespace ormex::db

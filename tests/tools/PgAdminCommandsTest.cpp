@@ -118,3 +118,36 @@ TEST(PgAdminCommands, OnlyUpgradeTakesAnOlderHeadquarters)
     EXPECT_EQ(query.code, 0) << query.err;
     EXPECT_EQ(query.out, "n\n-\n2\n(1 row)\n");
 }
+
+// Headquarters' liability report is for an operator with the right, on a server as on a file; the
+// operators of a server are made and listed with the same commands.
+TEST(PgAdminCommands, TheReportActsForAnOperatorWithTheRight)
+{
+    if (ormex::test::pgClusterUrl().empty())
+        GTEST_SKIP() << "ORMEX_PG_CLUSTER is not set (run through ctest)";
+    ormex::test::PgTestDatabase pg;
+    ASSERT_EQ(run({"create", pg.url()}).code, 0);
+    setenv("ORMEX_PASSWORD", "pw-1", 1);
+    setenv("ORMEX_NEW_PASSWORD", "pw-1", 1);
+    const Result first = run({"user", "add", pg.url(), "boss", "--role", "管理员"});
+    ASSERT_EQ(first.code, 0) << first.err;
+    ASSERT_EQ(run({"user", "add", pg.url(), "till", "--role", "收银员", "--user", "boss"}).code, 0);
+    EXPECT_NE(run({"user", "list", pg.url()}).out.find("till"), std::string::npos);
+
+    const std::vector<std::string> report = {"report", "liability", pg.url()};
+    EXPECT_EQ(run(report).code, 2) << "for whom?";
+    auto asTill = report;
+    asTill.insert(asTill.end(), {"--user", "till"});
+    const Result refused = run(asTill);
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_NE(refused.err.find("负债报表"), std::string::npos) << refused.err;
+    EXPECT_EQ(ormex::test::rowsOf(pg.db(), "select count(*) from t_OperLog where FDescription like '%负债报表%'"),
+              std::vector<std::string>{"1"})
+        << "the refusal is logged";
+    auto asBoss = report;
+    asBoss.insert(asBoss.end(), {"--user", "boss"});
+    const Result shown = run(asBoss);
+    EXPECT_EQ(shown.code, 0) << shown.err;
+    unsetenv("ORMEX_PASSWORD");
+    unsetenv("ORMEX_NEW_PASSWORD");
+}

@@ -109,7 +109,7 @@ void requireOperator(const std::string& login, const std::string& right)
                          db::rightName(right) + " is needed)");
 }
 
-db::LoginOutcome actAs(Database& database, const std::string& login, const std::string& right)
+db::LoginOutcome actAs(db::TsqlDatabase& database, const std::string& login, const std::string& right)
 {
     requireOperator(login, right);
     const db::LoginOutcome outcome =
@@ -122,7 +122,7 @@ db::LoginOutcome actAs(Database& database, const std::string& login, const std::
     return outcome;
 }
 
-std::optional<db::LoginOutcome> actAsAdministrator(Database& database, const std::string& login)
+std::optional<db::LoginOutcome> actAsAdministrator(db::TsqlDatabase& database, const std::string& login)
 {
     if (login.empty() && !db::someoneHolds(database, kAdminWrites)) return std::nullopt;
     return actAs(database, login, kAdminWrites);

@@ -50,12 +50,12 @@ std::string askNewPassword(const std::string& prompt, bool someoneLoggedIn);
 // Logs the operator named by --user in and checks their right: the login on success; throws
 // UsageError when no operator is named, DbError with the reason when refused (a refused right is
 // logged).
-db::LoginOutcome actAs(db::Database& database, const std::string& login, const std::string& right);
+db::LoginOutcome actAs(db::TsqlDatabase& database, const std::string& login, const std::string& right);
 // Throws actAs's UsageError when no operator is named.
 void requireOperator(const std::string& login, const std::string& right);
 // The operator named by --user, for administering the operators: as actAs with kAdminWrites, or
 // nobody when --user is not given and no active operator holds kAdminWrites yet (a database that
 // has no administrator: its first one is being made).
-std::optional<db::LoginOutcome> actAsAdministrator(db::Database& database, const std::string& login);
+std::optional<db::LoginOutcome> actAsAdministrator(db::TsqlDatabase& database, const std::string& login);
 
 } // namespace ormex::tools

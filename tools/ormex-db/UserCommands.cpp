@@ -13,10 +13,8 @@ namespace ormex::tools {
 
 namespace {
 
-using db::Database;
-
 // Makes the change and its t_OperLog row in one transaction.
-void logged(Database& database, const std::optional<db::LoginOutcome>& who, const std::string& login,
+void logged(db::TsqlDatabase& database, const std::optional<db::LoginOutcome>& who, const std::string& login,
             const std::string& what, const std::function<void()>& change)
 {
     db::OperLogRow row;
@@ -26,16 +24,16 @@ void logged(Database& database, const std::optional<db::LoginOutcome>& who, cons
     row.description =
         what + "；操作员：" + (who ? login + "（" + who->name + "）" : "无（数据库尚无管理员）");
     row.machineName = "ormex-db";
-    Database::Transaction transaction(database);
+    const auto write = database.beginWrite();
     change();
     database.execute(db::operLogStatement(row));
-    transaction.commit();
+    write->commit();
 }
 
 } // namespace
 
 int userCommand(const std::vector<std::string>& a, const std::string& user, std::ostream& out,
-                std::ostream& notes)
+                std::ostream& notes, std::chrono::milliseconds deadline)
 {
     const std::string verb = a.size() > 1 ? a[1] : "";
     if (a.size() < 3 || !(verb == "list" || verb == "add" || verb == "passwd" || verb == "grant"))
@@ -50,7 +48,11 @@ int userCommand(const std::vector<std::string>& a, const std::string& user, std:
     if (verb == "grant" && rest.size() < 3)
         throw UsageError("user grant takes <db> <role> <code>... [--revoke]");
 
-    auto database = openExisting(rest[0], notes);
+    std::unique_ptr<db::TsqlDatabase> database;
+    if (db::isPostgresUrl(rest[0]))
+        database = openExistingPg(rest[0], deadline);
+    else
+        database = openExisting(rest[0], notes);
     if (verb == "list") {
         printTable(out, db::listUsers(*database));
         return 0;
