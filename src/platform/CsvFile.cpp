@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "NumberText.h"
+
 namespace ormex::platform {
 
 namespace {
@@ -109,8 +111,18 @@ std::string safeFileName(const std::string& title)
 
 } // namespace
 
-std::string csvField(std::string_view text)
+std::string csvField(std::string_view original)
 {
+    // A spreadsheet runs a cell that begins with = + - @ (or a tab or CR before one) as a formula:
+    // a member's name or memo typed as "=HYPERLINK(…)" must open as the text it is. A quote before
+    // it makes the cell text; plain numbers ("-5.00") are no formula and stay numbers.
+    std::string prefixed;
+    std::string_view text = original;
+    if (!text.empty() && std::string_view("=+-@\t\r").find(text.front()) != std::string_view::npos &&
+        !parseNumber(text)) {
+        prefixed = "'" + std::string(text);
+        text = prefixed;
+    }
     if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
     std::string field = "\"";
     for (char ch : text) {

@@ -17,11 +17,12 @@ using CsvRows = std::vector<std::vector<std::string>>;
 inline constexpr std::string_view kUtf8Bom = "\xEF\xBB\xBF";
 
 // One field as it stands in a line: between quotes, its quotes doubled, when it holds a comma, a
-// quote, a CR or an LF.
+// quote, a CR or an LF; after a ' when a spreadsheet would take it for a formula (it begins with
+// = + - @, a tab or a CR, and is not a plain number).
 std::string csvField(std::string_view text);
 
 // The whole file: the byte-order mark, then each row's fields joined by commas and ended by CR
-// LF. A field that holds a comma, a quote, a CR or an LF stands between quotes, its quotes doubled.
+// LF, each field as csvField writes it.
 std::string csvText(const CsvRows& rows);
 
 // Writes a file whole or not at all: into a temporary file in the same folder, which replaces
