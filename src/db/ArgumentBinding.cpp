@@ -38,7 +38,8 @@ platform::Value number(std::string_view digits)
     // A fraction, an exponent or an integer too large: a real, as the engine reads such a literal,
     // read with a decimal point whatever the process's locale.
     double value = 0;
-    if (std::from_chars(digits.data(), digits.data() + digits.size(), value).ec == std::errc::result_out_of_range) {
+    if (std::from_chars(digits.data(), digits.data() + digits.size(), value).ec ==
+        std::errc::result_out_of_range) {
         // Beyond a double's range: infinite, or zero for a negative exponent, as strtod gives.
         const std::size_t e = digits.find_first_of("eE");
         value = e != std::string_view::npos && e + 1 < digits.size() && digits[e + 1] == '-' ? 0.0 : HUGE_VAL;

@@ -314,7 +314,8 @@ void setPassword(TsqlDatabase& db, const std::string& loginName, const std::stri
                ", FFailedLogins=0, FLockedUntil=NULL where FLogin=" + quoted(login));
 }
 
-void grantRights(TsqlDatabase& db, const std::string& role, const std::vector<std::string>& codes, bool revoke)
+void grantRights(TsqlDatabase& db, const std::string& role, const std::vector<std::string>& codes,
+                 bool revoke)
 {
     if (codes.empty())
         throw DbError("name the rights codes to " + std::string(revoke ? "take away" : "grant"));

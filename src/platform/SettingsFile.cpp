@@ -121,7 +121,9 @@ std::string settingOf(const std::string& path, const std::string& name)
 void addSetting(const std::string& path, const std::string& name, const std::string& value)
 {
     std::string text = contentOf(path);
-    struct stat status {};
+    struct stat status
+    {
+    };
     const bool existed = stat(path.c_str(), &status) == 0;
     // A last line without its line break (a comment typed by hand) must not swallow the new line.
     if (!text.empty() && text.back() != '\n') text += '\n';

@@ -73,8 +73,9 @@ TEST(BoundParameters, LiteralsReadTheSameUnderADecimalCommaLocale)
     t.db().execute("insert T_Pos_AddMoneyList(FCardId, FPlusAmt, other1) select 'a', 12.5, 'x'\r\n"
                    "insert T_Pos_AddMoneyList(FCardId, FPlusAmt, other1) select 'b', 1.5e3, 'x'\r\n"
                    "insert T_Pos_AddMoneyList(FCardId, FPlusAmt, other1) select 'c', 0.125*2, 'x'");
-    EXPECT_EQ(storedTypes(t, "select FCardId, typeof(FPlusAmt), quote(FPlusAmt), other1 from T_Pos_AddMoneyList"
-                             " order by FID"),
+    EXPECT_EQ(storedTypes(t,
+                          "select FCardId, typeof(FPlusAmt), quote(FPlusAmt), other1 from T_Pos_AddMoneyList"
+                          " order by FID"),
               (std::vector<std::string>{"a|real|12.5|x", "b|real|1500.0|x", "c|real|0.25|x"}));
     EXPECT_EQ(t.db().query("select 2.5*2 as n").field("n").toString(), "5");
 }

@@ -9,7 +9,8 @@ using ormex::platform::csvText;
 // shows, never a formula it runs. Amounts, negative ones too, stay numbers.
 TEST(CsvField, AFormulaOpensAsTextAndANumberAsANumber)
 {
-    EXPECT_EQ(csvField("=HYPERLINK(\"http://x\",\"点此\")"), "\"'=HYPERLINK(\"\"http://x\"\",\"\"点此\"\")\"");
+    EXPECT_EQ(csvField("=HYPERLINK(\"http://x\",\"点此\")"),
+              "\"'=HYPERLINK(\"\"http://x\"\",\"\"点此\"\")\"");
     EXPECT_EQ(csvField("+cmd|' /C calc'!A0"), "'+cmd|' /C calc'!A0");
     EXPECT_EQ(csvField("-2+3"), "'-2+3");
     EXPECT_EQ(csvField("@SUM(A1:A9)"), "'@SUM(A1:A9)");

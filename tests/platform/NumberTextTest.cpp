@@ -1,5 +1,5 @@
-#include <gtest/gtest.h>
 #include <cstdio>
+#include <gtest/gtest.h>
 
 #include "platform/NumberText.h"
 #include "support/DecimalCommaLocale.h"

@@ -31,7 +31,9 @@ protected:
     }
     mode_t mode() const
     {
-        struct stat status {};
+        struct stat status
+        {
+        };
         stat(path.c_str(), &status);
         return status.st_mode & 0777;
     }

@@ -38,9 +38,9 @@ private:
 } // namespace ormex::test
 
 // Skips the test on a machine without a decimal-comma locale, or fails it where one is required.
-#define ORMEX_WITH_DECIMAL_COMMA(guard)                                                              \
-    ::ormex::test::DecimalCommaLocale guard;                                                         \
-    if (!guard.available()) {                                                                        \
-        if (::ormex::test::DecimalCommaLocale::required()) FAIL() << "no decimal-comma locale here"; \
-        GTEST_SKIP() << "no decimal-comma locale here (locale-gen de_DE.UTF-8)";                     \
+#define ORMEX_WITH_DECIMAL_COMMA(guard)                                                                      \
+    ::ormex::test::DecimalCommaLocale guard;                                                                 \
+    if (!guard.available()) {                                                                                \
+        if (::ormex::test::DecimalCommaLocale::required()) FAIL() << "no decimal-comma locale here";         \
+        GTEST_SKIP() << "no decimal-comma locale here (locale-gen de_DE.UTF-8)";                             \
     }

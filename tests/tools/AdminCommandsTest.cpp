@@ -147,7 +147,8 @@ TEST_F(AdminCommands, TheSealKeyIsWrittenOnceWhateverTheSettingsFileEndsWith)
     // A hand-written settings file whose last line is a comment without its line break.
     std::ofstream(dir + "/host.conf") << "# branch settings";
     ASSERT_EQ(run({"demo", "--branch", dir + "/branch.db", "--hq", dir + "/HQ.db"}).code, 0);
-    EXPECT_EQ(run({"verify", dir + "/branch.db"}).out, "every card matches its seal and its movement ledger\n");
+    EXPECT_EQ(run({"verify", dir + "/branch.db"}).out,
+              "every card matches its seal and its movement ledger\n");
     // A later command finds the key and writes no second one.
     ASSERT_EQ(run({"demo", "--branch", dir + "/branch2.db", "--hq", dir + "/HQ2.db"}).code, 0);
     std::ifstream in(dir + "/host.conf");

@@ -141,8 +141,9 @@ TEST(PgAdminCommands, TheReportActsForAnOperatorWithTheRight)
     const Result refused = run(asTill);
     EXPECT_EQ(refused.code, 1);
     EXPECT_NE(refused.err.find("负债报表"), std::string::npos) << refused.err;
-    EXPECT_EQ(ormex::test::rowsOf(pg.db(), "select count(*) from t_OperLog where FDescription like '%负债报表%'"),
-              std::vector<std::string>{"1"})
+    EXPECT_EQ(
+        ormex::test::rowsOf(pg.db(), "select count(*) from t_OperLog where FDescription like '%负债报表%'"),
+        std::vector<std::string>{"1"})
         << "the refusal is logged";
     auto asBoss = report;
     asBoss.insert(asBoss.end(), {"--user", "boss"});

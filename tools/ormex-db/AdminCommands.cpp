@@ -301,7 +301,8 @@ int run(std::vector<std::string> a, std::ostream& out, std::ostream& notes)
             db::addDemoOperators(*scratch);
             // A server made by create holds the standard roles and the rights it knows already.
             if (server->query("select count(*) as n from t_KnownRight").field("n").toInt() > 0)
-                scratch->executeNative("DELETE FROM t_KnownRight; DELETE FROM t_RoleRight; DELETE FROM t_Role");
+                scratch->executeNative(
+                    "DELETE FROM t_KnownRight; DELETE FROM t_RoleRight; DELETE FROM t_Role");
             db::copyRows(*scratch, *server);
         } else {
             auto database = openExisting(a[1], notes);
