@@ -3,6 +3,7 @@
 #include <map>
 
 #include "platform/BalanceCodec.h"
+#include "platform/DateTime.h"
 #include "platform/MoneyListAmount.h"
 #include "platform/NumberText.h"
 #include "platform/PointsMovement.h"
@@ -77,6 +78,17 @@ platform::Recordset movementTable(const std::string& heading, const std::vector<
     return platform::Recordset({heading, "笔数", "合计"}, std::move(rows));
 }
 
+// The rows of the period, both days included. Dates are held as text, the date always written in
+// full (yyyy-mm-dd) but the time not always (a single-card recharge writes "9:05:…" without the
+// hour's leading zero): a row belongs to the period when its text lies from the first day on and
+// before the day after the last, whatever follows the date.
+std::string periodCondition(const std::string& from, const std::string& to)
+{
+    const auto last = platform::parseIsoDate(to);
+    const std::string after = last ? last->addDays(1).toString() : to + " 99";
+    return " where FOperDate >= " + platform::quoted(from) + " and FOperDate < " + platform::quoted(after);
+}
+
 } // namespace
 
 LiabilityReport liabilityReport(TsqlDatabase& db, const std::string& from, const std::string& to)
@@ -91,31 +103,31 @@ LiabilityReport liabilityReport(TsqlDatabase& db, const std::string& from, const
                           "from T_Pos_VipRecord r left join T_Pos_VipType t on t.FTypeId = r.FCardType");
     for (; !cards.atEnd(); cards.moveNext()) {
         const std::string stored = cards.field("FResidualAmt").toString();
-        const auto balance = platform::tryDecodeBalance(platform::trim(stored));
-        if (!balance) {
-            report.undecodable.push_back({cards.field("FCardId").toString(), stored});
-            continue;
-        }
+        const auto decoded = platform::tryDecodeBalance(platform::trim(stored));
+        // Only the balance of a card whose balance does not decode is unknown: it is listed apart,
+        // and the card still counts with its points.
+        if (!decoded) report.undecodable.push_back({cards.field("FCardId").toString(), stored});
+        const double balance = decoded.value_or(0.0);
         const double left = cards.field("FLeft").toDouble();
         if (cards.field("FDeleted").toInt() != 0) {
-            if (*balance == 0 && left == 0) continue;
+            if (decoded && balance == 0 && left == 0) continue;
             ++report.deleted.cards;
-            report.deleted.balance += *balance;
+            report.deleted.balance += balance;
             report.deleted.points += left;
             ++report.total.cards;
-            report.total.balance += *balance;
+            report.total.balance += balance;
             report.total.points += left;
             continue;
         }
         const std::string type = platform::trim(cards.field("FCardType").toString());
         const std::string typeName = cards.field("type_name").toString();
-        types.add(type, type + " " + (typeName.empty() ? "（未知类别）" : typeName), *balance, left);
+        types.add(type, type + " " + (typeName.empty() ? "（未知类别）" : typeName), balance, left);
         const std::string status = platform::trim(cards.field("FCardStatus").toString());
-        statuses.add(status, statusName(status), *balance, left);
+        statuses.add(status, statusName(status), balance, left);
         const std::string branch = platform::trim(cards.field("FBranchno").toString());
-        branches.add(branch, branch.empty() ? "（未记分店）" : branch, *balance, left);
+        branches.add(branch, branch.empty() ? "（未记分店）" : branch, balance, left);
         ++report.total.cards;
-        report.total.balance += *balance;
+        report.total.balance += balance;
         report.total.points += left;
     }
     report.byType = types.lines();
@@ -128,9 +140,7 @@ LiabilityReport liabilityReport(TsqlDatabase& db, const std::string& from, const
         for (auto& line : *lines)
             line.balance = cents(line.balance);
 
-    // Dates are held as text: the period runs from the first day's start to the day after the last.
-    const std::string period = " where FOperDate >= '" + platform::quoteDoubled(from) +
-                               "' and FOperDate < '" + platform::quoteDoubled(to) + " 99'";
+    const std::string period = periodCondition(from, to);
     std::map<std::string, MovementLine> money;
     auto moves = db.query("select other1, FPlusAmt from T_Pos_AddMoneyList" + period);
     for (; !moves.atEnd(); moves.moveNext()) {

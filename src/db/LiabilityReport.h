@@ -10,7 +10,8 @@
 // decoded with the one balance codec) and the points they have left (accumulated minus used), by
 // card type, by card status and by branch, with the number of cards; and what moved in a period:
 // recharges, points turned into stored value, opening amounts, and the points movements by kind.
-// A balance that does not decode is never counted as 0: its card is listed apart. A deleted card
+// A balance that does not decode is never counted as 0: it is listed apart, and its card still
+// counts, with its points. The period takes dates as dates, whatever the time's form. A deleted card
 // that still holds stored value or points is still owed them: it stands on a line of its own, out
 // of the groups, and counts in the total.
 namespace ormex::db {
