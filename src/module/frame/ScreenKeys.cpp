@@ -6,6 +6,7 @@
 #include <QComboBox>
 #include <QKeyEvent>
 #include <QPointer>
+#include <QTabBar>
 #include <QTabWidget>
 
 #include "module/widgets/InputField.h"
@@ -40,6 +41,8 @@ protected:
         auto* key = static_cast<QKeyEvent*>(event);
         if (key->key() == Qt::Key_Tab && (key->modifiers() & Qt::ControlModifier) && m_tabs &&
             m_tabs->count() > 0) {
+            // A screen that holds its tabs still (a commit runs) keeps the key from switching too.
+            if (!m_tabs->isEnabled() || !m_tabs->tabBar()->isEnabled()) return true;
             // Every tab is reached, one hidden from the operator as well: asked for, it shows.
             const int next = (m_tabs->currentIndex() + 1) % m_tabs->count();
             m_tabs->setTabVisible(next, true);

@@ -19,7 +19,7 @@ void UseCardNumberKeys(widgets::InputField& field);
 // Enter moves the focus to the next control, as Tab does; a field that runs something on Enter,
 // a button, a drop-down list that is open and a grid keep their own meaning of Enter. With a tab
 // control, Ctrl+Tab shows its next tab, from the last back to the first (a tab hidden from the
-// operator included: reached this way, it shows). The keys act on every
+// operator included: reached this way, it shows), unless the tab bar is disabled. The keys act on every
 // control of the screen, also those created later, for as long as the screen lives.
 void InstallScreenKeys(QWidget& screen, QTabWidget* tabs = nullptr);
 

@@ -13,7 +13,7 @@ namespace ormex::module::points {
 // + "Values(…)".
 std::string GiftRowStatements(const frame::SavePackage& package, const platform::FieldMap& row);
 
-// What was loaded into the catalogue grid, which a save may replace.
+// Which rows of the catalogue an emptying removes.
 struct CatalogueScope
 {
     enum class Kind { Nothing, Whole, OneGift };
@@ -21,9 +21,8 @@ struct CatalogueScope
     std::string giftNumber; // OneGift: the goods number queried
 };
 
-// The emptying in front of the rows: the whole table after the whole catalogue was loaded; only
-// the rows of the one gift queried; nothing when nothing was loaded. A save thus replaces what
-// the grid was loaded with and never the gifts the operator did not see.
+// The emptying in front of the rows: the whole table; only the rows of one gift; nothing. The
+// screen's save empties the whole table, so the catalogue becomes what its grid holds.
 std::string GiftCatalogueEmptying(const CatalogueScope& scope);
 
 } // namespace ormex::module::points

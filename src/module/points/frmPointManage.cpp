@@ -261,6 +261,7 @@ void frmPointManage::loadForm()
     m_messageShown = false;
     m_committing = false;
     m_lastCondition.clear();
+    m_memberExtra.clear();
     try {
         readSession();
     } catch (const std::exception& error) {
@@ -286,7 +287,6 @@ void frmPointManage::loadForm()
                 *m_grids[static_cast<std::size_t>(t)], *layout, {.resetRows = t != GiftSettingsTab});
     m_grids[GiftSettingsTab]->setRowCount(0);
     m_grids[GiftSettingsTab]->setProperty("ormexReadOnly", false);
-    m_catalogueScope = {};
     showExchangeCard(nullptr);
     // The selection mark of the gifts on offer is ticked; quantities and attributes open with it.
     m_grids[ExchangeTab]->setColumnType(m_columns[ExchangeTab].column("Sel"), frame::CellType::CheckBox);

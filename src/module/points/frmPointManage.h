@@ -55,6 +55,8 @@ public:
 
     // The member query of tab 0, with an extra condition from the lookup ("" for none).
     void queryMembers(const std::string& extra = {});
+    // What the operator reads when a save was written but its log entry was not.
+    static constexpr const char* kLogNotWrittenMessage = "数据已保存，但操作日志写入失败！";
     // The query button of a tab.
     void onQuery(int tab);
     void onOption(int index);
@@ -103,6 +105,9 @@ private:
     std::string tabCaption(int tab) const;
     std::string optionCaption(Operation operation) const;
     frame::SavePackage savePackage(int tab) const;
+    // Reads the tab again after a save, with the conditions its rows were listed by (on tab 0 the
+    // cards chosen in the lookup too), without asking about unsaved edits.
+    void refresh(int tab);
 
     // Tab 0: the statements of the rows into `batch`; false after a refusal.
     bool savePoints(const frame::SavePackage& rows, std::string& batch, std::string& logText);
@@ -110,8 +115,10 @@ private:
     // Shows a card of the member list in a row of tab 0.
     void showMember(int row, const platform::FieldMap& card);
     // Tab 1: the catalogue query, adding and deleting rows, the catalogue's statements and the
-    // emptying put in front of them.
+    // emptying put in front of them (the whole catalogue: a save writes it as the grid holds it).
     void queryGiftCatalogue();
+    // The query button of tab 1: with unsaved edits, asks whether to save them first.
+    void queryGiftCatalogueAsked();
     void addGift();
     void deleteGift();
     // The operator changed a cell of the catalogue: the gift, card type or warehouse it names.
@@ -136,6 +143,10 @@ private:
     double leavePoint() const;
     bool confirmExchange(std::string& prompt);
     bool saveExchange(const frame::SavePackage& rows, std::string& batch);
+    // The check that the card still has `points` left where its points are kept.
+    platform::ReadCheck exchangePointsCheck(const std::string& card, double points) const;
+    // True when the card, read again, no longer has `points` left (false when it cannot be read).
+    bool exchangePointsGone(const std::string& card, double points) const;
     // The cards a save of the tab changes.
     std::vector<std::string> cardsOf(const frame::SavePackage& rows, int tab) const;
     // A refusal of Save: the message, the active cell on the row's field, the message-shown flag.
@@ -157,12 +168,15 @@ private:
     bool m_messageShown = false;
     bool m_committing = false;
     std::string m_lastCondition;
+    // The cards chosen in the lookup that tab 0 lists ("" when it lists the query's cards).
+    std::string m_memberExtra;
     // Values a save read and computed its statements from (local or at headquarters): the batch
     // runs only while they stand.
     std::vector<platform::ReadCheck> m_localChecks;
     std::vector<platform::ReadCheck> m_hqChecks;
-    CatalogueScope m_catalogueScope;
     std::string m_exchangeCardType;
+    // The points the exchange being saved takes.
+    double m_exchangedPoints = 0;
     frame::TaskHandle m_task;
     frame::NameListLookup m_nameList;
 

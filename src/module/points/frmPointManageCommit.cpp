@@ -132,20 +132,33 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
                                                                 m_hqChecks, cardsOf(*rows, tab))
                                                 : "";
             frame::ExecuteSQL(batch + queued, m_localChecks);
-            hq::WriteLocalLog("积分管理---", logText);
+            // The batch stands from here on. A log that cannot be written is told to the operator,
+            // but the save still ends as saved: left armed, the grid would apply the batch again on
+            // the next OK.
+            result = true;
+            try {
+                hq::WriteLocalLog("积分管理---", logText);
+            } catch (const std::exception& error) {
+                qCWarning(lcPoints, "logging %s after it was saved failed: %s", logText.c_str(),
+                          error.what());
+                frame::Messages().message(kLogNotWrittenMessage, "提示", platform::MessageIcon::Information);
+            }
             // Replays, and the rewards of the branch's data exchange, go to headquarters now.
             hq::SendQueuedToHQ();
-            result = true;
-            onQuery(tab);
+            refresh(tab);
         }
     } catch (const platform::ChangedSinceReadError&) {
         // Another operator or a till changed a card after it was read: nothing was written; the
-        // operator sees the cards as they are now and decides again.
-        frame::Messages().message(frame::kChangedSinceReadMessage, "提示",
-                                  platform::MessageIcon::Information);
+        // operator sees the cards as they are now and decides again. An exchange whose points were
+        // used meanwhile is refused as one without the points.
+        const bool tooFewPoints =
+            tab == ExchangeTab && exchangePointsGone(cardsOf(*rows, tab).front(), m_exchangedPoints);
+        frame::Messages().message(tooFewPoints ? "积分不足，无法进行正常兑换！"
+                                               : frame::kChangedSinceReadMessage,
+                                  "提示", platform::MessageIcon::Information);
         m_messageShown = true;
         result = false;
-        onQuery(tab);
+        refresh(tab);
     } catch (const std::exception& error) {
         const std::string cards =
             tab == GiftSettingsTab ? std::string() : platform::join(cardsOf(*rows, tab), ",");

@@ -205,6 +205,26 @@ bool frmPointManage::confirmExchange(std::string& prompt)
     return true;
 }
 
+platform::ReadCheck frmPointManage::exchangePointsCheck(const std::string& card, double points) const
+{
+    return {"select count(*) as n from T_Pos_VipRecord where FCardId=" + platform::quoted(card) +
+                " and FAccNum-FDecNum>=" + platform::formatNumber(points),
+            "n", platform::Value(1)};
+}
+
+bool frmPointManage::exchangePointsGone(const std::string& card, double points) const
+{
+    const platform::ReadCheck check = exchangePointsCheck(card, points);
+    try {
+        const platform::Value now = m_linked ? hq::HQGetFieldValue(check.sql, check.field)
+                                             : frame::GetFieldValue(check.sql, check.field);
+        return !platform::sameReadValue(now, check.expected);
+    } catch (const std::exception& error) {
+        qCWarning(lcPoints, "reading the points of card %s again failed: %s", card.c_str(), error.what());
+        return false;
+    }
+}
+
 bool frmPointManage::saveExchange(const frame::SavePackage& rows, std::string& batch)
 {
     frame::Grid& grid = *m_grids[ExchangeTab];
@@ -216,6 +236,7 @@ bool frmPointManage::saveExchange(const frame::SavePackage& rows, std::string& b
     double exchanged = 0;
     for (const platform::FieldMap& record : rows.rows())
         if (record.text("Sel") == "1") exchanged += record.value("FVipNum").toDouble();
+    m_exchangedPoints = exchanged;
     // Headquarters, which owns the card's points, must still hold what the exchange takes.
     if (!hq::HQHasRowsIfLinked("select FCardId from T_Pos_VipRecord where FCardId=" + platform::quoted(card) +
                                " And FAccNum-FDecNum>=" + platform::formatNumber(exchanged))) {
@@ -223,9 +244,12 @@ bool frmPointManage::saveExchange(const frame::SavePackage& rows, std::string& b
                                   platform::MessageIcon::Information);
         return false;
     }
-    // The exchange is written here and at headquarters only while the card is live on both.
+    // The exchange is written here and at headquarters only while the card is live on both, and
+    // only while the card still has the points it takes where its points are kept: a deduction
+    // made since the card was read would otherwise push its used points above its accumulated.
     m_localChecks.push_back(frame::LiveCardCheck(card));
     if (m_linked) m_hqChecks.push_back(frame::LiveCardCheck(card));
+    (m_linked ? m_hqChecks : m_localChecks).push_back(exchangePointsCheck(card, exchanged));
     for (int r = 0; r < grid.rowCount(); ++r)
         if (platform::numberOr0(grid.cellStd(r, "FIsAuxi")) != 0 && grid.isChecked(r, grid.columnOf("Sel")) &&
             grid.cellStd(r, "FAuxPropName").empty()) {

@@ -26,6 +26,21 @@ const char* const kCatalogueFields[] = {"FNumber",   "FBarCode",  "FName",      
 
 } // namespace
 
+void frmPointManage::queryGiftCatalogueAsked()
+{
+    if (m_changed[GiftSettingsTab] && m_tabs->currentIndex() == GiftSettingsTab) {
+        // The query replaces the rows on screen: unsaved edits are saved or dropped on the
+        // operator's word, as on closing.
+        if (frame::Messages().question("数据已经改变，是否保存？")) {
+            // A commit reads the catalogue again; one that did not happen keeps the edits.
+            onOk();
+            return;
+        }
+        m_changed[GiftSettingsTab] = false;
+    }
+    queryGiftCatalogue();
+}
+
 void frmPointManage::queryGiftCatalogue()
 {
     frame::Grid& grid = *m_grids[GiftSettingsTab];
@@ -45,8 +60,6 @@ void frmPointManage::queryGiftCatalogue()
         for (int r = 0; !gifts.atEnd(); gifts.moveNext(), ++r)
             for (const char* field : kCatalogueFields)
                 grid.setCell(r, field, gifts.field(field).toString());
-        m_catalogueScope = number.empty() ? CatalogueScope{CatalogueScope::Kind::Whole, {}}
-                                          : CatalogueScope{CatalogueScope::Kind::OneGift, number};
         m_changed[GiftSettingsTab] = false;
     } catch (const std::exception& error) {
         qCWarning(lcPoints, "reading the gift catalogue failed: %s", error.what());
@@ -96,9 +109,11 @@ void frmPointManage::deleteGift()
     const std::string itemId = grid.cellStd(row, "FItemID");
     try {
         if (platform::numberOr0(itemId) > 0) {
+            // The row's whole key: the same gift kept for the card type in another warehouse stays.
             const std::string type = grid.cellStd(row, "FCardType");
             frame::ExecuteSQL("Delete from T_Pos_VipGift where FItemID=" + platform::sqlNumber(itemId) +
-                              " and FCardType=" + platform::quoted(type.empty() ? std::string("All") : type));
+                              " and FCardType=" + platform::quoted(type.empty() ? std::string("All") : type) +
+                              " and FBranchID=" + platform::sqlNumber(grid.cellStd(row, "FBranchID")));
         }
     } catch (const std::exception& error) {
         qCWarning(lcPoints, "deleting gift %s failed: %s", itemId.c_str(), error.what());
@@ -288,7 +303,8 @@ bool frmPointManage::saveGiftSettings(const frame::SavePackage& rows, std::strin
 
 std::string frmPointManage::giftCatalogueEmptying() const
 {
-    return GiftCatalogueEmptying(m_catalogueScope);
+    // The grid is the catalogue: what it does not hold (never loaded, or loaded and removed) goes.
+    return GiftCatalogueEmptying({CatalogueScope::Kind::Whole, {}});
 }
 
 } // namespace ormex::module::points

@@ -33,12 +33,23 @@ void frmPointManage::onQuery(int tab)
 {
     if (tab == PointsTab) queryMembers();
     // The gift tabs query in their own way (catalogue, card and its gifts).
-    if (tab == GiftSettingsTab) queryGiftCatalogue();
+    if (tab == GiftSettingsTab) queryGiftCatalogueAsked();
     if (tab == ExchangeTab) queryExchangeCard();
+}
+
+void frmPointManage::refresh(int tab)
+{
+    if (tab == PointsTab)
+        queryMembers(m_memberExtra);
+    else if (tab == GiftSettingsTab)
+        queryGiftCatalogue();
+    else
+        queryExchangeCard();
 }
 
 void frmPointManage::queryMembers(const std::string& extra)
 {
+    m_memberExtra = extra;
     std::string condition = " FAccFlag=1 and (FCardStatus=" + std::string("0") + " )  ";
     if (!extra.empty()) condition += " and  " + extra + "\r\n";
     const std::string number = m_itNo[0]->textStd();

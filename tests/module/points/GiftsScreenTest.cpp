@@ -162,48 +162,89 @@ TEST(GiftSettings, EachCheckStopsTheSaveOnItsColumn)
     }
 }
 
-TEST(GiftSettings, AQueryForOneGiftSavesThatGiftAndKeepsTheOthers)
+TEST(GiftSettings, TheSaveMakesTheCatalogueWhatTheGridHolds)
+{
+    const char* const catalogue =
+        "insert into T_Pos_VipGift values (101,'All',2,'0101',1,300,'2026-11-01','2026-12-31'),"
+        " (102,'All',2,'0101',1,150,'2026-11-01','2026-12-31'),"
+        " (107,'03',2,'0101',2,40,'2026-11-01','2026-12-31')";
+    {
+        Catalogue t;
+        t.host.branch().exec(catalogue);
+        t.open();
+        t.query("G404");
+        EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{"礼品兑换库中不存在该商品编号！"});
+        t.query("G001");
+        ASSERT_EQ(t.grid(kGifts).rowCount(), 1);
+        t.type_(0, "FVipNum", "320");
+        t.host.messages().answer(true);
+        t.ok();
+        EXPECT_EQ(t.stored(), std::vector<std::string>{"101|All|2|0101|1|320|2026-11-01|2026-12-31"})
+            << "after a query for one gift too";
+    }
+    {
+        // Rows added without a query: the old rows go, also one with the same gift and warehouse
+        // kept for every card type.
+        Catalogue t;
+        t.host.branch().exec(catalogue);
+        t.open();
+        t.addGift("G001");
+        t.type_(0, "FVipNum", "280");
+        t.host.messages().answer(true);
+        t.ok();
+        EXPECT_EQ(t.stored(), std::vector<std::string>{"101|All|2|0101|1|280|2026-11-23|2026-12-23"});
+    }
+}
+
+TEST(GiftSettings, DeletingARowDeletesThatRowOnly)
 {
     Catalogue t;
     t.host.branch().exec(
-        "insert into T_Pos_VipGift values (101,'All',2,'0101',1,300,'2026-11-01','2026-12-31'),"
-        " (102,'All',2,'0101',1,150,'2026-11-01','2026-12-31'),"
-        " (107,'03',2,'0101',2,40,'2026-11-01','2026-12-31')");
+        "insert into T_Pos_VipGift values (107,'03',2,'0101',2,40,'2026-11-01','2026-12-31'),"
+        " (107,'03',3,'0102',1,30,'2026-11-01','2026-12-31'),"
+        " (107,'All',3,'0102',1,50,'2026-11-01','2026-12-31')");
     t.open();
-    t.query("G404");
-    EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{"礼品兑换库中不存在该商品编号！"});
-    t.query("G001");
-    ASSERT_EQ(t.grid(kGifts).rowCount(), 1);
-    t.type_(0, "FVipNum", "320");
-    t.host.messages().answer(true);
-    t.ok();
-    EXPECT_EQ(t.stored().size(), 3u) << "the gifts not loaded are kept";
-    EXPECT_EQ(t.host.branch().scalar("select FVipNum from T_Pos_VipGift where FItemId=101").toInt(), 320);
-
-    // Deleting a saved row deletes it at once, after the question.
     t.query();
-    int bags = 0;
-    while (t.grid(kGifts).cellStd(bags, "FNumber") != "G007")
-        ++bags;
-    t.grid(kGifts).setActiveCell(bags, 1);
+    int row = 0;
+    while (row < t.grid(kGifts).rowCount() && !(t.grid(kGifts).cellStd(row, "FCardType") == "03" &&
+                                                t.grid(kGifts).cellStd(row, "FBranchID") == "3"))
+        ++row;
+    ASSERT_LT(row, t.grid(kGifts).rowCount());
+    t.grid(kGifts).setActiveCell(row, 1);
     ASSERT_TRUE(t.screen.findChild<QPushButton*>("cmdDel_1")->isEnabled());
     t.host.messages().answer(true);
     t.screen.findChild<QPushButton*>("cmdDel_1")->click();
     EXPECT_EQ(t.host.messages().texts().back(), "确定删除礼品：G007+金卡?");
-    EXPECT_EQ(t.stored().size(), 2u);
+    EXPECT_EQ(t.stored(), (std::vector<std::string>{"107|03|2|0101|2|40|2026-11-01|2026-12-31",
+                                                    "107|All|3|0102|1|50|2026-11-01|2026-12-31"}));
     EXPECT_EQ(t.grid(kGifts).rowCount(), 2);
 }
 
-TEST(GiftSettings, AGridFilledByHandReplacesNothing)
+TEST(GiftSettings, AQueryAsksBeforeDroppingEdits)
 {
     Catalogue t;
     t.host.branch().exec(
-        "insert into T_Pos_VipGift values (102,'All',2,'0101',1,150,'2026-11-01','2026-12-31')");
+        "insert into T_Pos_VipGift values (101,'All',2,'0101',1,300,'2026-11-01','2026-12-31')");
     t.open();
-    t.addGift("G001");
+    t.query();
+    t.type_(0, "FVipNum", "310");
+    t.host.messages().clear();
+    t.host.messages().answer(false);
+    t.query();
+    EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{"数据已经改变，是否保存？"});
+    EXPECT_EQ(t.grid(kGifts).cellStd(0, "FVipNum"), "300.00") << "No: the edit is dropped";
+    EXPECT_FALSE(t.screen.isChanged(kGifts));
+
+    t.type_(0, "FVipNum", "320");
+    t.host.messages().clear();
     t.host.messages().answer(true);
-    t.ok();
-    EXPECT_EQ(t.stored().size(), 2u) << "the gift typed is added, the one not loaded kept";
+    t.host.messages().answer(true);
+    t.query();
+    EXPECT_EQ(t.host.messages().texts(),
+              (std::vector<std::string>{"数据已经改变，是否保存？", "确定保存礼品设置修改？"}));
+    EXPECT_EQ(t.host.branch().scalar("select FVipNum from T_Pos_VipGift where FItemId=101").toInt(), 320)
+        << "Yes: saved";
+    EXPECT_FALSE(t.screen.isChanged(kGifts));
 }
 
 TEST(GiftSettings, ReadOnlyAtALinkedBranchWhenHeadquartersKeepsTheGifts)
@@ -359,6 +400,22 @@ TEST(GiftExchange, ACardDeletedAfterItWasFoundIsNotExchanged)
     EXPECT_EQ(texts[1], module::frame::kChangedSinceReadMessage);
     EXPECT_TRUE(t.movements().empty());
     EXPECT_EQ(t.card("P3"), "500|0");
+}
+
+TEST(GiftExchange, PointsUsedSinceTheCardWasReadAreNotUsedTwice)
+{
+    Exchange t;
+    t.find("P3"); // 50 left
+    t.tick("G002");
+    t.host.branch().exec("update T_Pos_VipRecord set FDecNum=40 where FCardId='P3'"); // a deduction meanwhile
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.host.messages().texts(), (std::vector<std::string>{"确定对会员[P3]的积分进行礼品兑换？",
+                                                                   "积分不足，无法进行正常兑换！"}));
+    EXPECT_EQ(t.card("P3"), "50|40");
+    EXPECT_TRUE(t.movements().empty());
+    EXPECT_TRUE(t.host.branch().rows("select * from T_Pos_VipConsume").empty());
+    EXPECT_EQ(t.panel("itLeavePoint"), "10.00") << "the card is read again";
 }
 
 TEST(GiftExchange, AGiftKeptByAttributeNeedsOne)

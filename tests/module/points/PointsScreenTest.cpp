@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPrinter>
 #include <QProcess>
 #include <QProgressBar>
 #include <QRadioButton>
 #include <QRegularExpression>
+#include <QTabBar>
 #include <QTabWidget>
 
 #include "PointsScreenFixture.h"
@@ -18,6 +20,8 @@
 #include "module/hq/HqLink.h"
 #include "module/hq/ReplayOutbox.h"
 #include "module/widgets/CodeList.h"
+#include "platform/HostServices.h"
+#include "platform/Lookups.h"
 
 using namespace ormex;
 using test::PointsScreen;
@@ -512,4 +516,107 @@ TEST(PointsScreen, OnTheDemoData)
     t.screen.option(Op::Clearing)->click();
     EXPECT_FALSE(t.grid().cellStd(0, "FVipNum").empty());
     test::saveShot(t.screen, "points-clearing.png");
+}
+
+TEST(PointsScreen, ALogThatCannotBeWrittenAfterTheSaveLeavesNothingToApplyAgain)
+{
+    PointsScreen t;
+    t.query();
+    t.type(t.row("P1"), "FVipNum", "10");
+    t.host.branch().exec(
+        "create trigger test_refuse before insert on t_OperLog begin select raise(abort, 'disk full'); end");
+    t.host.messages().answer(true);
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.card("P1"), "110|60") << "the save stands";
+    EXPECT_EQ(t.host.messages().texts(), (std::vector<std::string>{"是否确定对列表中会员进行积分奖励？",
+                                                                   "数据已保存，但操作日志写入失败！"}));
+    EXPECT_FALSE(t.screen.isChanged(0));
+    EXPECT_EQ(t.grid().cellStd(t.row("P1"), "cur_num"), "50.00") << "the list is read again";
+    EXPECT_EQ(t.grid().cellStd(t.row("P1"), "FVipNum"), "");
+
+    t.ok();
+    EXPECT_EQ(t.card("P1"), "110|60") << "a second OK applies nothing";
+    EXPECT_EQ(t.movements().size(), 1u);
+}
+
+namespace {
+
+// The member lookup of the host, answering with the cards it was given.
+class ChoosingCards : public platform::GLView, public platform::MCBaseDataApp
+{
+public:
+    std::vector<std::string> chosen;
+    platform::LookupResult itemLookup(int, const std::string&, const std::string&,
+                                      const platform::FieldMap&) override
+    {
+        return {};
+    }
+    platform::LookupResult subMesLookup(int, const std::string&, const std::string&) override { return {}; }
+    platform::LookupResult showFormReturn(int, bool, int, const std::string&, const std::string&) override
+    {
+        platform::LookupResult result{true, {}};
+        for (const std::string& card : chosen)
+            result.returnObject.push_back({{"FCardId", card}});
+        return result;
+    }
+};
+
+} // namespace
+
+TEST(PointsScreen, ClearingTheCardsChosenInTheLookupListsOnlyThemAgain)
+{
+    PointsScreen t;
+    auto lookup = std::make_shared<ChoosingCards>();
+    lookup->chosen = {"P1", "P2"};
+    platform::HostServices::instance().factory().registerClass("OrmexMCBaseData.Application", [lookup] {
+        return std::static_pointer_cast<platform::GLView>(lookup);
+    });
+    t.screen.onCardLookup();
+    ASSERT_EQ(t.grid().rowCount(), 2);
+    t.screen.option(Op::Clearing)->click();
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.card("P1"), "100|100");
+    EXPECT_EQ(t.card("P2"), "100|100");
+    EXPECT_EQ(t.grid().rowCount(), 2) << "the chosen cards, not every card";
+    EXPECT_NE(t.screen.lastCondition().find("FCardId in ('P1','P2')"), std::string::npos);
+
+    // Choosing clearing again and confirming touches no card outside the choice.
+    t.screen.option(Op::Clearing)->click();
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.card("P3"), "50|0");
+    EXPECT_EQ(t.movements().size(), 2u);
+
+    // The query button lists by the conditions on screen again.
+    t.query();
+    EXPECT_EQ(t.grid().rowCount(), 4);
+}
+
+TEST(PointsScreen, TheTabsStayDuringACommit)
+{
+    PointsScreen t;
+    t.query();
+    t.screen.option(Op::Deduction)->click();
+    t.type(t.row("P2"), "FVipNum", "30");
+    // The keys and the click arrive while the batch is built (the commit lets the window repaint).
+    QTabBar* bar = t.screen.tabs()->tabBar();
+    const QPoint second = bar->tabRect(1).center();
+    QCoreApplication::postEvent(t.screen.memberBox(0)->edit(),
+                                new QKeyEvent(QEvent::KeyPress, Qt::Key_Tab, Qt::ControlModifier));
+    QCoreApplication::postEvent(bar,
+                                new QMouseEvent(QEvent::MouseButtonPress, second, bar->mapToGlobal(second),
+                                                Qt::LeftButton, Qt::LeftButton, Qt::NoModifier));
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.host.messages().texts().back(), "卡号【P2】冲减积分超过剩余积分，不能冲减！");
+    EXPECT_EQ(t.screen.tabs()->currentIndex(), 0);
+    EXPECT_EQ(t.grid().currentRow(), t.row("P2")) << "the refusal marks the row of the tab committed";
+    EXPECT_EQ(t.grid().currentColumn(), t.grid().columnOf("FVipNum"));
+
+    // After the commit the keys switch tabs again.
+    QKeyEvent ctrlTab(QEvent::KeyPress, Qt::Key_Tab, Qt::ControlModifier);
+    QApplication::sendEvent(t.screen.memberBox(0)->edit(), &ctrlTab);
+    EXPECT_EQ(t.screen.tabs()->currentIndex(), 1);
 }
