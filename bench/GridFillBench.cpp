@@ -12,6 +12,7 @@
 
 #include <malloc.h>
 
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -225,6 +226,76 @@ static void BatchRechargeGridFill(benchmark::State& state)
             "batch-recharge-grid");
 }
 BENCHMARK(BatchRechargeGridFill)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1)
+    ->UseManualTime();
+
+// The grid's own share: the points member list's five shown fields already read, written into the
+// grid as the screen writes them, next to the plain model taking the same texts. No database read
+// on either side, so the figures are the grid's and the floor view's alone.
+static void PointsGridFromReadRows(benchmark::State& state)
+{
+    test::TestHost host;
+    module::points::frmPointManage screen;
+    screen.loadForm();
+    screen.resize(1000, 640);
+    screen.show();
+    QApplication::processEvents();
+    module::frame::Grid& grid = *screen.grid(0);
+    const char* const fields[] = {"FCardId", "FVipName", "FCardStatus", "FCardType", "cur_num"};
+    const int rowCount = static_cast<int>(state.range(0));
+    std::vector<std::array<std::string, 5>> cards(static_cast<std::size_t>(rowCount));
+    for (int r = 0; r < rowCount; ++r)
+        cards[static_cast<std::size_t>(r)] = {"B" + std::to_string(100000 + r), "会员" + std::to_string(r), "正常",
+                                              "普通卡", std::to_string(1000 + r)};
+    int columns[5];
+    for (int k = 0; k < 5; ++k)
+        columns[k] = grid.columnOf(fields[k]);
+    double seconds = 0;
+    long bytes = 0;
+    for (auto _ : state) {
+        const long before = startPeak();
+        const auto start = std::chrono::steady_clock::now();
+        grid.setRowCount(0);
+        grid.setRows(rowCount);
+        for (int r = 0; r < rowCount; ++r)
+            for (int k = 0; k < 5; ++k)
+                grid.setCellText(r, columns[k], QString::fromStdString(cards[static_cast<std::size_t>(r)][k]));
+        QApplication::processEvents();
+        seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        bytes = statusBytes("VmHWM:") - before;
+        state.SetIterationTime(seconds);
+    }
+    const QSize size = grid.size();
+    grid.setRowCount(0);
+
+    Floor floor;
+    const long before = startPeak();
+    const auto start = std::chrono::steady_clock::now();
+    {
+        QTableView view;
+        view.resize(size);
+        view.show();
+        std::vector<QStringList> rows;
+        rows.reserve(cards.size());
+        for (const auto& card : cards) {
+            QStringList& row = rows.emplace_back();
+            for (const std::string& text : card)
+                row << QString::fromStdString(text);
+        }
+        PlainRows model(std::move(rows), 5);
+        view.setModel(&model);
+        QApplication::processEvents();
+        floor.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        floor.bytes = statusBytes("VmHWM:") - before;
+        view.setModel(nullptr);
+    }
+    report(state, seconds, bytes, floor);
+}
+BENCHMARK(PointsGridFromReadRows)
     ->Arg(1000)
     ->Arg(10000)
     ->Arg(100000)
