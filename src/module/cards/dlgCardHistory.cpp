@@ -208,6 +208,9 @@ void dlgCardHistory::showRows(const std::vector<HistoryEntry>& rows)
 {
     m_shown = rows;
     m_grid->setRows(0);
+    // The signed changes are text columns (a "+" shows), set right like numbers.
+    for (const char* field : kNumberFields)
+        m_grid->setColumnAlignment(m_grid->columnOf(field), Qt::AlignRight | Qt::AlignVCenter);
     m_grid->setRows(static_cast<int>(rows.size()));
     for (int r = 0; r < static_cast<int>(rows.size()); ++r) {
         const HistoryEntry& e = rows[static_cast<std::size_t>(r)];
@@ -220,9 +223,6 @@ void dlgCardHistory::showRows(const std::vector<HistoryEntry>& rows)
         m_grid->setCell(r, "FPointsAfter", platform::formatNumber(e.pointsAfter));
         m_grid->setCell(r, "FBalanceAfter", e.balanceAfter ? e.balanceAfter->toFixed(2) : "");
         m_grid->setCell(r, "FDetail", e.detail);
-        for (const char* field : kNumberFields)
-            if (auto* item = m_grid->item(r, m_grid->columnOf(field)))
-                item->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
     }
     m_lblTotals->setText(totalsText());
     m_cmdPrint->setEnabled(!rows.empty());

@@ -160,7 +160,7 @@ void frmMCCheck::buildUi()
     connect(m_cmdCheck, &QPushButton::clicked, this, &frmMCCheck::onApprove);
     connect(m_cmdCancel, &QPushButton::clicked, this, &QDialog::close);
     connect(m_chkSel, &QCheckBox::clicked, this, &frmMCCheck::onSelectAll);
-    connect(m_grid, &QTableWidget::cellClicked, this, [this](int row, int) { onRowClicked(row); });
+    connect(m_grid, &frame::Grid::cellClicked, this, [this](int row, int) { onRowClicked(row); });
     // The check-box column keeps its width.
     connect(m_grid->horizontalHeader(), &QHeaderView::sectionResized, this, [this](int section, int, int) {
         const int width = frame::TwipsToPixels(kCardListLayout.FCol[0].width);

@@ -6,6 +6,7 @@
 #include "GridCellEditor.h"
 #include "GridCsvExport.h"
 #include "GridHeader.h"
+#include "GridModel.h"
 #include "platform/NumberText.h"
 #include "platform/Text.h"
 
@@ -16,21 +17,20 @@ namespace {
 // Rows of 285 twips.
 constexpr int kRowHeight = 19;
 
-// A cell's own lock, kept in the item so that it moves with its row: absent means the column's.
-constexpr int kCellLockRole = Qt::UserRole + 1;
-
-// Counts code writes while it lives, so that itemChanged can tell them from the operator's.
-class CodeWrite
+std::string_view trimmed(std::string_view text)
 {
-public:
-    explicit CodeWrite(int& counter) : m_counter(counter) { ++m_counter; }
-    ~CodeWrite() { --m_counter; }
-    CodeWrite(const CodeWrite&) = delete;
-    CodeWrite& operator=(const CodeWrite&) = delete;
+    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f'; };
+    while (!text.empty() && blank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && blank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
 
-private:
-    int& m_counter;
-};
+QString fromUtf8(std::string_view text)
+{
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
 
 } // namespace
 
@@ -44,8 +44,9 @@ bool isNumberType(CellType type)
     return type == CellType::Number || type == CellType::Integer;
 }
 
-Grid::Grid(QWidget* parent) : QTableWidget(parent)
+Grid::Grid(QWidget* parent) : QTableView(parent), m_model(new GridModel(this))
 {
+    setModel(m_model);
     setSelectionBehavior(QAbstractItemView::SelectItems);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setHorizontalHeader(new GridHeader(this));
@@ -55,41 +56,31 @@ Grid::Grid(QWidget* parent) : QTableWidget(parent)
     // Grid lines and the area beyond the cells RGB(162,162,162); the selection RGB(7,59,131) with
     // white text.
     setStyleSheet(
-        QStringLiteral("QTableWidget { gridline-color: rgb(162,162,162); background: rgb(162,162,162); }"
-                       "QTableWidget::item { background: white; }"
-                       "QTableWidget::item:selected { background: rgb(7,59,131); color: white; }"));
+        QStringLiteral("QTableView { gridline-color: rgb(162,162,162); background: rgb(162,162,162); }"
+                       "QTableView::item { background: white; }"
+                       "QTableView::item:selected { background: rgb(7,59,131); color: white; }"));
     // Rows are numbered by a column of their own (or by a field of the data), not by a header.
     verticalHeader()->setVisible(false);
     verticalHeader()->setMinimumSectionSize(kRowHeight);
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     verticalHeader()->setDefaultSectionSize(kRowHeight);
     horizontalHeader()->setFixedHeight(kRowHeight + 4);
-    connect(this, &QTableWidget::itemChanged, this, [this](QTableWidgetItem* item) {
-        if (m_codeWrites == 0 && !column(item->column()).rowNumbers)
-            Q_EMIT operatorEdited(item->row(), item->column());
-    });
-    connect(model(), &QAbstractItemModel::rowsInserted, this, [this] { renumber(); });
-    connect(model(), &QAbstractItemModel::rowsRemoved, this, [this] { renumber(); });
+    connect(m_model, &GridModel::edited, this, &Grid::operatorEdited);
+    connect(selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this](const QModelIndex& now, const QModelIndex& before) {
+                Q_EMIT currentCellChanged(now.row(), now.column(), before.row(), before.column());
+            });
+    connect(this, &QAbstractItemView::clicked, this,
+            [this](const QModelIndex& index) { Q_EMIT cellClicked(index.row(), index.column()); });
     AddCsvExportCommand(*this);
 }
 
 void Grid::setColumns(std::vector<GridColumn> newColumns, bool keepRows)
 {
-    CodeWrite writing(m_codeWrites);
     m_columns = std::move(newColumns);
-    if (!keepRows) setRowCount(0);
-    const int rows = rowCount();
-    setColumnCount(static_cast<int>(m_columns.size()));
-    QStringList captions;
-    for (const auto& c : m_columns)
-        captions << c.caption;
-    setHorizontalHeaderLabels(captions);
+    m_model->resetColumns(keepRows);
     for (int c = 0; c < columns(); ++c)
         setColumnHidden(c, m_columns[static_cast<std::size_t>(c)].hidden);
-    for (int r = 0; r < rows; ++r)
-        for (int c = 0; c < columns(); ++c)
-            applyFlags(cell(r, c), r, c);
-    renumber();
     horizontalHeader()->viewport()->update();
 }
 
@@ -101,61 +92,24 @@ int Grid::columnOf(const QString& field) const
     return -1;
 }
 
-void Grid::applyFlags(QTableWidgetItem* item, int, int column) const
-{
-    const GridColumn& col = m_columns.at(static_cast<std::size_t>(column));
-    const QVariant own = item->data(kCellLockRole);
-    const bool locked = col.rowNumbers || (own.isValid() ? own.toBool() : col.locked);
-    Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
-    if (isCheckBoxType(col.type)) {
-        if (!locked) flags |= Qt::ItemIsUserCheckable;
-        if (item->data(Qt::CheckStateRole).isNull()) item->setCheckState(Qt::Unchecked);
-        item->setTextAlignment(Qt::AlignCenter);
-    } else if (!locked) {
-        flags |= Qt::ItemIsEditable;
-    }
-    if (isNumberType(col.type) || col.rowNumbers) item->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    item->setFlags(flags);
-}
-
-QTableWidgetItem* Grid::cell(int row, int column)
-{
-    QTableWidgetItem* it = item(row, column);
-    if (it) return it;
-    CodeWrite writing(m_codeWrites);
-    it = new QTableWidgetItem;
-    applyFlags(it, row, column);
-    setItem(row, column, it);
-    return it;
-}
-
 void Grid::setColumnLocked(int column, bool locked)
 {
     if (column < 0 || column >= columns()) return;
-    CodeWrite writing(m_codeWrites);
     m_columns[static_cast<std::size_t>(column)].locked = locked;
-    for (int r = 0; r < rowCount(); ++r) {
-        QTableWidgetItem* it = cell(r, column);
-        it->setData(kCellLockRole, QVariant());
-        applyFlags(it, r, column);
-    }
+    m_model->clearOwnLocks(column);
 }
 
 void Grid::setCellLocked(int row, int column, bool locked)
 {
     if (row < 0 || row >= rowCount() || column < 0 || column >= columns()) return;
-    CodeWrite writing(m_codeWrites);
-    QTableWidgetItem* it = cell(row, column);
-    it->setData(kCellLockRole, locked);
-    applyFlags(it, row, column);
+    m_model->setOwnLock(row, column, locked ? 1 : 0);
 }
 
 bool Grid::isCellLocked(int row, int column) const
 {
-    const QTableWidgetItem* it = item(row, column);
-    if (!it) return column >= 0 && column < columns() && (m_columns[static_cast<std::size_t>(column)].locked);
-    const Qt::ItemFlags flags = it->flags();
-    return !(flags & Qt::ItemIsEditable) && !(flags & Qt::ItemIsUserCheckable);
+    if (column < 0 || column >= columns()) return false;
+    if (row < 0 || row >= rowCount()) return m_columns[static_cast<std::size_t>(column)].locked;
+    return m_model->isLocked(row, column);
 }
 
 void Grid::setColumnMinimum(int column, double minimum)
@@ -172,27 +126,36 @@ void Grid::setColumnCaption(int column, const QString& caption)
 {
     if (column < 0 || column >= columns()) return;
     m_columns[static_cast<std::size_t>(column)].caption = caption;
-    setHorizontalHeaderItem(column, new QTableWidgetItem(caption));
+    m_model->captionChanged(column);
 }
 
 void Grid::setColumnType(int column, CellType type)
 {
     if (column < 0 || column >= columns()) return;
-    CodeWrite writing(m_codeWrites);
     m_columns[static_cast<std::size_t>(column)].type = type;
-    for (int r = 0; r < rowCount(); ++r)
-        applyFlags(cell(r, column), r, column);
+    m_model->columnChanged(column);
+}
+
+void Grid::setColumnAlignment(int column, Qt::Alignment alignment)
+{
+    if (column < 0 || column >= columns()) return;
+    m_columns[static_cast<std::size_t>(column)].alignment = alignment;
+    m_model->columnChanged(column);
+}
+
+int Grid::rowCount() const
+{
+    return m_model->rowCount();
 }
 
 void Grid::setRows(int rows)
 {
-    CodeWrite writing(m_codeWrites);
-    const int before = rowCount();
-    setRowCount(rows);
-    for (int r = before; r < rows; ++r)
-        for (int c = 0; c < columns(); ++c)
-            cell(r, c);
-    renumber();
+    m_model->resize(rows);
+}
+
+void Grid::removeRow(int row)
+{
+    m_model->removeRowAt(row);
 }
 
 int Grid::addRow()
@@ -212,21 +175,14 @@ int Grid::dataRows() const
     return 0;
 }
 
-void Grid::renumber()
-{
-    if (m_columns.empty() || !m_columns.front().rowNumbers) return;
-    CodeWrite writing(m_codeWrites);
-    for (int r = 0; r < rowCount(); ++r)
-        cell(r, 0)->setText(QString::number(r + 1));
-}
-
 QString Grid::cellText(int row, int column) const
 {
     if (column < 0 || column >= columns() || row < 0 || row >= rowCount()) return {};
-    const QTableWidgetItem* it = item(row, column);
-    if (isCheckBoxType(m_columns[static_cast<std::size_t>(column)].type))
-        return it && it->checkState() == Qt::Checked ? QStringLiteral("1") : QStringLiteral("0");
-    return it ? it->text() : QString();
+    const GridColumn& col = m_columns[static_cast<std::size_t>(column)];
+    if (col.rowNumbers) return QString::number(row + 1);
+    if (isCheckBoxType(col.type))
+        return m_model->text(row, column) == "1" ? QStringLiteral("1") : QStringLiteral("0");
+    return fromUtf8(m_model->text(row, column));
 }
 
 std::string Grid::cellStd(int row, const std::string& field) const
@@ -234,42 +190,47 @@ std::string Grid::cellStd(int row, const std::string& field) const
     return cellText(row, columnOf(field)).toStdString();
 }
 
-void Grid::setCellText(int row, int column, const QString& text)
+void Grid::store(int row, int column, std::string_view text)
 {
     if (column < 0 || column >= columns() || row < 0 || row >= rowCount()) return;
-    CodeWrite writing(m_codeWrites);
     const GridColumn& col = m_columns[static_cast<std::size_t>(column)];
-    QTableWidgetItem* it = cell(row, column);
+    if (col.rowNumbers) return; // the grid numbers its rows itself
+    // An open editor shows the cell's value: it hears of the change at once.
+    const bool now = m_editor != nullptr;
     if (isCheckBoxType(col.type)) {
-        it->setCheckState(text.trimmed() == QStringLiteral("1") ? Qt::Checked : Qt::Unchecked);
+        m_model->setText(row, column, trimmed(text) == "1" ? "1" : "", now);
         return;
     }
-    if (isNumberType(col.type) && !text.trimmed().isEmpty()) {
-        const double value = platform::numberOr0(text.toStdString());
-        it->setText(QString::fromStdString(
-            platform::formatFixed(value, col.type == CellType::Integer ? 0 : col.decimals)));
+    if (isNumberType(col.type) && !trimmed(text).empty()) {
+        const double value = platform::numberOr0(std::string(text));
+        m_model->setText(row, column, platform::formatFixed(value, col.type == CellType::Integer ? 0 : col.decimals),
+                         now);
         return;
     }
-    it->setText(text);
+    m_model->setText(row, column, text, now);
+}
+
+void Grid::setCellText(int row, int column, const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
+    store(row, column, std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
 }
 
 void Grid::setCell(int row, const std::string& field, const std::string& text)
 {
-    setCellText(row, columnOf(field), QString::fromStdString(text));
+    store(row, columnOf(field), text);
 }
 
 QColor Grid::cellColor(int row, int column) const
 {
-    const QTableWidgetItem* it = item(row, column);
-    return it && it->foreground().style() != Qt::NoBrush ? it->foreground().color() : QColor(Qt::black);
+    if (row < 0 || row >= rowCount() || column < 0 || column >= columns()) return QColor(Qt::black);
+    const QColor colour = m_model->color(row, column);
+    return colour.isValid() ? colour : QColor(Qt::black);
 }
 
 void Grid::setCellColor(int row, int column, const QColor& colour)
 {
-    if (row < rowCount() && column >= 0 && column < columns()) {
-        CodeWrite writing(m_codeWrites);
-        cell(row, column)->setForeground(colour);
-    }
+    if (row >= 0 && row < rowCount() && column >= 0 && column < columns()) m_model->setColor(row, column, colour);
 }
 
 bool Grid::isChecked(int row, int column) const
@@ -285,16 +246,25 @@ void Grid::setChecked(int row, int column, bool checked)
 void Grid::setActiveCell(int row, int column)
 {
     if (row < 0 || row >= rowCount() || column < 0 || column >= columns()) return;
-    setCurrentCell(row, column);
-    scrollToItem(cell(row, column));
+    const QModelIndex cell = m_model->index(row, column);
+    setCurrentIndex(cell);
+    scrollTo(cell);
 }
 
 QWidget* Grid::editActiveCell()
 {
-    QTableWidgetItem* it = currentItem();
-    if (!it || !(it->flags() & Qt::ItemIsEditable)) return nullptr;
-    editItem(it);
+    const QModelIndex cell = currentIndex();
+    if (!cell.isValid() || !(m_model->flags(cell) & Qt::ItemIsEditable)) return nullptr;
+    edit(cell);
     return m_editor;
+}
+
+void Grid::setEditor(QWidget* editor)
+{
+    // The view would hand the writes still untold to the new editor later, over what is typed:
+    // it hears of them before the editor takes the cell's value.
+    m_model->tellChanges();
+    m_editor = editor;
 }
 
 void Grid::commitEditor()
@@ -311,7 +281,7 @@ void Grid::keyPressEvent(QKeyEvent* event)
         Q_EMIT lookupRequested(currentRow(), currentColumn(), event->key());
         return;
     }
-    QTableWidget::keyPressEvent(event);
+    QTableView::keyPressEvent(event);
 }
 
 } // namespace ormex::module::frame

@@ -3,14 +3,17 @@
 #include <QColor>
 #include <QPointer>
 #include <QStringList>
-#include <QTableWidget>
+#include <QTableView>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 // The one grid of the component's screens: a table whose columns carry the field they show,
 // their cell type, whether they are locked or hidden, their save mark and number format. Columns
 // come from layout records (GridLayout.h).
+//
+// The rows live once in the grid's model (GridModel.h); cells are edited through GridCellEditor.
 //
 // Column 0 may be the row-number column ("序号"), which the grid keeps numbered itself; the data
 // columns then start at 1, the way the layouts count them.
@@ -37,9 +40,12 @@ struct GridColumn
     QStringList items;          // entries of a list column
     bool spansPrevious = false; // no caption: the previous column's header spans this one too
     bool rowNumbers = false;    // the row-number column
+    Qt::Alignment alignment;    // of a text column's cells; numbers go right whatever it says
 };
 
-class Grid : public QTableWidget
+class GridModel;
+
+class Grid : public QTableView
 {
     Q_OBJECT
 public:
@@ -65,9 +71,13 @@ public:
     void setColumnCaption(int column, const QString& caption);
     // Gives a column another cell type (a selection mark shown as a check box); its cells follow.
     void setColumnType(int column, CellType type);
+    void setColumnAlignment(int column, Qt::Alignment alignment);
 
-    // Sets the number of rows; new rows get cells shaped by their column.
+    int rowCount() const;
+    // Sets the number of rows; new rows get cells shaped by their column, rows past it go.
     void setRows(int rows);
+    void setRowCount(int rows) { setRows(rows); }
+    void removeRow(int row);
     // Appends one row and returns its index.
     int addRow();
     // Rows that hold data: the rows whose first data column (or any column) is not empty.
@@ -85,6 +95,9 @@ public:
     bool isChecked(int row, int column) const;
     void setChecked(int row, int column, bool checked);
 
+    // The active cell, -1 when there is none.
+    int currentRow() const { return currentIndex().row(); }
+    int currentColumn() const { return currentIndex().column(); }
     // Makes a cell the active cell and shows it.
     void setActiveCell(int row, int column);
     // Opens the editor of the active cell (when it is not locked) and returns it.
@@ -100,20 +113,21 @@ Q_SIGNALS:
     void operatorEdited(int row, int column);
     // F7 or F8 in a cell: a lookup of that cell is wanted.
     void lookupRequested(int row, int column, int key);
+    // The active cell moved (-1 when there is none).
+    void currentCellChanged(int row, int column, int previousRow, int previousColumn);
+    void cellClicked(int row, int column);
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
     friend class GridCellEditor;
-    QTableWidgetItem* cell(int row, int column);
-    void applyFlags(QTableWidgetItem* item, int row, int column) const;
-    void renumber();
-    void setEditor(QWidget* editor) { m_editor = editor; }
+    void setEditor(QWidget* editor);
+    void store(int row, int column, std::string_view text);
 
     std::vector<GridColumn> m_columns;
+    GridModel* m_model;
     QPointer<QWidget> m_editor;
-    int m_codeWrites = 0; // > 0 while code writes cells
 };
 
 } // namespace ormex::module::frame

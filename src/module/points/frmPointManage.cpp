@@ -240,7 +240,7 @@ void frmPointManage::connectGrid(int tab)
     connect(grid, &frame::Grid::lookupRequested, this,
             [this, tab](int row, int column, int key) { onGridLookup(tab, row, column, key); });
     if (tab == GiftSettingsTab)
-        connect(grid, &QTableWidget::currentCellChanged, this, [this](int row) {
+        connect(grid, &frame::Grid::currentCellChanged, this, [this](int row) {
             const bool readOnly = m_grids[GiftSettingsTab]->property("ormexReadOnly").toBool();
             m_cmdDel[GiftSettingsTab]->setEnabled(!readOnly && row >= 0 &&
                                                   row < m_grids[GiftSettingsTab]->rowCount());

@@ -292,7 +292,7 @@ bool frmStoreCardManage::CheckGridData(int tab, const std::string& card, int ign
 void frmStoreCardManage::connectGrid(int tab)
 {
     frame::Grid* grid = m_grids[static_cast<std::size_t>(tab)];
-    connect(grid, &QTableWidget::currentCellChanged, this,
+    connect(grid, &frame::Grid::currentCellChanged, this,
             [this, tab](int row, int column, int, int) { onRowChanged(tab, row, column); });
     connect(grid, &frame::Grid::operatorEdited, this,
             [this, tab](int row, int column) { onCellEdited(tab, row, column); });
