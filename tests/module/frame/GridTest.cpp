@@ -161,6 +161,10 @@ TEST(GridLayout, ANumberCellTakesWhatWasTypedOrRefusesIt)
     GridColumn count = points;
     count.caption = QStringLiteral("数量");
     count.type = CellType::Integer;
+    // A recharge amount with no maximum recharge set: the most a balance can hold.
+    GridColumn amount = points;
+    amount.caption = QStringLiteral("充值金额");
+    amount.maximum = 999999999.99;
     struct Case
     {
         const GridColumn& column;
@@ -178,6 +182,11 @@ TEST(GridLayout, ANumberCellTakesWhatWasTypedOrRefusesIt)
         {points, "1.005", "", "【积分奖励】只能输入数字，最多2位小数，不能接受“1.005”！"},
         {count, "7.5", "", "【数量】只能输入整数，不能接受“7.5”！"},
         {count, "7", "7", ""},
+        // Too much to store exactly: refused, never clamped or rounded into another amount.
+        {amount, "1500000000", "", "【充值金额】须在0至999999999.99之间，不能接受“1500000000”！"},
+        {amount, "999999999.99", "999999999.99", ""},
+        {amount, "0.1234567890123456", "",
+         "【充值金额】只能输入数字，最多2位小数，不能接受“0.1234567890123456”！"},
     };
     for (const Case& c : cases) {
         const auto result = GridCellEditor::numberText(QString::fromUtf8(c.typed), c.column);
