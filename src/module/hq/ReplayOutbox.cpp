@@ -31,6 +31,33 @@ constexpr const char* kUnreachable = "总部数据库无法连接";
 // one at headquarters.
 constexpr const char* kOriginCondition = "FCategory='VIP' and FKey='HqReplayOrigin'";
 
+// A branch's batch as headquarters runs it. A use of a card's points (a deduction, an exchange, a
+// conversion to stored value) raises the card's used points where the session's branch is the
+// database's own, or where that branch's totals row of the card was there before the batch
+// ("… or @blnIsinset<n>=1"). At the branch the first is always so; at headquarters only the
+// second, so a branch's first use of a card's points would leave headquarters' remaining points as
+// they were and another branch could spend the same points again. At headquarters every replayed
+// use raises them.
+std::string asReplayedAtHeadquarters(const std::string& statements)
+{
+    static constexpr std::string_view kOwnCard = " or @blnIsinset";
+    std::string out;
+    out.reserve(statements.size());
+    std::size_t from = 0;
+    for (std::size_t at = statements.find(kOwnCard); at != std::string::npos;
+         at = statements.find(kOwnCard, at + 1)) {
+        std::size_t end = at + kOwnCard.size();
+        while (end < statements.size() && statements[end] >= '0' && statements[end] <= '9')
+            ++end;
+        if (end == at + kOwnCard.size() || statements.compare(end, 2, "=1") != 0) continue;
+        out.append(statements, from, at - from);
+        out += " or 1=1";
+        from = end + 2;
+    }
+    out.append(statements, from, std::string::npos);
+    return out;
+}
+
 std::string newOrigin()
 {
     std::random_device random;
@@ -250,7 +277,7 @@ std::string QueueOnHQ(const std::string& statements, HQOperation operation,
                       const std::vector<platform::ReadCheck>& checks, const std::vector<std::string>& cards)
 {
     if (!frame::IsHQLinkedBranch()) return {};
-    const std::string replay = statements + kCrLf + LogRowStatement(operation);
+    const std::string replay = asReplayedAtHeadquarters(statements) + kCrLf + LogRowStatement(operation);
     std::string queued =
         std::string(kCrLf) + "if not exists (select 1 from t_SystemProfile where " + kOriginCondition + ")" +
         kCrLf + " insert into t_SystemProfile (FCategory,FKey,FValue) values ('VIP','HqReplayOrigin'," +

@@ -6,6 +6,8 @@
 #include "module/frame/Gateway.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/ReplayOutbox.h"
+#include "module/points/PointsStatements.h"
+#include "module/storedvalue/StoredValueStatements.h"
 #include "support/TestHost.h"
 
 using namespace ormex;
@@ -32,10 +34,10 @@ struct LinkedBranch
         ResetHQConnectionText();
     }
     // A change made at the branch and queued for headquarters in the same batch.
-    void change(const std::string& statements)
+    void change(const std::string& statements, HQOperation operation = HQOperation::PointsDeduction)
     {
         module::frame::ExecuteSQL("insert into t_OperLog (FDescription) values ('local')" +
-                                  QueueOnHQ(statements, HQOperation::PointsDeduction));
+                                  QueueOnHQ(statements, operation));
     }
     int hqPoints()
     {
@@ -168,6 +170,31 @@ TEST(ReplayOutbox, TwoBranchesReplayingToOneHeadquartersLoseNothing)
     EXPECT_EQ(b.hqPoints(), 33) << "the same sequence numbers from two branches are two replays";
     EXPECT_EQ(b.host.hq().rows("select FBranchNo,count(*) from t_HqReplay group by FBranchNo order by 1"),
               (std::vector<std::string>{"01|2", "02|2"}));
+}
+
+// The first use of a card's points by a branch (no totals row of that branch at headquarters yet)
+// still raises the used points at headquarters: what one branch spent, another cannot spend again.
+TEST(ReplayOutbox, PointsOneBranchUsedAreGoneAtHeadquartersForTheOthers)
+{
+    LinkedBranch b;
+    b.change(module::points::DeductionGroup({"1", "01", "1"}, 1, "C1", 60, 100, 0));
+    ASSERT_EQ(SendQueuedToHQ().waiting, 0);
+    EXPECT_EQ(b.hqPoints(), 60);
+
+    b.host.useBranch("branch02.db", "02");
+    ResetHQConnectionText();
+    module::storedvalue::Conversion conversion;
+    conversion.card = "C1";
+    conversion.points = 30;
+    conversion.amount = platform::Money::ofDouble(3);
+    conversion.newBalance = platform::Money::ofDouble(3);
+    conversion.operDate = "2026-11-25 10:00:00";
+    b.change(module::storedvalue::ConversionStatements({"1", "2", "02"}, 1, conversion),
+             HQOperation::PointsToStoredValue);
+    ASSERT_EQ(SendQueuedToHQ().waiting, 0);
+    EXPECT_EQ(b.hqPoints(), 90) << "10 points are left at headquarters for every branch";
+    EXPECT_EQ(b.host.hq().rows("select FBranchNo, FVipMinusTotalNum from T_Pos_VipConsume order by 1"),
+              (std::vector<std::string>{"01|60", "02|30"}));
 }
 
 TEST(ReplayOutbox, AnOperationWaitsUntilHeadquartersHoldsTheChangesBeforeIt)
