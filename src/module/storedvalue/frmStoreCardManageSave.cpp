@@ -43,6 +43,8 @@ Money recordAmount(const platform::FieldMap& record, const char* field)
     return Money::parse(record.text(field)).value_or(Money());
 }
 
+constexpr const char* kDeductionAboveBalance = "扣减的充值金额不能大于卡余额！";
+
 std::string maxFillMessage(double maximum)
 {
     return "充值金额已经大于会员设置画面设定的最大充值金额" + platform::formatNumber(maximum) + "，请修正！";
@@ -101,7 +103,7 @@ bool frmStoreCardManage::validateSingle()
     else if (charge.isNegative() && !m_allowFillPlusAmt)
         message = "充值金额不允许为负数！";
     else if (charge.isNegative() && m_cachedBalance < charge.abs())
-        message = "扣减的充值金额不能大于卡余额！";
+        message = kDeductionAboveBalance;
     else if (m_maxFillAmount > 0 && charge.toDouble() > m_maxFillAmount)
         message = maxFillMessage(m_maxFillAmount);
     else if (actual.isZero() && !m_allowFillPlusAmt)
@@ -130,7 +132,7 @@ bool frmStoreCardManage::validateBatch()
         if (charge.isNegative() && !m_allowFillPlusAmt)
             message = "充值金额不允许为负数！";
         else if (charge.isNegative() && balance < charge.abs())
-            message = "扣减的充值金额不能大于卡余额！";
+            message = kDeductionAboveBalance;
         else if (m_maxFillAmount > 0 && charge.toDouble() > m_maxFillAmount)
             message = maxFillMessage(m_maxFillAmount);
         else if (actual.isNegative() && !m_allowFillPlusAmt)
@@ -220,6 +222,12 @@ bool frmStoreCardManage::buildSingle(std::string& batch)
     r.operDate = field("itOperateDate")->textStd() + frame::CurrentTimeText();
     r.paymentId = field("itBalanceStyle")->itemId().toStdString();
     const Money read = rereadBalance(r.card);
+    // The same measure as the batch tab's: the balance re-read now, held by the read check.
+    if (r.amount.isNegative() && (read + r.amount).isNegative()) {
+        frame::Messages().message(kDeductionAboveBalance, "提示", platform::MessageIcon::Information);
+        field("itChargeAmt")->setFocus();
+        return false;
+    }
     r.newBalance = r.amount + read;
     if (!m_linked) m_cachedBalance = read;
     r.listedBalance = r.amount + (m_linked ? r.oldBalance : read);
@@ -248,6 +256,12 @@ bool frmStoreCardManage::buildBatch(std::string& batch)
         r.paymentId = record.text("FBalanceStyleId");
         m_cachedBalance = recordAmount(record, "FResidualAmt");
         const Money read = rereadBalance(r.card);
+        // The grid's balance may be older than the card's: a deduction is measured against the
+        // balance re-read now, which the batch's read check holds until it commits.
+        if (r.amount.isNegative() && (read + r.amount).isNegative()) {
+            refuseCell(kDeductionAboveBalance, false, BatchTab, static_cast<int>(i), "FChargeAmt");
+            return false;
+        }
         Money listed = m_cachedBalance;
         if (!m_linked) m_cachedBalance = listed = read;
         r.oldBalance = m_cachedBalance;

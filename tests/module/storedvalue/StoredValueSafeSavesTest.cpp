@@ -1,0 +1,60 @@
+// Saves of the stored-value screen that must never cost or give a card money twice: deductions
+// measured against the balance as it is when the save runs, the card on the panel, the payment
+// method, headquarters dropping around the save, and what the screen holds after a commit.
+#include <gtest/gtest.h>
+
+#include "StoredValueFixture.h"
+#include "db/Database.h"
+
+using namespace ormex;
+using test::StoredValueScreen;
+using Screen = module::storedvalue::frmStoreCardManage;
+
+namespace {
+
+const std::string kLooseFill = test::fillSettings("0", true);
+
+// A till takes money from a card outside the screen.
+void tillSets(StoredValueScreen& t, const char* card, const char* balance)
+{
+    auto till = db::Database::open(t.host.branch().path());
+    till->execute("update T_Pos_VipRecord set FResidualAmt='" +
+                  platform::encodeBalance(std::string(balance)) + "' where FCardId='" + card + "'");
+}
+
+} // namespace
+
+TEST(StoredValueSafeSaves, ADeductionBeyondTheBalanceAsItIsNowIsRefused)
+{
+    // S1 shows 50; a till leaves it 20 before OK; deducting 30 would leave -10.
+    for (const int tab : {Screen::SingleTab, Screen::BatchTab}) {
+        StoredValueScreen t({}, kLooseFill);
+        t.screen.tabs()->setTabVisible(0, true);
+        t.open(tab);
+        t.query(tab, "S1");
+        if (tab == Screen::SingleTab) {
+            t.field("itChargeAmt").setText("-30");
+            t.field("itActualAmt").setText("-30");
+        } else {
+            t.type(tab, t.row(tab, "S1"), "FChargeAmt", "-30");
+            t.type(tab, t.row(tab, "S1"), "FActualAmt", "-30");
+        }
+        tillSets(t, "S1", "20");
+        const auto before = t.host.branch().dump();
+        t.host.messages().clear();
+        t.host.messages().answer(true);
+        t.ok();
+        EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{"扣减的充值金额不能大于卡余额！"})
+            << tab;
+        EXPECT_EQ(t.host.branch().dump(), before) << tab << ": nothing written";
+        EXPECT_EQ(t.balance("S1"), "20") << tab;
+        if (tab == Screen::BatchTab) test::saveShot(t.screen, "stored-value-deduction-refused.png");
+
+        // Down to exactly zero is a deduction the card can pay.
+        tillSets(t, "S1", "30");
+        t.host.messages().clear();
+        t.host.messages().answer(true);
+        t.ok();
+        EXPECT_EQ(t.balance("S1"), "0") << tab;
+    }
+}
