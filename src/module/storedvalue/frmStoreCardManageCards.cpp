@@ -374,8 +374,13 @@ void frmStoreCardManage::onPaymentTyped()
         const auto method = frame::GetTableInfo(platform::table::PaymentMethods,
                                                 " FNumber='" + platform::quoteDoubled(number) + "'");
         if (method.atEnd()) {
-            if (!style.itemId().isEmpty() && QString::fromStdString(number) == style.text())
-                return; // a name shown
+            // The name of the chosen method stays; any other text leaves no method chosen.
+            if (!style.itemId().isEmpty()) {
+                const auto chosen =
+                    frame::GetTableInfo(platform::table::PaymentMethods,
+                                        " FItemID=" + platform::sqlNumber(style.itemId().toStdString()));
+                if (!chosen.atEnd() && chosen.field("FName").toString() == number) return;
+            }
             style.clear();
             return;
         }

@@ -43,6 +43,8 @@ Money recordAmount(const platform::FieldMap& record, const char* field)
     return Money::parse(record.text(field)).value_or(Money());
 }
 
+// A recharge is saved only with a payment method the operator chose (one of the list's).
+constexpr const char* kNoPaymentMethod = "请选择付款方式！";
 constexpr const char* kDeductionAboveBalance = "扣减的充值金额不能大于卡余额！";
 
 std::string maxFillMessage(double maximum)
@@ -110,6 +112,8 @@ bool frmStoreCardManage::validateSingle()
         message = "实付金额不能为0！", focus = "itActualAmt";
     else if (actual.isNegative() && !m_allowFillPlusAmt)
         message = "实付金额不允许为负数！", focus = "itActualAmt";
+    else if (field("itBalanceStyle")->itemId().isEmpty())
+        message = kNoPaymentMethod, focus = "itBalanceStyle";
     else if (actual > charge && !frame::Messages().question("充值金额小于实付金额，是否确认充值？")) {
         field("itActualAmt")->setFocus();
         return false;
@@ -137,6 +141,8 @@ bool frmStoreCardManage::validateBatch()
             message = maxFillMessage(m_maxFillAmount);
         else if (actual.isNegative() && !m_allowFillPlusAmt)
             message = "实付金额不允许为负数！", column = "FActualAmt";
+        else if (platform::trim(grid.cellStd(r, "FBalanceStyleID")).empty())
+            message = kNoPaymentMethod, column = "FBalanceStyle";
         else if (actual > charge && !frame::Messages().question("充值金额小于实付金额，是否确认？"))
             return false;
         if (!message.empty()) {

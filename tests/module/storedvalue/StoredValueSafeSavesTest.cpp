@@ -58,3 +58,41 @@ TEST(StoredValueSafeSaves, ADeductionBeyondTheBalanceAsItIsNowIsRefused)
         EXPECT_EQ(t.balance("S1"), "0") << tab;
     }
 }
+
+TEST(StoredValueSafeSaves, NoRechargeWithoutAPaymentMethod)
+{
+    // "99" is no payment method's number: the tab is left without a method, and OK refuses.
+    for (const int tab : {Screen::SingleTab, Screen::BatchTab}) {
+        StoredValueScreen t;
+        t.screen.tabs()->setTabVisible(0, true);
+        t.open(tab);
+        t.query(tab, "S1");
+        if (tab == Screen::SingleTab) {
+            t.field("itChargeAmt").setText("10");
+            t.field("itBalanceStyle").setText("99");
+            Q_EMIT t.field("itBalanceStyle").edit()->editingFinished();
+        } else {
+            t.type(tab, 0, "FChargeAmt", "10");
+            t.type(tab, 0, "FBalanceStyle", "99");
+        }
+        const auto before = t.host.branch().dump();
+        t.host.messages().clear();
+        t.host.messages().answer(true);
+        t.ok();
+        EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{"请选择付款方式！"}) << tab;
+        EXPECT_EQ(t.host.branch().dump(), before) << tab << ": nothing written";
+    }
+
+    // A method chosen by its number, then shown by its name, stays chosen.
+    StoredValueScreen t;
+    t.screen.tabs()->setTabVisible(0, true);
+    t.open(Screen::SingleTab);
+    t.query(Screen::SingleTab, "S1");
+    t.field("itChargeAmt").setText("10");
+    t.field("itBalanceStyle").setText("02");
+    Q_EMIT t.field("itBalanceStyle").edit()->editingFinished();
+    Q_EMIT t.field("itBalanceStyle").edit()->editingFinished();
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.moneyRows(), std::vector<std::string>{"S1|10|7|50|2|01||10|60|2|1"});
+}
