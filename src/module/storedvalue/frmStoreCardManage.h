@@ -3,6 +3,7 @@
 #include "module/frame/ModuleForm.h"
 
 #include <array>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,7 +40,9 @@ public:
 
     // The card search of tab 0 or the batch query of tabs 1 and 2; false when it found nothing.
     bool LoadCard(int tab, bool showMessages);
-    // The checks of tab 0's search without the online requirement and without showing the card.
+    // Reads the card on the tab's panel again and applies the search's checks to it, with their
+    // messages, without the online requirement; false when it may not be recharged (or none is
+    // shown). The card checked is the card recharged, whatever the search box holds meanwhile.
     bool CheckRechargeCard(int tab);
     // False when another grid row than `ignoreRow` (-1 none) holds the card.
     bool CheckGridData(int tab, const std::string& card, int ignoreRow) const;
@@ -67,7 +70,8 @@ public:
     // What the screen keeps.
     double maxFillAmount() const { return m_maxFillAmount; }
     bool allowFillPlusAmt() const { return m_allowFillPlusAmt; }
-    platform::Money cachedBalance() const { return m_cachedBalance; }
+    // A card's balance as last shown on a panel or re-read by a save; nothing for a card not read.
+    std::optional<platform::Money> balanceOf(const std::string& card) const;
     const std::string& cardFilter() const { return m_cardFilter; }
 
     QTabWidget* tabs() const { return m_tabs; }
@@ -126,7 +130,7 @@ private:
     double m_maxFillAmount = 0;
     bool m_allowFillPlusAmt = false;
 
-    platform::Money m_cachedBalance;
+    std::map<std::string, platform::Money> m_balances; // each card's balance as last read, by card
     std::string m_cardFilter;
     std::vector<std::string> m_chosenCards; // the cards of the last lookup, for the batch query
     std::vector<std::string> m_lastChosen;  // the cards the last batch query was made for

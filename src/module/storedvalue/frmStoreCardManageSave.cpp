@@ -98,13 +98,15 @@ bool frmStoreCardManage::validateSingle()
     if (refused) return false;
     const Money charge = Money::ofDouble(typedCharge.value_or(0));
     const Money actual = Money::ofDouble(typedActual.value_or(0));
+    // The balance of the card on this panel, not of whichever card another tab showed last.
+    const Money balance = balanceOf(field("itCardID_0")->textStd()).value_or(Money());
     std::string message;
     const char* focus = "itChargeAmt";
     if (charge.isZero())
         message = "充值金额不能为0！";
     else if (charge.isNegative() && !m_allowFillPlusAmt)
         message = "充值金额不允许为负数！";
-    else if (charge.isNegative() && m_cachedBalance < charge.abs())
+    else if (charge.isNegative() && balance < charge.abs())
         message = kDeductionAboveBalance;
     else if (m_maxFillAmount > 0 && charge.toDouble() > m_maxFillAmount)
         message = maxFillMessage(m_maxFillAmount);
@@ -223,7 +225,7 @@ bool frmStoreCardManage::buildSingle(std::string& batch)
     r.card = field("itCardID_0")->textStd();
     r.amount = Money::ofDouble(platform::parseTypedNumber(field("itCharge")->textStd(), 2).value_or(0));
     r.paid = Money::ofDouble(platform::parseTypedNumber(field("itAmt")->textStd(), 2).value_or(0));
-    r.oldBalance = m_cachedBalance;
+    r.oldBalance = balanceOf(r.card).value_or(Money());
     r.memo = field("itMemo")->textStd();
     r.operDate = field("itOperateDate")->textStd() + frame::CurrentTimeText();
     r.paymentId = field("itBalanceStyle")->itemId().toStdString();
@@ -234,8 +236,12 @@ bool frmStoreCardManage::buildSingle(std::string& batch)
         field("itChargeAmt")->setFocus();
         return false;
     }
+    // The card was checked in normal use at OK; the recharge is written only while it still is.
+    m_localChecks.push_back({"select count(*) as n from T_Pos_VipRecord where FCardId='" +
+                                 platform::quoteDoubled(r.card) + "' and FCardStatus='0'",
+                             "n", platform::Value(1)});
     r.newBalance = r.amount + read;
-    if (!m_linked) m_cachedBalance = read;
+    if (!m_linked) m_balances[r.card] = read;
     r.listedBalance = r.amount + (m_linked ? r.oldBalance : read);
     batch += RechargeStatements({m_userId, m_branchId, m_branchNo}, r);
     return true;
@@ -260,7 +266,7 @@ bool frmStoreCardManage::buildBatch(std::string& batch)
         r.memo = record.text("other1");
         r.operDate = now;
         r.paymentId = record.text("FBalanceStyleId");
-        m_cachedBalance = recordAmount(record, "FResidualAmt");
+        Money listed = recordAmount(record, "FResidualAmt");
         const Money read = rereadBalance(r.card);
         // The grid's balance may be older than the card's: a deduction is measured against the
         // balance re-read now, which the batch's read check holds until it commits.
@@ -268,9 +274,8 @@ bool frmStoreCardManage::buildBatch(std::string& batch)
             refuseCell(kDeductionAboveBalance, false, BatchTab, static_cast<int>(i), "FChargeAmt");
             return false;
         }
-        Money listed = m_cachedBalance;
-        if (!m_linked) m_cachedBalance = listed = read;
-        r.oldBalance = m_cachedBalance;
+        if (!m_linked) listed = read;
+        r.oldBalance = listed;
         r.newBalance = r.amount + read;
         r.listedBalance = listed + r.amount;
         batch += RechargeStatements({m_userId, m_branchId, m_branchNo}, r);
@@ -290,10 +295,9 @@ bool frmStoreCardManage::buildPoints(std::string& batch)
         c.card = record.text("FCardId");
         c.points = record.value("FPoint").toDouble();
         c.operDate = now;
-        m_cachedBalance = recordAmount(record, "FResidualAmt");
-        Money gridBalance = m_cachedBalance;
+        Money gridBalance = recordAmount(record, "FResidualAmt");
         const Money read = rereadBalance(c.card);
-        if (!m_linked) m_cachedBalance = gridBalance = read;
+        if (!m_linked) gridBalance = read;
         // The points used must still be there when the conversion is written.
         const std::string left = "select FAccNum-FDecNum as LeavePoint from T_Pos_VipRecord where FCardId='" +
                                  platform::quoteDoubled(c.card) + "'";
@@ -305,7 +309,7 @@ bool frmStoreCardManage::buildPoints(std::string& batch)
             return false;
         }
         (m_linked ? m_hqChecks : m_localChecks).push_back({left, "LeavePoint", remaining});
-        c.oldBalance = m_cachedBalance;
+        c.oldBalance = gridBalance;
         c.gridBalance = gridBalance;
         c.newBalance = c.amount + read;
         batch += ConversionStatements({m_userId, m_branchId, m_branchNo}, static_cast<int>(j + 1), c);

@@ -96,3 +96,53 @@ TEST(StoredValueSafeSaves, NoRechargeWithoutAPaymentMethod)
     t.ok();
     EXPECT_EQ(t.moneyRows(), std::vector<std::string>{"S1|10|7|50|2|01||10|60|2|1"});
 }
+
+TEST(StoredValueSafeSaves, TheSingleCardTabRechargesTheCardOnItsPanelWithItsOwnBalance)
+{
+    StoredValueScreen t({}, kLooseFill);
+    t.screen.tabs()->setTabVisible(0, true);
+    t.open(Screen::SingleTab);
+    t.query(Screen::SingleTab, "S1");
+    // The batch tab shows S2 (5 yuan) on its panel meanwhile.
+    t.open(Screen::BatchTab);
+    t.query(Screen::BatchTab);
+    t.grid(1).setActiveCell(t.row(1, "S2"), t.grid(1).columnOf("FChargeAmt"));
+    ASSERT_EQ(t.field("itCardID_1").textStd(), "S2");
+    t.open(Screen::SingleTab);
+    t.field("itChargeAmt").setText("-30");
+    t.field("itActualAmt").setText("-30");
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{"是否确认【单卡充值】?"})
+        << "S1's 50 pays the deduction; S2's 5 is no measure of it";
+    EXPECT_EQ(t.moneyRows(), std::vector<std::string>{"S1|-30|7|50|2|01||-30|20|1|1"})
+        << "the old balance is S1's";
+
+    // A different number typed into the search box is not what is checked: the card on the panel
+    // is, as it is now. S1 reported lost after it was found is refused though S2 is typed.
+    t.screen.numberBox(Screen::SingleTab)->setText("S2");
+    t.field("itChargeAmt").setText("10");
+    t.host.branch().exec("update T_Pos_VipRecord set FCardStatus='2' where FCardId='S1'");
+    const auto before = t.host.branch().dump();
+    t.host.messages().clear();
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.host.messages().texts(), std::vector<std::string>{"该会员卡不在正常使用状态，不能充值！"});
+    EXPECT_EQ(t.host.branch().dump(), before);
+
+    // Reported lost between the operator's Yes and the save: the save writes nothing.
+    t.host.branch().exec("update T_Pos_VipRecord set FCardStatus='0' where FCardId='S1'");
+    t.log.beforeRun = [&] {
+        auto other = db::Database::open(t.host.branch().path());
+        other->execute("update T_Pos_VipRecord set FCardStatus='2' where FCardId='S1'");
+    };
+    t.host.messages().clear();
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(
+        t.host.messages().texts(),
+        (std::vector<std::string>{"是否确认【单卡充值】?",
+                                  "卡上的积分或余额已被其他操作修改，或该卡已被删除，请重新查询后再试！"}));
+    EXPECT_EQ(t.balance("S1"), "20");
+    EXPECT_EQ(t.moneyRows().size(), 1u);
+}
