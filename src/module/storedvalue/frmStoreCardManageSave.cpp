@@ -336,7 +336,16 @@ bool frmStoreCardManage::SaveStoredValue(int tab)
         if (!built || batch.empty()) return false;
         if (!frame::CardsMatchTheirSeals(m_batchCards, caption)) return false;
         if (!frame::Messages().question("是否确认【" + caption + "】?")) return false;
-        if (!hq::HQChecksHold(m_hqChecks)) throw platform::ChangedSinceReadError("changed at headquarters");
+        if (!hq::HQChecksHold(m_hqChecks)) {
+            // A value that could not be read again is no change: headquarters dropped after the
+            // question, and the operator is told so instead of being sent to reload.
+            if (!hq::ConnHQ()) {
+                frame::Messages().message(hq::kHQUnreachableMessage, "提示",
+                                          platform::MessageIcon::Information);
+                return false;
+            }
+            throw platform::ChangedSinceReadError("changed at headquarters");
+        }
         const auto operation =
             tab == PointsTab ? hq::HQOperation::PointsToStoredValue : hq::HQOperation::Recharge;
         frame::ExecuteSQL(batch + hq::QueueOnHQ(batch, operation, m_hqChecks, m_batchCards), m_localChecks);

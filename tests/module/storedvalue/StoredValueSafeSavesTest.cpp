@@ -22,6 +22,51 @@ void tillSets(StoredValueScreen& t, const char* card, const char* balance)
                   platform::encodeBalance(std::string(balance)) + "' where FCardId='" + card + "'");
 }
 
+// The scripted operator, with something happening just after the next question was answered.
+class AfterTheQuestion : public platform::MessageService
+{
+public:
+    AfterTheQuestion(test::ScriptedMessageService& operatorSays, std::function<void()> then)
+        : m_operator(operatorSays), m_then(std::move(then))
+    {
+    }
+    void message(const std::string& text, const std::string& title, platform::MessageIcon icon) override
+    {
+        m_operator.message(text, title, icon);
+    }
+    bool question(const std::string& text, const std::string& title, platform::MessageIcon icon) override
+    {
+        const bool yes = m_operator.question(text, title, icon);
+        if (auto then = std::exchange(m_then, {})) then();
+        return yes;
+    }
+    std::optional<std::string> input(const std::string& prompt, const std::string& title,
+                                     const std::string& defaultText) override
+    {
+        return m_operator.input(prompt, title, defaultText);
+    }
+    void error(const std::string& description) override { m_operator.error(description); }
+    void warning(const std::string& text) override { m_operator.warning(text); }
+    std::optional<std::string> saveFileName(const std::string& title, const std::string& proposedName,
+                                            const std::string& filter) override
+    {
+        return m_operator.saveFileName(title, proposedName, filter);
+    }
+
+private:
+    test::ScriptedMessageService& m_operator;
+    std::function<void()> m_then;
+};
+
+const test::TestHostOptions kLinked{.isBranch = true, .svCardShareType = true, .withHeadquarters = true};
+
+// Headquarters can no longer be reached by the branch, or can again.
+void headquartersGone(StoredValueScreen& t, bool gone)
+{
+    t.host.setHeadquartersSetting(gone ? "(local)/Gone/sa/x" : "(local)/HQ/sa/x");
+    module::hq::ResetHQConnectionText();
+}
+
 } // namespace
 
 TEST(StoredValueSafeSaves, ADeductionBeyondTheBalanceAsItIsNowIsRefused)
@@ -145,4 +190,23 @@ TEST(StoredValueSafeSaves, TheSingleCardTabRechargesTheCardOnItsPanelWithItsOwnB
                                   "卡上的积分或余额已被其他操作修改，或该卡已被删除，请重新查询后再试！"}));
     EXPECT_EQ(t.balance("S1"), "20");
     EXPECT_EQ(t.moneyRows().size(), 1u);
+}
+
+TEST(StoredValueSafeSaves, HeadquartersDroppingAfterTheQuestionIsSaidSo)
+{
+    StoredValueScreen t(kLinked);
+    t.query(Screen::BatchTab, "S1");
+    t.type(Screen::BatchTab, t.row(Screen::BatchTab, "S1"), "FChargeAmt", "10");
+    platform::HostServices::instance().setMessageService(
+        std::make_shared<AfterTheQuestion>(t.host.messages(), [&] { headquartersGone(t, true); }));
+    const auto hq = t.host.hq().dump();
+    t.host.messages().answer(true);
+    t.ok();
+    EXPECT_EQ(t.host.messages().texts(),
+              (std::vector<std::string>{"是否确认【会员卡充值】?", "总部数据库无法连接"}))
+        << "not that another operation changed the balance";
+    EXPECT_TRUE(t.moneyRows().empty()) << "nothing written at the branch, nothing queued";
+    EXPECT_EQ(t.host.branch().rows("select count(*) from t_HqOutbox"), std::vector<std::string>{"0"});
+    EXPECT_EQ(t.balance("S1"), "50");
+    EXPECT_EQ(t.host.hq().dump(), hq);
 }
