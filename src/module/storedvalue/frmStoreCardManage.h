@@ -48,9 +48,10 @@ public:
     bool CheckGridData(int tab, const std::string& card, int ignoreRow) const;
     // Shows a card on the information panel, or clears it.
     void ShowCard(const platform::FieldMap* card);
-    // The OK command: validation, save, reload.
+    // The OK command: validation, then the save (which reads the tab again after its commit).
     void onOk();
     bool ValidateStoredValue(int tab);
+    // True once the tab's rows are committed, whatever failed after the commit.
     bool SaveStoredValue(int tab);
     // True when the session's user holds the rights the save of the tab needs: hy0014 for a
     // recharge, hy0015 for a negative one (a batch holding both needs both), hy0016 for points
@@ -116,6 +117,10 @@ private:
     bool buildSingle(std::string& batch);
     bool buildBatch(std::string& batch);
     bool buildPoints(std::string& batch);
+    // After a commit: the tab's amounts zeroed, the log row, the queue sent and the cards read
+    // again. A step that fails is reported as "saved, but …"; no written row is left to send again.
+    void afterCommit(int tab, const std::string& caption);
+    void clearAmounts(int tab);
     void refuseCell(const std::string& text, bool warning, int tab, int row, const char* field);
 
     // Session values.

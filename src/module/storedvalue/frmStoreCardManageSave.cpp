@@ -59,17 +59,62 @@ void frmStoreCardManage::onOk()
     const int tab = m_tabs->currentIndex();
     if (!ValidateStoredValue(tab)) return;
     if (!SaveStoredValue(tab)) return;
-    m_reloading = true;
-    if (tab != SingleTab) {
-        frame::Grid& grid = *m_grids[static_cast<std::size_t>(tab)];
-        for (int r = 0; r < grid.rowCount(); ++r)
-            for (const char* field : {"FActualAmt", "FPoint", "FAmt"})
-                grid.setCell(r, field, "0");
-        m_chosenCards = m_lastChosen;
-    }
-    LoadCard(tab, true);
-    m_reloading = false;
     m_itNo[static_cast<std::size_t>(tab)]->setFocus();
+}
+
+void frmStoreCardManage::clearAmounts(int tab)
+{
+    if (tab == SingleTab) {
+        // The recharge amount first: the paid amounts follow it.
+        for (const char* name : {"itChargeAmt", "itCharge", "itActualAmt", "itAmt"})
+            field(name)->setText(QStringLiteral("0"));
+        return;
+    }
+    frame::Grid& grid = *m_grids[static_cast<std::size_t>(tab)];
+    const bool events = m_gridEvents;
+    m_gridEvents = false;
+    for (int r = 0; r < grid.rowCount(); ++r)
+        for (const char* field : {"FChargeAmt", "FActualAmt", "FPoint", "FAmt"})
+            if (grid.columnOf(field) >= 0) grid.setCell(r, field, "0");
+    m_gridEvents = events;
+}
+
+void frmStoreCardManage::afterCommit(int tab, const std::string& caption)
+{
+    // The rows are written: whatever fails from here on, OK must not be able to send them again.
+    clearAmounts(tab);
+    std::vector<std::string> failures;
+    try {
+        hq::WriteLocalLog("储值管理---", caption);
+    } catch (const std::exception& error) {
+        qCWarning(lcStoredValue, "%s was saved, but its log row was not: %s", caption.c_str(), error.what());
+        failures.push_back(std::string("写入操作日志失败（") + error.what() + "）");
+    }
+    hq::SendQueuedToHQ();
+
+    m_reloading = true;
+    if (tab != SingleTab) m_chosenCards = m_lastChosen;
+    bool reloaded = false;
+    if (m_linked && !hq::ConnHQ()) {
+        failures.push_back(std::string("重新读取会员卡失败（") + hq::kHQUnreachableMessage + "）");
+    } else {
+        try {
+            reloaded = LoadCard(tab, true);
+        } catch (const std::exception& error) {
+            qCWarning(lcStoredValue, "reading the cards again after %s failed: %s", caption.c_str(),
+                      error.what());
+            failures.push_back(std::string("重新读取会员卡失败（") + error.what() + "）");
+        }
+    }
+    m_reloading = false;
+    if (!reloaded && tab != SingleTab) {
+        // Rows whose balances could not be read again are not left for another save.
+        m_grids[static_cast<std::size_t>(tab)]->setRowCount(0);
+        ShowCard(nullptr);
+    }
+    if (!failures.empty())
+        frame::Messages().message("【" + caption + "】已保存，但" + platform::join(failures, "；") + "。",
+                                  "提示", platform::MessageIcon::Warning);
 }
 
 bool frmStoreCardManage::ValidateStoredValue(int tab)
@@ -349,9 +394,6 @@ bool frmStoreCardManage::SaveStoredValue(int tab)
         const auto operation =
             tab == PointsTab ? hq::HQOperation::PointsToStoredValue : hq::HQOperation::Recharge;
         frame::ExecuteSQL(batch + hq::QueueOnHQ(batch, operation, m_hqChecks, m_batchCards), m_localChecks);
-        hq::WriteLocalLog("储值管理---", caption);
-        hq::SendQueuedToHQ();
-        return true;
     } catch (const platform::ChangedSinceReadError&) {
         // Another operator or a till changed a balance after it was read: nothing was written; the
         // tab shows the cards as they are now.
@@ -368,6 +410,8 @@ bool frmStoreCardManage::SaveStoredValue(int tab)
         frame::Messages().error(error.what());
         return false;
     }
+    afterCommit(tab, caption);
+    return true;
 }
 
 } // namespace ormex::module::storedvalue

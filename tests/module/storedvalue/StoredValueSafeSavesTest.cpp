@@ -5,6 +5,7 @@
 
 #include "StoredValueFixture.h"
 #include "db/Database.h"
+#include "module/hq/ReplayOutbox.h"
 
 using namespace ormex;
 using test::StoredValueScreen;
@@ -209,4 +210,57 @@ TEST(StoredValueSafeSaves, HeadquartersDroppingAfterTheQuestionIsSaidSo)
     EXPECT_EQ(t.host.branch().rows("select count(*) from t_HqOutbox"), std::vector<std::string>{"0"});
     EXPECT_EQ(t.balance("S1"), "50");
     EXPECT_EQ(t.host.hq().dump(), hq);
+}
+
+TEST(StoredValueSafeSaves, AfterTheCommitASecondOkSendsNothingAgain)
+{
+    // The log row cannot be written: the recharge stands, the operator is told, and the amounts
+    // are gone from the tab.
+    for (const int tab : {Screen::SingleTab, Screen::BatchTab}) {
+        StoredValueScreen t;
+        t.host.branch().exec(
+            "create trigger no_log before insert on t_OperLog begin select raise(abort, 'log full'); end");
+        t.screen.tabs()->setTabVisible(0, true);
+        t.open(tab);
+        t.query(tab, "S1");
+        if (tab == Screen::SingleTab)
+            t.field("itChargeAmt").setText("10");
+        else
+            t.type(tab, t.row(tab, "S1"), "FChargeAmt", "10");
+        t.host.messages().answer(true);
+        t.ok();
+        const std::string saved =
+            tab == Screen::SingleTab ? "【单卡充值】已保存，但" : "【会员卡充值】已保存，但";
+        ASSERT_EQ(t.host.messages().texts().size(), 2u) << tab;
+        EXPECT_EQ(t.host.messages().texts()[1].rfind(saved + "写入操作日志失败", 0), 0u)
+            << t.host.messages().texts()[1];
+        EXPECT_EQ(t.balance("S1"), "60") << tab;
+        t.host.messages().answer(true);
+        t.ok();
+        EXPECT_EQ(t.balance("S1"), "60") << tab << ": the same recharge is not written twice";
+        EXPECT_EQ(t.moneyRows().size(), 1u) << tab;
+    }
+
+    // Headquarters drops just after the commit: the cards cannot be read again there. When it is
+    // back, OK has nothing left to send; the queued recharge reaches headquarters once.
+    StoredValueScreen t(kLinked);
+    t.query(Screen::BatchTab, "S1");
+    t.type(Screen::BatchTab, t.row(Screen::BatchTab, "S1"), "FChargeAmt", "10");
+    t.log.beforeRun = [&] { headquartersGone(t, true); };
+    t.host.messages().answer(true);
+    t.ok();
+    t.log.beforeRun = {};
+    EXPECT_EQ(
+        t.host.messages().texts(),
+        (std::vector<std::string>{"是否确认【会员卡充值】?",
+                                  "【会员卡充值】已保存，但重新读取会员卡失败（总部数据库无法连接）。"}));
+    EXPECT_EQ(t.balance("S1"), "60");
+    EXPECT_EQ(t.grid(Screen::BatchTab).rowCount(), 0) << "rows that were not read again are not kept";
+    headquartersGone(t, false);
+    t.host.messages().answer(true);
+    t.ok();
+    module::hq::SendQueuedToHQ();
+    EXPECT_EQ(t.moneyRows().size(), 1u);
+    EXPECT_EQ(t.balance("S1", &t.host.hq()), "60");
+    EXPECT_EQ(t.moneyRows(&t.host.hq()).size(), 1u);
 }
