@@ -82,13 +82,14 @@ void frmStoreCardManage::clearAmounts(int tab)
 void frmStoreCardManage::afterCommit(int tab, const std::string& caption)
 {
     // The rows are written: whatever fails from here on, OK must not be able to send them again.
+    // The operator reads what failed; the reasons go to the log.
     clearAmounts(tab);
     std::vector<std::string> failures;
     try {
         hq::WriteLocalLog("储值管理---", caption);
     } catch (const std::exception& error) {
         qCWarning(lcStoredValue, "%s was saved, but its log row was not: %s", caption.c_str(), error.what());
-        failures.push_back(std::string("写入操作日志失败（") + error.what() + "）");
+        failures.push_back("写入操作日志失败");
     }
     hq::SendQueuedToHQ();
 
@@ -103,7 +104,7 @@ void frmStoreCardManage::afterCommit(int tab, const std::string& caption)
         } catch (const std::exception& error) {
             qCWarning(lcStoredValue, "reading the cards again after %s failed: %s", caption.c_str(),
                       error.what());
-            failures.push_back(std::string("重新读取会员卡失败（") + error.what() + "）");
+            failures.push_back("重新读取会员卡失败");
         }
     }
     m_reloading = false;
