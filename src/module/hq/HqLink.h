@@ -29,6 +29,9 @@ std::shared_ptr<platform::Connection> OpenHQ();
 // True when headquarters can be opened; never throws.
 bool ConnHQ();
 
+// What the operator reads when headquarters cannot be reached in the middle of an operation.
+inline constexpr const char* kHQUnreachableMessage = "总部数据库无法连接";
+
 // True when the operation may go on: always outside a linked branch; inside one only when
 // headquarters can be reached. Otherwise the operation's refusal is shown (nothing for a value
 // outside the enumeration).

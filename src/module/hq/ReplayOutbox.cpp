@@ -24,7 +24,6 @@ using platform::quoted;
 
 constexpr const char* kCrLf = "\r\n";
 constexpr std::size_t kKeptErrorLength = 400;
-constexpr const char* kUnreachable = "总部数据库无法连接";
 
 // Which database a queued change comes from, as headquarters keys its replays: made once per
 // database, so that a branch database made again does not meet the sequence numbers of the old
@@ -195,7 +194,7 @@ Outcome applyOnHQ(const Queued& q, std::string& error)
 {
     auto connection = OpenHQ();
     if (!connection) {
-        error = kUnreachable;
+        error = kHQUnreachableMessage;
         return Outcome::NotReached;
     }
     try {

@@ -249,7 +249,7 @@ void frmStoreCardManage::loadForm()
     m_chosenCards.clear();
     m_cardFilter.clear();
     m_shownCard.clear();
-    m_cachedBalance = {};
+    m_balances.clear();
     try {
         readSession();
     } catch (const std::exception& error) {

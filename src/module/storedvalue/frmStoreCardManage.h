@@ -3,6 +3,7 @@
 #include "module/frame/ModuleForm.h"
 
 #include <array>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,15 +40,18 @@ public:
 
     // The card search of tab 0 or the batch query of tabs 1 and 2; false when it found nothing.
     bool LoadCard(int tab, bool showMessages);
-    // The checks of tab 0's search without the online requirement and without showing the card.
+    // Reads the card on the tab's panel again and applies the search's checks to it, with their
+    // messages, without the online requirement; false when it may not be recharged (or none is
+    // shown). The card checked is the card recharged, whatever the search box holds meanwhile.
     bool CheckRechargeCard(int tab);
     // False when another grid row than `ignoreRow` (-1 none) holds the card.
     bool CheckGridData(int tab, const std::string& card, int ignoreRow) const;
     // Shows a card on the information panel, or clears it.
     void ShowCard(const platform::FieldMap* card);
-    // The OK command: validation, save, reload.
+    // The OK command: validation, then the save (which reads the tab again after its commit).
     void onOk();
     bool ValidateStoredValue(int tab);
+    // True once the tab's rows are committed, whatever failed after the commit.
     bool SaveStoredValue(int tab);
     // True when the session's user holds the rights the save of the tab needs: hy0014 for a
     // recharge, hy0015 for a negative one (a batch holding both needs both), hy0016 for points
@@ -67,7 +71,8 @@ public:
     // What the screen keeps.
     double maxFillAmount() const { return m_maxFillAmount; }
     bool allowFillPlusAmt() const { return m_allowFillPlusAmt; }
-    platform::Money cachedBalance() const { return m_cachedBalance; }
+    // A card's balance as last shown on a panel or re-read by a save; nothing for a card not read.
+    std::optional<platform::Money> balanceOf(const std::string& card) const;
     const std::string& cardFilter() const { return m_cardFilter; }
 
     QTabWidget* tabs() const { return m_tabs; }
@@ -112,6 +117,10 @@ private:
     bool buildSingle(std::string& batch);
     bool buildBatch(std::string& batch);
     bool buildPoints(std::string& batch);
+    // After a commit: the tab's amounts zeroed, the log row, the queue sent and the cards read
+    // again. A step that fails is reported as "saved, but …"; no written row is left to send again.
+    void afterCommit(int tab, const std::string& caption);
+    void clearAmounts(int tab);
     void refuseCell(const std::string& text, bool warning, int tab, int row, const char* field);
 
     // Session values.
@@ -126,7 +135,7 @@ private:
     double m_maxFillAmount = 0;
     bool m_allowFillPlusAmt = false;
 
-    platform::Money m_cachedBalance;
+    std::map<std::string, platform::Money> m_balances; // each card's balance as last read, by card
     std::string m_cardFilter;
     std::vector<std::string> m_chosenCards; // the cards of the last lookup, for the batch query
     std::vector<std::string> m_lastChosen;  // the cards the last batch query was made for

@@ -90,18 +90,17 @@ bool frmStoreCardManage::LoadCard(int tab, bool showMessages)
 
 bool frmStoreCardManage::CheckRechargeCard(int tab)
 {
-    // The search's own checks, with its messages, without the online requirement or the panel.
+    // The search's own checks, with its messages, on the card the panel shows: it is read again,
+    // so a card reported lost or expired since it was found is refused here.
     widgets::InputField& box = *m_itNo[static_cast<std::size_t>(tab)];
-    const std::string entry = platform::trimRight(box.textStd());
-    m_cardFilter = "1=1 and (FCardStatus=" + std::string("0") + ") " +
-                   "  and (Mobile=" + platform::quoted(entry) + " or FCardId=" + platform::quoted(entry) +
-                   ")";
+    const std::string id = "itCardID_" + std::to_string(tab);
+    const std::string entry = platform::trimRight(field(id.c_str())->textStd());
     std::string refusal;
     bool warning = false;
     if (entry.empty()) {
         refusal = "请输入会员卡号!";
     } else {
-        const auto cards = frame::GetVipRecordList(50, m_cardFilter);
+        const auto cards = frame::GetVipRecordList(50, "FCardId=" + platform::quoted(entry));
         if (!cards || cards->empty()) {
             refusal = "不存在该会员卡！";
         } else {
@@ -262,7 +261,7 @@ void frmStoreCardManage::ShowCard(const platform::FieldMap* card)
                                        "FResidualAmt")
                        .toString()
                  : card->text("FResidualAmt");
-    m_cachedBalance = platform::tryDecodeMoney(stored).value_or(platform::Money());
+    m_balances[id] = platform::tryDecodeMoney(stored).value_or(platform::Money());
     set("itLeaveAmt", platform::decodeBalance(stored) + "元");
     m_shownCard = id;
     if (tab != SingleTab) return;
@@ -279,6 +278,13 @@ void frmStoreCardManage::ShowCard(const platform::FieldMap* card)
     field("itBalanceStyle")->setText(QStringLiteral("现金"));
     field("itBalanceStyle")->setItemId(QStringLiteral("1"));
     set("itOperateDate", platform::today().toString(), false);
+}
+
+std::optional<platform::Money> frmStoreCardManage::balanceOf(const std::string& card) const
+{
+    const auto found = m_balances.find(card);
+    if (found == m_balances.end()) return std::nullopt;
+    return found->second;
 }
 
 bool frmStoreCardManage::CheckGridData(int tab, const std::string& card, int ignoreRow) const
@@ -374,8 +380,13 @@ void frmStoreCardManage::onPaymentTyped()
         const auto method = frame::GetTableInfo(platform::table::PaymentMethods,
                                                 " FNumber='" + platform::quoteDoubled(number) + "'");
         if (method.atEnd()) {
-            if (!style.itemId().isEmpty() && QString::fromStdString(number) == style.text())
-                return; // a name shown
+            // The name of the chosen method stays; any other text leaves no method chosen.
+            if (!style.itemId().isEmpty()) {
+                const auto chosen =
+                    frame::GetTableInfo(platform::table::PaymentMethods,
+                                        " FItemID=" + platform::sqlNumber(style.itemId().toStdString()));
+                if (!chosen.atEnd() && chosen.field("FName").toString() == number) return;
+            }
             style.clear();
             return;
         }

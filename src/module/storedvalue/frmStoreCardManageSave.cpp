@@ -43,6 +43,10 @@ Money recordAmount(const platform::FieldMap& record, const char* field)
     return Money::parse(record.text(field)).value_or(Money());
 }
 
+// A recharge is saved only with a payment method the operator chose (one of the list's).
+constexpr const char* kNoPaymentMethod = "请选择付款方式！";
+constexpr const char* kDeductionAboveBalance = "扣减的充值金额不能大于卡余额！";
+
 std::string maxFillMessage(double maximum)
 {
     return "充值金额已经大于会员设置画面设定的最大充值金额" + platform::formatNumber(maximum) + "，请修正！";
@@ -55,17 +59,63 @@ void frmStoreCardManage::onOk()
     const int tab = m_tabs->currentIndex();
     if (!ValidateStoredValue(tab)) return;
     if (!SaveStoredValue(tab)) return;
-    m_reloading = true;
-    if (tab != SingleTab) {
-        frame::Grid& grid = *m_grids[static_cast<std::size_t>(tab)];
-        for (int r = 0; r < grid.rowCount(); ++r)
-            for (const char* field : {"FActualAmt", "FPoint", "FAmt"})
-                grid.setCell(r, field, "0");
-        m_chosenCards = m_lastChosen;
-    }
-    LoadCard(tab, true);
-    m_reloading = false;
     m_itNo[static_cast<std::size_t>(tab)]->setFocus();
+}
+
+void frmStoreCardManage::clearAmounts(int tab)
+{
+    if (tab == SingleTab) {
+        // The recharge amount first: the paid amounts follow it.
+        for (const char* name : {"itChargeAmt", "itCharge", "itActualAmt", "itAmt"})
+            field(name)->setText(QStringLiteral("0"));
+        return;
+    }
+    frame::Grid& grid = *m_grids[static_cast<std::size_t>(tab)];
+    const bool events = m_gridEvents;
+    m_gridEvents = false;
+    for (int r = 0; r < grid.rowCount(); ++r)
+        for (const char* field : {"FChargeAmt", "FActualAmt", "FPoint", "FAmt"})
+            if (grid.columnOf(field) >= 0) grid.setCell(r, field, "0");
+    m_gridEvents = events;
+}
+
+void frmStoreCardManage::afterCommit(int tab, const std::string& caption)
+{
+    // The rows are written: whatever fails from here on, OK must not be able to send them again.
+    // The operator reads what failed; the reasons go to the log.
+    clearAmounts(tab);
+    std::vector<std::string> failures;
+    try {
+        hq::WriteLocalLog("储值管理---", caption);
+    } catch (const std::exception& error) {
+        qCWarning(lcStoredValue, "%s was saved, but its log row was not: %s", caption.c_str(), error.what());
+        failures.push_back("写入操作日志失败");
+    }
+    hq::SendQueuedToHQ();
+
+    m_reloading = true;
+    if (tab != SingleTab) m_chosenCards = m_lastChosen;
+    bool reloaded = false;
+    if (m_linked && !hq::ConnHQ()) {
+        failures.push_back(std::string("重新读取会员卡失败（") + hq::kHQUnreachableMessage + "）");
+    } else {
+        try {
+            reloaded = LoadCard(tab, true);
+        } catch (const std::exception& error) {
+            qCWarning(lcStoredValue, "reading the cards again after %s failed: %s", caption.c_str(),
+                      error.what());
+            failures.push_back("重新读取会员卡失败");
+        }
+    }
+    m_reloading = false;
+    if (!reloaded && tab != SingleTab) {
+        // Rows whose balances could not be read again are not left for another save.
+        m_grids[static_cast<std::size_t>(tab)]->setRowCount(0);
+        ShowCard(nullptr);
+    }
+    if (!failures.empty())
+        frame::Messages().message("【" + caption + "】已保存，但" + platform::join(failures, "；") + "。",
+                                  "提示", platform::MessageIcon::Warning);
 }
 
 bool frmStoreCardManage::ValidateStoredValue(int tab)
@@ -94,20 +144,24 @@ bool frmStoreCardManage::validateSingle()
     if (refused) return false;
     const Money charge = Money::ofDouble(typedCharge.value_or(0));
     const Money actual = Money::ofDouble(typedActual.value_or(0));
+    // The balance of the card on this panel, not of whichever card another tab showed last.
+    const Money balance = balanceOf(field("itCardID_0")->textStd()).value_or(Money());
     std::string message;
     const char* focus = "itChargeAmt";
     if (charge.isZero())
         message = "充值金额不能为0！";
     else if (charge.isNegative() && !m_allowFillPlusAmt)
         message = "充值金额不允许为负数！";
-    else if (charge.isNegative() && m_cachedBalance < charge.abs())
-        message = "扣减的充值金额不能大于卡余额！";
+    else if (charge.isNegative() && balance < charge.abs())
+        message = kDeductionAboveBalance;
     else if (m_maxFillAmount > 0 && charge.toDouble() > m_maxFillAmount)
         message = maxFillMessage(m_maxFillAmount);
     else if (actual.isZero() && !m_allowFillPlusAmt)
         message = "实付金额不能为0！", focus = "itActualAmt";
     else if (actual.isNegative() && !m_allowFillPlusAmt)
         message = "实付金额不允许为负数！", focus = "itActualAmt";
+    else if (field("itBalanceStyle")->itemId().isEmpty())
+        message = kNoPaymentMethod, focus = "itBalanceStyle";
     else if (actual > charge && !frame::Messages().question("充值金额小于实付金额，是否确认充值？")) {
         field("itActualAmt")->setFocus();
         return false;
@@ -130,11 +184,13 @@ bool frmStoreCardManage::validateBatch()
         if (charge.isNegative() && !m_allowFillPlusAmt)
             message = "充值金额不允许为负数！";
         else if (charge.isNegative() && balance < charge.abs())
-            message = "扣减的充值金额不能大于卡余额！";
+            message = kDeductionAboveBalance;
         else if (m_maxFillAmount > 0 && charge.toDouble() > m_maxFillAmount)
             message = maxFillMessage(m_maxFillAmount);
         else if (actual.isNegative() && !m_allowFillPlusAmt)
             message = "实付金额不允许为负数！", column = "FActualAmt";
+        else if (platform::trim(grid.cellStd(r, "FBalanceStyleID")).empty())
+            message = kNoPaymentMethod, column = "FBalanceStyle";
         else if (actual > charge && !frame::Messages().question("充值金额小于实付金额，是否确认？"))
             return false;
         if (!message.empty()) {
@@ -215,13 +271,23 @@ bool frmStoreCardManage::buildSingle(std::string& batch)
     r.card = field("itCardID_0")->textStd();
     r.amount = Money::ofDouble(platform::parseTypedNumber(field("itCharge")->textStd(), 2).value_or(0));
     r.paid = Money::ofDouble(platform::parseTypedNumber(field("itAmt")->textStd(), 2).value_or(0));
-    r.oldBalance = m_cachedBalance;
+    r.oldBalance = balanceOf(r.card).value_or(Money());
     r.memo = field("itMemo")->textStd();
     r.operDate = field("itOperateDate")->textStd() + frame::CurrentTimeText();
     r.paymentId = field("itBalanceStyle")->itemId().toStdString();
     const Money read = rereadBalance(r.card);
+    // The same measure as the batch tab's: the balance re-read now, held by the read check.
+    if (r.amount.isNegative() && (read + r.amount).isNegative()) {
+        frame::Messages().message(kDeductionAboveBalance, "提示", platform::MessageIcon::Information);
+        field("itChargeAmt")->setFocus();
+        return false;
+    }
+    // The card was checked in normal use at OK; the recharge is written only while it still is.
+    m_localChecks.push_back({"select count(*) as n from T_Pos_VipRecord where FCardId='" +
+                                 platform::quoteDoubled(r.card) + "' and FCardStatus='0'",
+                             "n", platform::Value(1)});
     r.newBalance = r.amount + read;
-    if (!m_linked) m_cachedBalance = read;
+    if (!m_linked) m_balances[r.card] = read;
     r.listedBalance = r.amount + (m_linked ? r.oldBalance : read);
     batch += RechargeStatements({m_userId, m_branchId, m_branchNo}, r);
     return true;
@@ -246,11 +312,16 @@ bool frmStoreCardManage::buildBatch(std::string& batch)
         r.memo = record.text("other1");
         r.operDate = now;
         r.paymentId = record.text("FBalanceStyleId");
-        m_cachedBalance = recordAmount(record, "FResidualAmt");
+        Money listed = recordAmount(record, "FResidualAmt");
         const Money read = rereadBalance(r.card);
-        Money listed = m_cachedBalance;
-        if (!m_linked) m_cachedBalance = listed = read;
-        r.oldBalance = m_cachedBalance;
+        // The grid's balance may be older than the card's: a deduction is measured against the
+        // balance re-read now, which the batch's read check holds until it commits.
+        if (r.amount.isNegative() && (read + r.amount).isNegative()) {
+            refuseCell(kDeductionAboveBalance, false, BatchTab, static_cast<int>(i), "FChargeAmt");
+            return false;
+        }
+        if (!m_linked) listed = read;
+        r.oldBalance = listed;
         r.newBalance = r.amount + read;
         r.listedBalance = listed + r.amount;
         batch += RechargeStatements({m_userId, m_branchId, m_branchNo}, r);
@@ -270,10 +341,9 @@ bool frmStoreCardManage::buildPoints(std::string& batch)
         c.card = record.text("FCardId");
         c.points = record.value("FPoint").toDouble();
         c.operDate = now;
-        m_cachedBalance = recordAmount(record, "FResidualAmt");
-        Money gridBalance = m_cachedBalance;
+        Money gridBalance = recordAmount(record, "FResidualAmt");
         const Money read = rereadBalance(c.card);
-        if (!m_linked) m_cachedBalance = gridBalance = read;
+        if (!m_linked) gridBalance = read;
         // The points used must still be there when the conversion is written.
         const std::string left = "select FAccNum-FDecNum as LeavePoint from T_Pos_VipRecord where FCardId='" +
                                  platform::quoteDoubled(c.card) + "'";
@@ -285,7 +355,7 @@ bool frmStoreCardManage::buildPoints(std::string& batch)
             return false;
         }
         (m_linked ? m_hqChecks : m_localChecks).push_back({left, "LeavePoint", remaining});
-        c.oldBalance = m_cachedBalance;
+        c.oldBalance = gridBalance;
         c.gridBalance = gridBalance;
         c.newBalance = c.amount + read;
         batch += ConversionStatements({m_userId, m_branchId, m_branchNo}, static_cast<int>(j + 1), c);
@@ -312,13 +382,19 @@ bool frmStoreCardManage::SaveStoredValue(int tab)
         if (!built || batch.empty()) return false;
         if (!frame::CardsMatchTheirSeals(m_batchCards, caption)) return false;
         if (!frame::Messages().question("是否确认【" + caption + "】?")) return false;
-        if (!hq::HQChecksHold(m_hqChecks)) throw platform::ChangedSinceReadError("changed at headquarters");
+        if (!hq::HQChecksHold(m_hqChecks)) {
+            // A value that could not be read again is no change: headquarters dropped after the
+            // question, and the operator is told so instead of being sent to reload.
+            if (!hq::ConnHQ()) {
+                frame::Messages().message(hq::kHQUnreachableMessage, "提示",
+                                          platform::MessageIcon::Information);
+                return false;
+            }
+            throw platform::ChangedSinceReadError("changed at headquarters");
+        }
         const auto operation =
             tab == PointsTab ? hq::HQOperation::PointsToStoredValue : hq::HQOperation::Recharge;
         frame::ExecuteSQL(batch + hq::QueueOnHQ(batch, operation, m_hqChecks, m_batchCards), m_localChecks);
-        hq::WriteLocalLog("储值管理---", caption);
-        hq::SendQueuedToHQ();
-        return true;
     } catch (const platform::ChangedSinceReadError&) {
         // Another operator or a till changed a balance after it was read: nothing was written; the
         // tab shows the cards as they are now.
@@ -335,6 +411,8 @@ bool frmStoreCardManage::SaveStoredValue(int tab)
         frame::Messages().error(error.what());
         return false;
     }
+    afterCommit(tab, caption);
+    return true;
 }
 
 } // namespace ormex::module::storedvalue

@@ -109,7 +109,7 @@ TEST(StoredValueScreen, TheSingleCardSearchAndItsRefusals)
     EXPECT_EQ(t.field("itBalanceStyle").textStd(), "现金");
     EXPECT_EQ(t.field("itOperateDate").textStd(), "2026-11-23");
     EXPECT_EQ(t.field("itCardAmt").textStd(), "100") << "the issue amount";
-    EXPECT_EQ(t.screen.cachedBalance().toString(), "50");
+    EXPECT_EQ(t.screen.balanceOf("S1").value_or(platform::Money()).toString(), "50");
 }
 
 TEST(StoredValueScreen, ASingleRechargeOfOneHundredOnFifty)
