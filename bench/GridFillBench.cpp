@@ -64,7 +64,10 @@ public:
     {
         return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
     }
-    int columnCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : m_columns; }
+    int columnCount(const QModelIndex& parent = {}) const override
+    {
+        return parent.isValid() ? 0 : m_columns;
+    }
     QVariant data(const QModelIndex& index, int role) const override
     {
         if (role != Qt::DisplayRole && role != Qt::EditRole) return {};
@@ -158,13 +161,14 @@ void measure(benchmark::State& state, test::TestHost& host, Screen& screen, modu
         state.SetIterationTime(seconds);
     }
     if (grid.rowCount() != state.range(0)) {
-        state.SkipWithError(("the grid shows " + std::to_string(grid.rowCount()) + " rows; " +
-                             host.messages().last())
-                                .c_str());
+        state.SkipWithError(
+            ("the grid shows " + std::to_string(grid.rowCount()) + " rows; " + host.messages().last())
+                .c_str());
         return;
     }
     if (const char* folder = std::getenv("ORMEX_SHOTS"))
-        screen.grab().save(QString::fromUtf8(folder) + "/" + shot + "-" + QString::number(state.range(0)) + ".png");
+        screen.grab().save(QString::fromUtf8(folder) + "/" + shot + "-" + QString::number(state.range(0)) +
+                           ".png");
     const QStringList fields = gridFields(grid);
     const QSize size = grid.size();
     grid.setRows(0);
@@ -203,7 +207,8 @@ static void PointsGridFill(benchmark::State& state)
     module::points::frmPointManage screen;
     screen.loadForm();
     auto* search = screen.findChild<QPushButton*>(QStringLiteral("cmdSearch_0"));
-    measure(state, host, screen, *screen.grid(0), *search, " FAccFlag=1 and (FCardStatus=0 )  ", "points-grid");
+    measure(state, host, screen, *screen.grid(0), *search, " FAccFlag=1 and (FCardStatus=0 )  ",
+            "points-grid");
 }
 BENCHMARK(PointsGridFill)
     ->Arg(1000)
@@ -249,8 +254,8 @@ static void PointsGridFromReadRows(benchmark::State& state)
     const int rowCount = static_cast<int>(state.range(0));
     std::vector<std::array<std::string, 5>> cards(static_cast<std::size_t>(rowCount));
     for (int r = 0; r < rowCount; ++r)
-        cards[static_cast<std::size_t>(r)] = {"B" + std::to_string(100000 + r), "会员" + std::to_string(r), "正常",
-                                              "普通卡", std::to_string(1000 + r)};
+        cards[static_cast<std::size_t>(r)] = {"B" + std::to_string(100000 + r), "会员" + std::to_string(r),
+                                              "正常", "普通卡", std::to_string(1000 + r)};
     int columns[5];
     for (int k = 0; k < 5; ++k)
         columns[k] = grid.columnOf(fields[k]);
@@ -263,7 +268,8 @@ static void PointsGridFromReadRows(benchmark::State& state)
         grid.setRows(rowCount);
         for (int r = 0; r < rowCount; ++r)
             for (int k = 0; k < 5; ++k)
-                grid.setCellText(r, columns[k], QString::fromStdString(cards[static_cast<std::size_t>(r)][k]));
+                grid.setCellText(r, columns[k],
+                                 QString::fromStdString(cards[static_cast<std::size_t>(r)][k]));
         QApplication::processEvents();
         seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         bytes = statusBytes("VmHWM:") - before;

@@ -19,7 +19,9 @@ constexpr int kRowHeight = 19;
 
 std::string_view trimmed(std::string_view text)
 {
-    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f'; };
+    const auto blank = [](char c) {
+        return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f';
+    };
     while (!text.empty() && blank(text.front()))
         text.remove_prefix(1);
     while (!text.empty() && blank(text.back()))
@@ -203,8 +205,8 @@ void Grid::store(int row, int column, std::string_view text)
     }
     if (isNumberType(col.type) && !trimmed(text).empty()) {
         const double value = platform::numberOr0(std::string(text));
-        m_model->setText(row, column, platform::formatFixed(value, col.type == CellType::Integer ? 0 : col.decimals),
-                         now);
+        m_model->setText(row, column,
+                         platform::formatFixed(value, col.type == CellType::Integer ? 0 : col.decimals), now);
         return;
     }
     m_model->setText(row, column, text, now);
@@ -230,7 +232,8 @@ QColor Grid::cellColor(int row, int column) const
 
 void Grid::setCellColor(int row, int column, const QColor& colour)
 {
-    if (row >= 0 && row < rowCount() && column >= 0 && column < columns()) m_model->setColor(row, column, colour);
+    if (row >= 0 && row < rowCount() && column >= 0 && column < columns())
+        m_model->setColor(row, column, colour);
 }
 
 bool Grid::isChecked(int row, int column) const

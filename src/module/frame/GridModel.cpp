@@ -197,7 +197,7 @@ Qt::ItemFlags GridModel::flags(const QModelIndex& index) const
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
     if (isLocked(index.row(), index.column())) return flags;
     return flags | (isCheckBoxType(m_grid->column(index.column()).type) ? Qt::ItemIsUserCheckable
-                                                                         : Qt::ItemIsEditable);
+                                                                        : Qt::ItemIsEditable);
 }
 
 QVariant GridModel::headerData(int section, Qt::Orientation orientation, int role) const

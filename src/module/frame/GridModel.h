@@ -66,7 +66,7 @@ private:
     struct CellMark
     {
         int column;
-        QColor colour;   // invalid: the default
+        QColor colour; // invalid: the default
         int lock = -1;
     };
     struct Row

@@ -133,7 +133,8 @@ TEST(PointsScreen, DeductionIsRefusedAboveTheRemainingPointsAndNothingIsWritten)
     PointsScreen t;
     t.query();
     t.screen.option(Op::Deduction)->click();
-    EXPECT_EQ(t.grid().model()->headerData(t.grid().columnOf("FVipNum"), Qt::Horizontal).toString(), "积分冲减");
+    EXPECT_EQ(t.grid().model()->headerData(t.grid().columnOf("FVipNum"), Qt::Horizontal).toString(),
+              "积分冲减");
     t.type(t.row("P1"), "FVipNum", "30");
     t.type(t.row("P2"), "FVipNum", "30");
     // Everything but the task lock, which the commit takes before its batch is built.
