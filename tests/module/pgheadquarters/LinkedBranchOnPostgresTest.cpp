@@ -51,7 +51,8 @@ TEST(LinkedBranchOnPostgres, APointsDeductionIsCheckedAndReplayedAtHeadquarters)
     t.host.messages().answer(true);
     t.ok();
     EXPECT_EQ(t.card("P1"), "100|80") << "the branch writes the values read at headquarters";
-    EXPECT_EQ(hq.rows("select FAccNum, FDecNum from T_Pos_VipRecord where FCardId='P1'"), Rows{"100|70"});
+    EXPECT_EQ(hq.rows("select FAccNum, FDecNum from T_Pos_VipRecord where FCardId='P1'"), Rows{"100|80"})
+        << "headquarters' used points are raised too";
     EXPECT_EQ(hq.rows("select FCardId,flag,FItemNum,FVipNum,fuserid,memo,FComFlag from T_Pos_VipGiftList"),
               Rows{"P1|1|0|10|7|积分冲减|1"});
     EXPECT_EQ(hq.rows("select FFunctionID,FStatement,FDescription from t_Log"),

@@ -469,8 +469,8 @@ TEST(GiftExchange, ALinkedBranchReplaysTheExchangeAtHeadquarters)
         t.host.messages().answer(true);
         t.ok();
         EXPECT_EQ(t.card("P3"), "50|5");
-        EXPECT_EQ(t.card("P3", &t.host.hq()), "50|0")
-            << "the replay at headquarters creates its totals row there and so leaves its card alone";
+        EXPECT_EQ(t.card("P3", &t.host.hq()), "50|5")
+            << "headquarters' card loses the points too, though its totals row of this branch is new";
         EXPECT_EQ(t.movements(&t.host.hq()), std::vector<std::string>{"P3|2|1|5|7|礼品兑换|1"});
         EXPECT_EQ(t.host.hq().rows("select FDescription from t_Log"),
                   std::vector<std::string>{"分店[01]进行积分管理---礼品兑换"});

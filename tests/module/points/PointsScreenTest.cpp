@@ -411,8 +411,8 @@ TEST(PointsScreen, LinkedBranchChecksAndReplaysDeductionsAtHeadquarters)
         t.host.messages().answer(true);
         t.ok();
         EXPECT_EQ(t.card("P1"), "100|80") << "the branch writes the values read at headquarters";
-        EXPECT_EQ(t.card("P1", &t.host.hq()), "100|70")
-            << "the replay runs on headquarters too, which has no totals row of this branch";
+        EXPECT_EQ(t.card("P1", &t.host.hq()), "100|80")
+            << "the replay raises headquarters' used points too, though it had no totals row of this branch";
         EXPECT_EQ(t.host.hq().rows("select FFunctionID,FStatement,FDescription from t_Log"),
                   std::vector<std::string>{"MCM0001|5|分店[01]进行积分管理---积分冲减"});
         EXPECT_EQ(t.movements(&t.host.hq()), std::vector<std::string>{"P1|1|0|10|7|积分冲减|1"});
