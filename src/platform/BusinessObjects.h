@@ -151,6 +151,11 @@ class VIPMaintain : public BusinessObject
 {
 public:
     virtual void setBaseNumber(int listNo) = 0;
+    // Asks the calls that follow for only these columns of the list (names as the list gives
+    // them: card columns, type_name, FCardTypeName, status_name, cur_num), in this order; the
+    // condition may still name any column. Empty, the default: every column. A list that gives
+    // every column whatever is asked keeps the promise too: its rows hold at least what was asked.
+    virtual void setColumns(std::vector<std::string> columns) { (void)columns; }
     virtual RecordList getList(const std::string& condition, const std::string& second) = 0;
     virtual Recordset getListRecordset(const std::string& condition, const std::string& second) = 0;
     virtual std::string getListSql(const std::string& condition, const std::string& second) = 0;

@@ -82,6 +82,31 @@ TEST_F(BusinessObjects, MemberListConditionsNameTheJoinedColumns)
     EXPECT_EQ(ids(""), "N1:金卡:未使用:0 ");
 }
 
+TEST_F(BusinessObjects, AMemberListAskedForSomeColumnsGivesThoseAndFiltersOnAny)
+{
+    host::MemberLists lists(t.path());
+    lists.setBaseNumber(50);
+    const auto every = lists.getList("FCardId='A1'", "");
+    ASSERT_EQ(every.size(), 1u);
+    EXPECT_EQ(every[0].text("FVipEmail"), "a@x.cn") << "asked for no columns, a list gives every one";
+
+    lists.setColumns({"FCardId", "cur_num", "FCardTypeName"});
+    const platform::Recordset some = lists.getListRecordset("status_name='正常' and mobile='139'", "");
+    EXPECT_EQ(some.columns(), (std::vector<std::string>{"FCardId", "cur_num", "FCardTypeName"}));
+    ASSERT_EQ(some.recordCount(), 1u);
+    EXPECT_EQ(some.at(0, "FCardId").toString() + ":" + some.at(0, "cur_num").toString() + ":" +
+                  some.at(0, "FCardTypeName").toString(),
+              "A1:200:金卡");
+    EXPECT_EQ(lists.getList("FCardId='A2'", "").at(0).size(), 3u);
+    EXPECT_EQ(t.rows(lists.getListSql("FCardFlowno='F2'", "")), std::vector<std::string>{"A2|50|普通卡"})
+        << "the text run at headquarters asks the same columns";
+
+    for (const char* bad : {"", "FCardId,password", "FCardId from T_Pos_VipRecord --", "1x"}) {
+        lists.setColumns({"FCardId", bad});
+        EXPECT_THROW(lists.getListSql("", ""), std::invalid_argument) << bad;
+    }
+}
+
 TEST_F(BusinessObjects, CardChecks)
 {
     host::CardMaintain cards(t.path());

@@ -454,6 +454,12 @@ TEST_F(BatchesOnBothEngines, ScreensReadTheSameValues)
                                             "convert(float,dbo.f_decrypt(FResidualAmt))>=500"));
     expectSameQuery(host::memberListSql(50, " FSavingFlag='1' and FCardStatus='0'  and  "
                                             "datediff(day,getdate(),FVipEndDate)>0  and cur_num >=100"));
+    // The batch query of a linked branch asks headquarters for the grid's columns only.
+    expectSameQuery(host::memberListSql(
+        50,
+        " FSavingFlag='1' and FCardStatus='0'  and  "
+        "datediff(day,getdate(),FVipEndDate)>0  and cur_num >=100",
+        {"FCardId", "FVipName", "cur_num", "FDecNum", "FResidualAmt", "FCardType", "FCardTypeName"}));
     expectSameQuery("select FCardId, dbo.f_decrypt(FResidualAmt) as balance, datediff(day,FVipStartDate,"
                     "getdate()) as days, isnull(FVipTax,0)+FPlusAmt as tax, convert(varchar(10),FVipEndDate,"
                     "120) as ends from T_Pos_VipRecord where FSavingFlag=1");
