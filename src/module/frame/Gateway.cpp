@@ -16,10 +16,11 @@ platform::HostServices& host()
     return platform::HostServices::instance();
 }
 
-std::shared_ptr<platform::VIPMaintain> memberLists(int listNo)
+std::shared_ptr<platform::VIPMaintain> memberLists(int listNo, const std::vector<std::string>& columns = {})
 {
     auto lists = host().factory().createAs<platform::VIPMaintain>("OrmexMMCBaseData.VIPMaintain");
     lists->setBaseNumber(listNo);
+    if (!columns.empty()) lists->setColumns(columns);
     return lists;
 }
 
@@ -173,6 +174,27 @@ platform::Recordset GetVipRecordset(int listNo, const std::string& condition, co
         return memberLists(listNo)->getListRecordset(condition, second);
     } catch (const std::exception& error) {
         qCWarning(lcFrame, "member list %d where %s failed: %s", listNo, condition.c_str(), error.what());
+        return {};
+    }
+}
+
+platform::Recordset GetVipRecordset(int listNo, const std::string& condition,
+                                    const std::vector<std::string>& columns)
+{
+    try {
+        return memberLists(listNo, columns)->getListRecordset(condition, {});
+    } catch (const std::exception& error) {
+        qCWarning(lcFrame, "member list %d where %s failed: %s", listNo, condition.c_str(), error.what());
+        return {};
+    }
+}
+
+std::string GetVipListSql(int listNo, const std::string& condition, const std::vector<std::string>& columns)
+{
+    try {
+        return memberLists(listNo, columns)->getListSql(condition, {});
+    } catch (const std::exception& error) {
+        qCWarning(lcFrame, "the text of member list %d failed: %s", listNo, error.what());
         return {};
     }
 }

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/BusinessObjects.h"
 #include "platform/Connection.h"
@@ -60,6 +61,11 @@ std::optional<platform::RecordList> GetVipRecordList(int listNo, const std::stri
                                                      const std::string& second = {});
 platform::Recordset GetVipRecordset(int listNo, const std::string& condition, const std::string& second = {});
 std::string GetVipListSql(int listNo, const std::string& condition, const std::string& second = {});
+// The same with only the named columns of the list (platform::VIPMaintain::setColumns): a screen
+// that fills a grid with every card reads what it shows, not each card's whole row.
+platform::Recordset GetVipRecordset(int listNo, const std::string& condition,
+                                    const std::vector<std::string>& columns);
+std::string GetVipListSql(int listNo, const std::string& condition, const std::vector<std::string>& columns);
 
 // Registers a task with the network task lock: -1 for a task number below 1 (nothing
 // registered), 0 when another session holds a conflicting task or anything failed, kRightRefused

@@ -27,6 +27,25 @@ namespace {
 // The cards the member lookup and query of this tab offer: points cards in normal use.
 constexpr const char* kPointsCardFilter = " FAccFlag=1 and FCardStatus='0' ";
 
+// What the member grid shows of a card, in the order writeMember asks for it. The query reads
+// only these columns: a search may list every card of the branch, and the rest of a card's row
+// is read again by the save from the card itself.
+const std::vector<std::string> kMemberColumns = {"FCardId", "FVipName", "FCardStatus", "FCardTypeName",
+                                                 "cur_num"};
+
+// Writes a card into a row of the member grid; field(k) gives the card's kMemberColumns[k].
+template <typename Field>
+void writeMember(frame::Grid& grid, const frame::FieldColumnMap& columns, int row, const Field& field)
+{
+    const int status = static_cast<int>(field(2).toInt());
+    grid.setCellText(row, columns.column("FCardId"), QString::fromStdString(field(0).toString()));
+    grid.setCellText(row, columns.column("FVipName"), QString::fromStdString(field(1).toString()));
+    grid.setCellText(row, columns.column("FCardStatus"),
+                     QString::fromStdString(frame::GetStatusName(status)));
+    grid.setCellText(row, columns.column("FCardType"), QString::fromStdString(field(3).toString()));
+    grid.setCellText(row, columns.column("cur_num"), QString::fromStdString(field(4).toString()));
+}
+
 } // namespace
 
 void frmPointManage::onQuery(int tab)
@@ -68,29 +87,28 @@ void frmPointManage::queryMembers(const std::string& extra)
     m_lastCondition = condition;
 
     frame::Grid& grid = *m_grids[0];
-    const auto cards = frame::GetVipRecordList(50, condition);
+    // Straight from the query's rows into the grid: no row is copied on the way.
+    const platform::Recordset cards = frame::GetVipRecordset(50, condition, kMemberColumns);
     grid.setRowCount(0);
-    if (!cards || cards->empty()) {
+    if (cards.empty()) {
         frame::Messages().message("没有符合条件的记录存在!", "提示", platform::MessageIcon::Information);
         return;
     }
-    grid.setRows(static_cast<int>(cards->size()));
+    std::vector<std::size_t> at;
+    for (const std::string& name : kMemberColumns)
+        at.push_back(static_cast<std::size_t>(cards.columnIndex(name)));
+    grid.setRows(static_cast<int>(cards.recordCount()));
     for (int r = 0; r < grid.rowCount(); ++r)
-        showMember(r, (*cards)[static_cast<std::size_t>(r)]);
+        writeMember(grid, m_columns[0], r, [&](int k) {
+            return cards.cell(static_cast<std::size_t>(r), at[static_cast<std::size_t>(k)]);
+        });
     if (operation() == Clearing) fillClearing();
 }
 
 void frmPointManage::showMember(int row, const platform::FieldMap& card)
 {
-    frame::Grid& grid = *m_grids[0];
-    const frame::FieldColumnMap& columns = m_columns[0];
-    const int status = static_cast<int>(card.value("FCardStatus").toInt());
-    grid.setCellText(row, columns.column("FCardId"), QString::fromStdString(card.text("FCardId")));
-    grid.setCellText(row, columns.column("FVipName"), QString::fromStdString(card.text("FVipName")));
-    grid.setCellText(row, columns.column("FCardStatus"),
-                     QString::fromStdString(frame::GetStatusName(status)));
-    grid.setCellText(row, columns.column("FCardType"), QString::fromStdString(card.text("FCardTypeName")));
-    grid.setCellText(row, columns.column("cur_num"), QString::fromStdString(card.text("cur_num")));
+    writeMember(*m_grids[0], m_columns[0], row,
+                [&](int k) { return card.value(kMemberColumns[static_cast<std::size_t>(k)]); });
 }
 
 void frmPointManage::onOption(int index)

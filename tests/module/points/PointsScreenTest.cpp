@@ -41,6 +41,7 @@ TEST(PointsScreen, QueriesMembersByTheConditionsOnScreen)
     t.query("13900000003");
     ASSERT_EQ(t.grid().rowCount(), 1) << "a mobile number finds its card";
     EXPECT_EQ(t.grid().cellStd(0, "FCardId"), "P3");
+    EXPECT_EQ(t.grid().cellStd(0, "FVipName"), "王芳");
     EXPECT_EQ(t.grid().cellStd(0, "FCardStatus"), "正常");
     EXPECT_EQ(t.grid().cellStd(0, "FCardType"), "金卡");
     EXPECT_EQ(t.grid().cellStd(0, "cur_num"), "50.00");
