@@ -100,7 +100,7 @@ private:
     void onPaymentTyped();
     // The batch query of tabs 1 and 2, from the chosen cards or the conditions on screen.
     bool queryCards(int tab, bool showMessages);
-    void fillGrid(int tab, platform::Recordset& cards);
+    void fillGrid(int tab, const platform::Recordset& cards);
     void onRowChanged(int tab, int row, int column);
     void onCellEdited(int tab, int row, int column);
     // The paid amount follows the recharge amount; a payment method typed by number is looked up.

@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <QTabWidget>
 
+#include <algorithm>
 #include <utility>
 
 #include "module/frame/CardRules.h"
@@ -40,6 +41,40 @@ const char* comparisonOperator(const std::string& code)
     static const char* const operators[] = {" >= ", " < ", " = ", " > ", " <= ", " <> "};
     const int i = static_cast<int>(platform::numberOr0(code));
     return i >= 0 && i < 6 ? operators[i] : " >= ";
+}
+
+// How the batch query fills one grid column: a text of its own, the card's status name or
+// balance, or the card's value of the column's field.
+struct ColumnFill
+{
+    enum Kind { Fixed, Status, Balance, CardValue } kind;
+    std::string text; // Fixed: the text
+};
+
+ColumnFill columnFill(const std::string& field)
+{
+    using platform::iequals;
+    if (iequals(field, "FAmt") || iequals(field, "FActualAmt") || iequals(field, "FChargeAmt") ||
+        iequals(field, "FPoint"))
+        return {ColumnFill::Fixed, "0"};
+    if (iequals(field, "FBalanceStyle")) return {ColumnFill::Fixed, "现金"};
+    if (iequals(field, "FBalanceStyleID")) return {ColumnFill::Fixed, "1"};
+    if (iequals(field, "FBalanceStyleNum")) return {ColumnFill::Fixed, "01"};
+    if (iequals(field, "other1")) return {ColumnFill::Fixed, {}};
+    if (iequals(field, "FCardStatus")) return {ColumnFill::Status, {}};
+    if (iequals(field, "FResidualAmt")) return {ColumnFill::Balance, {}};
+    return {ColumnFill::CardValue, {}};
+}
+
+// The member list read where the screen's cards are kept: at headquarters in a linked branch.
+// Only the named columns, or every column when none are named.
+platform::Recordset readCards(bool linked, const std::string& filter, const std::vector<std::string>& columns)
+{
+    if (!linked) return frame::GetVipRecordset(50, filter, columns);
+    std::shared_ptr<platform::Connection> connection;
+    platform::Recordset cards = hq::HQOpenRecordset(frame::GetVipListSql(50, filter, columns), connection);
+    if (connection) connection->close();
+    return cards;
 }
 
 } // namespace
@@ -159,13 +194,18 @@ bool frmStoreCardManage::queryCards(int tab, bool showMessages)
                       comparisonOperator(m_itLeaveAmt[i]->code()) + platform::formatNumber(*amount);
     }
     m_cardFilter = filter;
-    platform::Recordset cards;
-    std::shared_ptr<platform::Connection> connection;
-    if (m_linked)
-        cards = hq::HQOpenRecordset(frame::GetVipListSql(50, filter), connection);
-    else
-        cards = frame::GetVipRecordset(50, filter);
-    if (connection) connection->close();
+    // Only the card's columns that the grid shows: the query may list every card of the branch.
+    std::vector<std::string> columns{"FCardId"};
+    const frame::Grid& shown = *m_grids[i];
+    for (int c = 0; c < shown.columns(); ++c) {
+        const std::string field = shown.column(c).field.toStdString();
+        const bool listed = std::any_of(columns.begin(), columns.end(), [&](const std::string& name) {
+            return platform::iequals(name, field);
+        });
+        if (!field.empty() && columnFill(field).kind != ColumnFill::Fixed && !listed)
+            columns.push_back(field);
+    }
+    platform::Recordset cards = readCards(m_linked, filter, columns);
     frame::Grid& grid = *m_grids[i];
     if (cards.empty()) {
         if (!m_reloading && showMessages)
@@ -175,48 +215,60 @@ bool frmStoreCardManage::queryCards(int tab, bool showMessages)
         grid.setRowCount(0);
         return false;
     }
+    // The panel shows more of the first card than the grid does: that card is read whole.
     cards.moveFirst();
-    const platform::FieldMap first = cards.currentRecord();
+    const platform::Recordset whole =
+        readCards(m_linked, "FCardId=" + platform::quoted(cards.field("FCardId").toString()), {});
+    const platform::FieldMap first = whole.empty() ? cards.currentRecord() : whole.currentRecord();
     ShowCard(&first);
     if (!chosen.empty() && cards.recordCount() == 1) m_itNo[i]->setText(q(first.text("FCardId")));
     fillGrid(tab, cards);
     return true;
 }
 
-void frmStoreCardManage::fillGrid(int tab, platform::Recordset& cards)
+void frmStoreCardManage::fillGrid(int tab, const platform::Recordset& cards)
 {
     frame::Grid& grid = *m_grids[static_cast<std::size_t>(tab)];
     const bool events = m_gridEvents;
     m_gridEvents = false;
     grid.setRowCount(0);
     grid.setRows(static_cast<int>(cards.recordCount()));
-    int r = 0;
-    for (cards.moveFirst(); !cards.atEnd(); cards.moveNext(), ++r) {
-        for (int c = 0; c < grid.columns(); ++c) {
-            const frame::GridColumn& column = grid.column(c);
-            const std::string field = column.field.toStdString();
-            if (field.empty()) continue;
-            std::string text;
-            if (platform::iequals(field, "FAmt") || platform::iequals(field, "FActualAmt") ||
-                platform::iequals(field, "FChargeAmt") || platform::iequals(field, "FPoint"))
-                text = "0";
-            else if (platform::iequals(field, "FCardStatus"))
-                text = frame::GetStatusName(static_cast<int>(cards.field("FCardStatus").toInt()));
-            else if (platform::iequals(field, "FBalanceStyle"))
-                text = "现金";
-            else if (platform::iequals(field, "FBalanceStyleID"))
-                text = "1";
-            else if (platform::iequals(field, "FBalanceStyleNum"))
-                text = "01";
-            else if (platform::iequals(field, "other1"))
-                text.clear();
-            else if (platform::iequals(field, "FResidualAmt"))
-                text = platform::decodeBalance(cards.field("FResidualAmt").toString());
-            else if (frame::isNumberType(column.type))
-                text = platform::formatFixed(cards.field(field).toDouble(), 2);
-            else
-                text = cards.field(field).toString();
-            grid.setCellText(r, c, q(text));
+    // Each column's way of filling and the card column it reads, found once for all rows; columns
+    // without a field (the row numbers) are left to the grid.
+    struct Filled
+    {
+        int column;
+        ColumnFill fill;
+        std::size_t card;
+    };
+    std::vector<Filled> filled;
+    for (int c = 0; c < grid.columns(); ++c) {
+        const std::string field = grid.column(c).field.toStdString();
+        if (!field.empty())
+            filled.push_back({c, columnFill(field), static_cast<std::size_t>(cards.columnIndex(field))});
+    }
+    for (std::size_t r = 0; r < cards.recordCount(); ++r) {
+        const int row = static_cast<int>(r);
+        for (const Filled& f : filled) {
+            const int c = f.column;
+            const platform::Value value = cards.cell(r, f.card);
+            switch (f.fill.kind) {
+            case ColumnFill::Fixed:
+                grid.setCellText(row, c, q(f.fill.text));
+                break;
+            case ColumnFill::Status:
+                grid.setCellText(row, c, q(frame::GetStatusName(static_cast<int>(value.toInt()))));
+                break;
+            case ColumnFill::Balance:
+                grid.setCellText(row, c, q(platform::decodeBalance(value.toString())));
+                break;
+            case ColumnFill::CardValue:
+                grid.setCellText(row, c,
+                                 q(frame::isNumberType(grid.column(c).type)
+                                       ? platform::formatFixed(value.toDouble(), 2)
+                                       : value.toString()));
+                break;
+            }
         }
     }
     m_gridEvents = events;

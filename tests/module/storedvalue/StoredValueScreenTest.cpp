@@ -81,6 +81,37 @@ TEST(StoredValueScreen, TheBatchQueryAndItsConditions)
     EXPECT_EQ(t.field("itLeaveAmt_2").textStd(), "5元");
 }
 
+// The batch query reads only the card columns its grid shows; the panel shows the first card
+// read whole, and the saves read the hidden columns back from the grid.
+TEST(StoredValueScreen, TheBatchGridsAndThePanelHoldWhatTheyShowOfTheCards)
+{
+    StoredValueScreen t;
+    t.host.branch().exec("update T_Pos_VipRecord set FVipTax=30 where FCardId='S1';"
+                         "update T_Pos_VipRecord set FDecNum=40 where FCardId='S2'");
+    t.query(Screen::BatchTab);
+    ASSERT_EQ(t.grid(1).rowCount(), 2);
+    const int s1 = t.row(1, "S1");
+    EXPECT_EQ(t.grid(1).cellStd(s1, "FVipName"), "张伟");
+    EXPECT_EQ(t.grid(1).cellStd(s1, "FVipTax"), "30.00");
+    EXPECT_EQ(t.grid(1).cellStd(s1, "FResidualAmt"), "50.00");
+    EXPECT_EQ(t.field("itCardID_1").textStd(), "S1");
+    EXPECT_EQ(t.field("itFlowId_1").textStd(), "F1");
+    EXPECT_EQ(t.field("itSocialId_1").textStd(), "4403001");
+    EXPECT_EQ(t.field("itLeaveAmt_1").textStd(), "50元");
+
+    t.open(Screen::PointsTab);
+    t.query(Screen::PointsTab, "S2");
+    ASSERT_EQ(t.grid(2).rowCount(), 1);
+    EXPECT_EQ(t.grid(2).cellStd(0, "cur_num"), "260.00");
+    EXPECT_EQ(t.grid(2).cellStd(0, "FDecNum"), "40.00");
+    EXPECT_EQ(t.grid(2).cellStd(0, "FCardType"), "02");
+    EXPECT_EQ(t.grid(2).cellStd(0, "FCardStatus"), "正常");
+    EXPECT_EQ(t.grid(2).cellStd(0, "FResidualAmt"), "5.00");
+    EXPECT_EQ(t.field("itMemType").textStd(), "银卡");
+    EXPECT_EQ(t.field("itPoint").textStd(), "260");
+    EXPECT_EQ(t.field("itFlowId_2").textStd(), "F2");
+}
+
 TEST(StoredValueScreen, TheSingleCardSearchAndItsRefusals)
 {
     StoredValueScreen t;
