@@ -1,8 +1,10 @@
 #include "Gateway.h"
 
+#include <mutex>
 #include <stdexcept>
 
 #include "LogCategories.h"
+#include "OffThreadRun.h"
 #include "Session.h"
 #include "platform/HostServices.h"
 #include "platform/Text.h"
@@ -10,6 +12,12 @@
 namespace ormex::module::frame {
 
 namespace {
+
+// The local database connection serves one thread at a time: a commit running on a worker
+// (RunOffThread) holds it, and a query of the window's thread waits for the commit meanwhile.
+std::mutex g_connection;
+
+using ConnectionUse = std::lock_guard<std::mutex>;
 
 platform::HostServices& host()
 {
@@ -92,25 +100,48 @@ std::shared_ptr<platform::Connection> NewConnection()
 
 platform::Recordset ExecQuery(const std::string& sql)
 {
+    const ConnectionUse use(g_connection);
     return CardObject()->execQuery(sql);
 }
 
 platform::Recordset GetTableInfo(int tableNo, const std::string& condition)
 {
+    const ConnectionUse use(g_connection);
     return CardObject()->getTableInfo(tableNo, condition, false);
 }
 
 void ExecuteSQL(const std::string& batch)
 {
+    const ConnectionUse use(g_connection);
     CardObject()->executeSql(GetPropsString(), batch);
 }
 
 void ExecuteSQL(const std::string& batch, const std::vector<platform::ReadCheck>& checks)
 {
-    if (checks.empty())
+    if (checks.empty()) {
         ExecuteSQL(batch);
-    else
-        CardObject()->executeSqlChecked(GetPropsString(), batch, checks);
+        return;
+    }
+    const ConnectionUse use(g_connection);
+    CardObject()->executeSqlChecked(GetPropsString(), batch, checks);
+}
+
+void ExecuteSQLOffThread(const std::string& batch, const std::vector<platform::ReadCheck>& checks,
+                         platform::BatchProgress& progress, const std::function<void()>& tick)
+{
+    // The object and the session descriptor are taken here: the worker asks the host for nothing.
+    const auto card = CardObject();
+    const std::string props = GetPropsString();
+    RunOffThread(
+        [&] {
+            const ConnectionUse use(g_connection);
+            const platform::BatchProgressScope reporting(&progress);
+            if (checks.empty())
+                card->executeSql(props, batch);
+            else
+                card->executeSqlChecked(props, batch, checks);
+        },
+        tick);
 }
 
 platform::ReadCheck LiveCardCheck(const std::string& card)
@@ -136,7 +167,11 @@ std::string SealRefusal(const std::vector<std::string>& cards, const std::string
 
 bool CardsMatchTheirSeals(const std::vector<std::string>& cards, const std::string& operation)
 {
-    const std::vector<std::string> changed = CardObject()->cardsChangedOutside(cards);
+    std::vector<std::string> changed;
+    {
+        const ConnectionUse use(g_connection);
+        changed = CardObject()->cardsChangedOutside(cards);
+    }
     if (changed.empty()) return true;
     Messages().message(SealRefusal(changed, operation), "提示", platform::MessageIcon::Information);
     return false;
@@ -160,6 +195,7 @@ std::optional<platform::RecordList> GetVipRecordList(int listNo, const std::stri
                                                      const std::string& second)
 {
     try {
+        const ConnectionUse use(g_connection);
         return memberLists(listNo)->getList(condition, second);
     } catch (const std::exception& error) {
         qCWarning(lcFrame, "member list %d where %s failed: %s", listNo, condition.c_str(), error.what());
@@ -170,6 +206,7 @@ std::optional<platform::RecordList> GetVipRecordList(int listNo, const std::stri
 platform::Recordset GetVipRecordset(int listNo, const std::string& condition, const std::string& second)
 {
     try {
+        const ConnectionUse use(g_connection);
         return memberLists(listNo)->getListRecordset(condition, second);
     } catch (const std::exception& error) {
         qCWarning(lcFrame, "member list %d where %s failed: %s", listNo, condition.c_str(), error.what());

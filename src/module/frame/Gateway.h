@@ -1,9 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "platform/BatchProgress.h"
 #include "platform/BusinessObjects.h"
 #include "platform/Connection.h"
 #include "platform/Lookups.h"
@@ -37,6 +39,11 @@ void ExecuteSQL(const std::string& batch);
 // Runs the batch only while every value it was computed from still stands (checked in its
 // transaction). Throws platform::ChangedSinceReadError when one changed; nothing is written then.
 void ExecuteSQL(const std::string& batch, const std::vector<platform::ReadCheck>& checks);
+// ExecuteSQL with its checks, run on a worker thread while this thread's event loop keeps turning
+// (RunOffThread): the window repaints and `tick` runs meanwhile, reading how far the batch has got
+// from `progress`. Still one transaction; throws what ExecuteSQL throws.
+void ExecuteSQLOffThread(const std::string& batch, const std::vector<platform::ReadCheck>& checks,
+                         platform::BatchProgress& progress, const std::function<void()>& tick);
 // The check that a card a batch writes is still there and not deleted when the batch runs: a card
 // listed before it was deleted is not written, and the save ends as for a card changed since it
 // was read.
