@@ -228,7 +228,11 @@ void frmPointManage::onDelete(int tab)
 
 void frmPointManage::advanceProgress()
 {
+    // Often enough for the window to keep up, seldom enough to cost the build nothing.
+    constexpr qint64 kSliceMs = 15;
+    if (m_slice.isValid() && m_slice.elapsed() < kSliceMs) return;
     QApplication::processEvents();
+    m_slice.start();
 }
 
 bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& batch, std::string& logText)
@@ -238,6 +242,7 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
     const PointsSession session{m_branchId, m_branchNo, m_userId};
     m_progress->setMaximum(static_cast<int>(rows.rowCount()) + 2);
     m_progress->setValue(0);
+    m_slice.invalidate();
     for (std::size_t i = 0; i < rows.rowCount(); ++i) {
         advanceProgress();
         const platform::FieldMap& record = rows.rows()[i];
