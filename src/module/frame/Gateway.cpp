@@ -1,6 +1,7 @@
 #include "Gateway.h"
 
 #include <mutex>
+#include <set>
 #include <stdexcept>
 
 #include "LogCategories.h"
@@ -149,6 +150,30 @@ platform::ReadCheck LiveCardCheck(const std::string& card)
     return {"select count(*) as n from T_Pos_VipRecord where FCardId='" + platform::quoteDoubled(card) +
                 "' and FDeleted=0",
             "n", platform::Value(1)};
+}
+
+std::vector<platform::ReadCheck> LiveCardsChecks(const std::vector<std::string>& cards)
+{
+    constexpr std::size_t kCardsPerCheck = 500;
+    // Card numbers compare without regard to case: a card listed twice counts once.
+    std::set<std::string> distinct;
+    for (const std::string& card : cards)
+        distinct.insert(platform::toUpperAscii(card));
+    std::vector<platform::ReadCheck> checks;
+    std::string list;
+    long listed = 0;
+    for (auto it = distinct.begin(); it != distinct.end();) {
+        list += (listed == 0 ? "'" : ",'") + platform::quoteDoubled(*it) + "'";
+        ++listed;
+        if (++it == distinct.end() || listed == static_cast<long>(kCardsPerCheck)) {
+            checks.push_back({"select count(*) as n from T_Pos_VipRecord where FCardId in (" + list +
+                                  ") and FDeleted=0",
+                              "n", platform::Value(listed)});
+            list.clear();
+            listed = 0;
+        }
+    }
+    return checks;
 }
 
 platform::Value GetFieldValue(const std::string& sql, const std::string& field)

@@ -48,6 +48,9 @@ void ExecuteSQLOffThread(const std::string& batch, const std::vector<platform::R
 // listed before it was deleted is not written, and the save ends as for a card changed since it
 // was read.
 platform::ReadCheck LiveCardCheck(const std::string& card);
+// The same check for many cards, a few hundred to a check (a check is a query in the batch's
+// transaction): each holds while every card it names is still there and not deleted.
+std::vector<platform::ReadCheck> LiveCardsChecks(const std::vector<std::string>& cards);
 // The named field of the first row; "" when the query returns no row. Errors reach the caller.
 platform::Value GetFieldValue(const std::string& sql, const std::string& field);
 

@@ -281,6 +281,7 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
     m_progress->setMaximum(static_cast<int>(rows.rowCount()) + 2);
     m_progress->setValue(0);
     m_slice.invalidate();
+    std::vector<std::string> live;
     // A reward needs no read of the cards.
     const std::unordered_map<std::string, Held> held = op == Reward ? std::unordered_map<std::string, Held>{}
                                                                     : readHeld(rows);
@@ -296,7 +297,7 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
         const double remaining = values ? values->left : 0;
         // The card is written only while it is still live; a deduction is written at headquarters
         // too, which must hold it live as well.
-        m_localChecks.push_back(frame::LiveCardCheck(card));
+        live.push_back(card);
         if (m_linked && op == Deduction) m_hqChecks.push_back(frame::LiveCardCheck(card));
         const int row = static_cast<int>(i);
         switch (op) {
@@ -342,6 +343,8 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
         }
         m_progress->setValue(m_progress->value() + 1);
     }
+    for (platform::ReadCheck& check : frame::LiveCardsChecks(live))
+        m_localChecks.push_back(std::move(check));
     return true;
 }
 
