@@ -10,6 +10,7 @@
 #include <set>
 
 #include "PointsScreenFixture.h"
+#include "module/frame/Gateway.h"
 
 using namespace ormex;
 using Op = module::points::frmPointManage::Operation;
@@ -21,10 +22,11 @@ constexpr int kCards = 20000;
 // kCards more members, R100000 on, each with 100 points left; the member list shows them all.
 void seedManyCards(test::PointsScreen& t)
 {
-    t.host.branch().exec(
-        "with recursive n(i) as (select 0 union all select i+1 from n where i<" + std::to_string(kCards - 1) +
-        ") insert into T_Pos_VipRecord (FCardId,FVipName,mobile,FCardType,FCardStatus,FAccNum,FDecNum,FAccFlag)"
-        " select 'R'||(100000+i),'会员'||i,'137'||(10000000+i),'01','0',100,0,1 from n");
+    t.host.branch().exec("with recursive n(i) as (select 0 union all select i+1 from n where i<" +
+                         std::to_string(kCards - 1) +
+                         ") insert into T_Pos_VipRecord "
+                         "(FCardId,FVipName,mobile,FCardType,FCardStatus,FAccNum,FDecNum,FAccFlag)"
+                         " select 'R'||(100000+i),'会员'||i,'137'||(10000000+i),'01','0',100,0,1 from n");
     t.query();
 }
 
@@ -120,4 +122,27 @@ TEST(PointsCommitOffThread, ABatchFailingPartWayWritesNothing)
     EXPECT_EQ(t.host.branch().rows("select count(*) from T_Pos_VipConsume").at(0), "0");
     EXPECT_TRUE(t.screen.isChanged(0)) << "the points stay on the grid for another try";
     EXPECT_TRUE(t.screen.findChild<QPushButton*>("cmdOk")->isEnabled());
+}
+
+TEST(PointsCommitOffThread, ACardDeletedAfterTheListWasReadStopsTheWholeReward)
+{
+    test::PointsScreen t;
+    seedManyCards(t);
+    const std::string before = pointsOfTheManyCards(t);
+    rewardEveryRow(t);
+    // The last card in the order the checks group them in, and one of the first.
+    for (const char* card : {"R119999", "R100001"}) {
+        t.host.branch().exec("update T_Pos_VipRecord set FDeleted=1 where FCardId='" + std::string(card) +
+                             "'");
+        t.host.messages().clear();
+        t.host.messages().answer(true);
+        t.ok();
+        EXPECT_EQ(t.host.messages().texts().back(), module::frame::kChangedSinceReadMessage) << card;
+        EXPECT_EQ(t.host.branch().rows("select count(*) from T_Pos_VipGiftList").at(0), "0") << card;
+        EXPECT_EQ(pointsOfTheManyCards(t), before) << card;
+        t.host.branch().exec("update T_Pos_VipRecord set FDeleted=0 where FCardId='" + std::string(card) +
+                             "'");
+        t.query();
+        rewardEveryRow(t);
+    }
 }
