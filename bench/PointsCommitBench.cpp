@@ -8,9 +8,9 @@
 #include <vector>
 
 #include <QApplication>
-#include <QtConcurrent/QtConcurrentRun>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include "db/SharedDatabases.h"
 #include "module/frame/Grid.h"
@@ -123,9 +123,9 @@ void printTable()
                 "ratio_w_refresh");
     for (const Row& r : table()) {
         const double own = r.screenUs - r.refreshUs;
-        std::printf("%-10s %7ld %10.1f %10.1f %15.1f %12.1f %10.1f %7.2f %13.2f %15.2f\n", r.operation, r.cards,
-                    r.screenUs, r.refreshUs, own, r.floorUs, r.workerUs, own / r.floorUs, own / r.workerUs,
-                    r.screenUs / r.floorUs);
+        std::printf("%-10s %7ld %10.1f %10.1f %15.1f %12.1f %10.1f %7.2f %13.2f %15.2f\n", r.operation,
+                    r.cards, r.screenUs, r.refreshUs, own, r.floorUs, r.workerUs, own / r.floorUs,
+                    own / r.workerUs, r.screenUs / r.floorUs);
     }
 }
 

@@ -166,9 +166,9 @@ std::vector<platform::ReadCheck> LiveCardsChecks(const std::vector<std::string>&
         list += (listed == 0 ? "'" : ",'") + platform::quoteDoubled(*it) + "'";
         ++listed;
         if (++it == distinct.end() || listed == static_cast<long>(kCardsPerCheck)) {
-            checks.push_back({"select count(*) as n from T_Pos_VipRecord where FCardId in (" + list +
-                                  ") and FDeleted=0",
-                              "n", platform::Value(listed)});
+            checks.push_back(
+                {"select count(*) as n from T_Pos_VipRecord where FCardId in (" + list + ") and FDeleted=0",
+                 "n", platform::Value(listed)});
             list.clear();
             listed = 0;
         }

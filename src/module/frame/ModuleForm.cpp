@@ -49,7 +49,8 @@ ModuleForm::CommitScope::~CommitScope()
     if (--m_screen.m_commits > 0 || !m_screen.m_closeAfterCommit) return;
     m_screen.m_closeAfterCommit = false;
     // Queued: the flow that ran the commit returns first; a screen gone by then is not closed.
-    QMetaObject::invokeMethod(&m_screen, [screen = &m_screen] { screen->close(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &m_screen, [screen = &m_screen] { screen->close(); }, Qt::QueuedConnection);
 }
 
 } // namespace ormex::module::frame

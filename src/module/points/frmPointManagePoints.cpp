@@ -47,9 +47,9 @@ std::unordered_map<std::string, Held> readHeld(const frame::SavePackage& rows)
     std::size_t listed = 0;
     const auto read = [&] {
         if (listed == 0) return;
-        auto rs = frame::ExecQuery(
-            "select FCardId, FAccNum, FDecNum, FAccNum-FDecNum as LeavePoint from T_Pos_VipRecord where FCardId in (" +
-            list + ")");
+        auto rs = frame::ExecQuery("select FCardId, FAccNum, FDecNum, FAccNum-FDecNum as LeavePoint from "
+                                   "T_Pos_VipRecord where FCardId in (" +
+                                   list + ")");
         for (; !rs.atEnd(); rs.moveNext())
             held.emplace(platform::toUpperAscii(rs.field("FCardId").toString()),
                          Held{rs.field("FAccNum"), rs.field("FDecNum"), rs.field("LeavePoint").toDouble()});
@@ -283,8 +283,8 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
     m_slice.invalidate();
     std::vector<std::string> live;
     // A reward needs no read of the cards.
-    const std::unordered_map<std::string, Held> held = op == Reward ? std::unordered_map<std::string, Held>{}
-                                                                    : readHeld(rows);
+    const std::unordered_map<std::string, Held> held =
+        op == Reward ? std::unordered_map<std::string, Held>{} : readHeld(rows);
     for (std::size_t i = 0; i < rows.rowCount(); ++i) {
         advanceProgress();
         const platform::FieldMap& record = rows.rows()[i];
@@ -324,11 +324,11 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
                 "select FDecNum from T_Pos_VipRecord where FCardId=" + platform::quoted(card);
             const platform::Value none("");
             const platform::Value accumulated = m_linked ? hq::HQGetFieldValue(accSql, "FAccNum")
-                                                : values  ? values->accumulated
-                                                          : none;
+                                                : values ? values->accumulated
+                                                         : none;
             const platform::Value used = m_linked ? hq::HQGetFieldValue(decSql, "FDecNum")
-                                         : values  ? values->used
-                                                   : none;
+                                         : values ? values->used
+                                                  : none;
             // The card row is written with values computed from these: they must still stand then.
             auto& checks = m_linked ? m_hqChecks : m_localChecks;
             checks.push_back({accSql, "FAccNum", accumulated});
