@@ -1,8 +1,11 @@
 #include "BatchRunner.h"
 
+#include <algorithm>
+
 #include "ArgumentBinding.h"
 #include "DbError.h"
 #include "StepInterpreter.h"
+#include "platform/BatchProgress.h"
 
 namespace ormex::db {
 
@@ -26,8 +29,22 @@ void BatchRunner::run(const BatchProgram& program)
 {
     compile(program);
     m_variables.assign(program.slotCount, platform::Value());
+    // A batch of a screen runs on a worker while the window shows how far it has got.
+    // Counted in statements run; those of a branch not taken are never reached.
+    platform::BatchProgress* const progress = platform::currentBatchProgress();
+    std::size_t ran = 0;
+    if (progress) {
+        const auto statements = std::count_if(program.steps.begin(), program.steps.end(),
+                                              [](const Step& step) { return step.kind == Step::Kind::Run; });
+        progress->done.store(0, std::memory_order_relaxed);
+        progress->total.store(static_cast<std::size_t>(statements), std::memory_order_relaxed);
+    }
     interpretSteps(
-        program, m_variables, [&](const Step& step) { run(program, step, false); },
+        program, m_variables,
+        [&](const Step& step) {
+            run(program, step, false);
+            if (progress) progress->done.store(++ran, std::memory_order_relaxed);
+        },
         [&](const Step& step) { return ask(program, step); });
 }
 

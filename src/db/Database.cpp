@@ -91,6 +91,15 @@ void Database::execute(std::string_view batch)
     transaction.commit();
 }
 
+void Database::executeChecked(std::string_view batch, const std::vector<platform::ReadCheck>& checks)
+{
+    const BatchProgram program = parseBatch(batch, SqliteDialect::instance(), m_sealsCards);
+    Transaction transaction(*this);
+    checkReads(checks);
+    BatchRunner(m_statements).run(program);
+    transaction.commit();
+}
+
 void Database::executeNative(std::string_view script)
 {
     char* err = nullptr;

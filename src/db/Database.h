@@ -52,6 +52,11 @@ public:
     // BusyError or StatementError (everything rolled back).
     void execute(std::string_view batch) override;
 
+    // Checks the reads and runs the batch in one transaction of its own: the batch does not open
+    // the savepoint a nested execute() would, which copies every page it changes to a sub-journal
+    // (half again the cost of a large batch). Throws what TsqlDatabase::executeChecked throws.
+    void executeChecked(std::string_view batch, const std::vector<platform::ReadCheck>& checks) override;
+
     // Runs native SQLite script text (schema creation, bulk loading); no dialect translation.
     // Throws BusyError or DbError.
     void executeNative(std::string_view script);

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <QCoreApplication>
+#include <QThread>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -44,7 +47,14 @@ private:
     void record(const std::string& sql)
     {
         m_log.batches.push_back(sql);
-        if (m_log.beforeRun) m_log.beforeRun();
+        if (!m_log.beforeRun) return;
+        // A screen may run its batch on a worker: the test's look at the screen happens on the
+        // window's thread all the same, while the worker waits for it.
+        QCoreApplication* app = QCoreApplication::instance();
+        if (app && QThread::currentThread() != app->thread())
+            QMetaObject::invokeMethod(app, m_log.beforeRun, Qt::BlockingQueuedConnection);
+        else
+            m_log.beforeRun();
     }
     Log& m_log;
 };

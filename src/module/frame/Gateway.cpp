@@ -1,8 +1,11 @@
 #include "Gateway.h"
 
+#include <mutex>
+#include <set>
 #include <stdexcept>
 
 #include "LogCategories.h"
+#include "OffThreadRun.h"
 #include "Session.h"
 #include "platform/HostServices.h"
 #include "platform/Text.h"
@@ -10,6 +13,12 @@
 namespace ormex::module::frame {
 
 namespace {
+
+// The local database connection serves one thread at a time: a commit running on a worker
+// (RunOffThread) holds it, and a query of the window's thread waits for the commit meanwhile.
+std::mutex g_connection;
+
+using ConnectionUse = std::lock_guard<std::mutex>;
 
 platform::HostServices& host()
 {
@@ -93,25 +102,48 @@ std::shared_ptr<platform::Connection> NewConnection()
 
 platform::Recordset ExecQuery(const std::string& sql)
 {
+    const ConnectionUse use(g_connection);
     return CardObject()->execQuery(sql);
 }
 
 platform::Recordset GetTableInfo(int tableNo, const std::string& condition)
 {
+    const ConnectionUse use(g_connection);
     return CardObject()->getTableInfo(tableNo, condition, false);
 }
 
 void ExecuteSQL(const std::string& batch)
 {
+    const ConnectionUse use(g_connection);
     CardObject()->executeSql(GetPropsString(), batch);
 }
 
 void ExecuteSQL(const std::string& batch, const std::vector<platform::ReadCheck>& checks)
 {
-    if (checks.empty())
+    if (checks.empty()) {
         ExecuteSQL(batch);
-    else
-        CardObject()->executeSqlChecked(GetPropsString(), batch, checks);
+        return;
+    }
+    const ConnectionUse use(g_connection);
+    CardObject()->executeSqlChecked(GetPropsString(), batch, checks);
+}
+
+void ExecuteSQLOffThread(const std::string& batch, const std::vector<platform::ReadCheck>& checks,
+                         platform::BatchProgress& progress, const std::function<void()>& tick)
+{
+    // The object and the session descriptor are taken here: the worker asks the host for nothing.
+    const auto card = CardObject();
+    const std::string props = GetPropsString();
+    RunOffThread(
+        [&] {
+            const ConnectionUse use(g_connection);
+            const platform::BatchProgressScope reporting(&progress);
+            if (checks.empty())
+                card->executeSql(props, batch);
+            else
+                card->executeSqlChecked(props, batch, checks);
+        },
+        tick);
 }
 
 platform::ReadCheck LiveCardCheck(const std::string& card)
@@ -119,6 +151,30 @@ platform::ReadCheck LiveCardCheck(const std::string& card)
     return {"select count(*) as n from T_Pos_VipRecord where FCardId='" + platform::quoteDoubled(card) +
                 "' and FDeleted=0",
             "n", platform::Value(1)};
+}
+
+std::vector<platform::ReadCheck> LiveCardsChecks(const std::vector<std::string>& cards)
+{
+    constexpr std::size_t kCardsPerCheck = 500;
+    // Card numbers compare without regard to case: a card listed twice counts once.
+    std::set<std::string> distinct;
+    for (const std::string& card : cards)
+        distinct.insert(platform::toUpperAscii(card));
+    std::vector<platform::ReadCheck> checks;
+    std::string list;
+    long listed = 0;
+    for (auto it = distinct.begin(); it != distinct.end();) {
+        list += (listed == 0 ? "'" : ",'") + platform::quoteDoubled(*it) + "'";
+        ++listed;
+        if (++it == distinct.end() || listed == static_cast<long>(kCardsPerCheck)) {
+            checks.push_back(
+                {"select count(*) as n from T_Pos_VipRecord where FCardId in (" + list + ") and FDeleted=0",
+                 "n", platform::Value(listed)});
+            list.clear();
+            listed = 0;
+        }
+    }
+    return checks;
 }
 
 platform::Value GetFieldValue(const std::string& sql, const std::string& field)
@@ -137,7 +193,11 @@ std::string SealRefusal(const std::vector<std::string>& cards, const std::string
 
 bool CardsMatchTheirSeals(const std::vector<std::string>& cards, const std::string& operation)
 {
-    const std::vector<std::string> changed = CardObject()->cardsChangedOutside(cards);
+    std::vector<std::string> changed;
+    {
+        const ConnectionUse use(g_connection);
+        changed = CardObject()->cardsChangedOutside(cards);
+    }
     if (changed.empty()) return true;
     Messages().message(SealRefusal(changed, operation), "提示", platform::MessageIcon::Information);
     return false;
@@ -161,6 +221,7 @@ std::optional<platform::RecordList> GetVipRecordList(int listNo, const std::stri
                                                      const std::string& second)
 {
     try {
+        const ConnectionUse use(g_connection);
         return memberLists(listNo)->getList(condition, second);
     } catch (const std::exception& error) {
         qCWarning(lcFrame, "member list %d where %s failed: %s", listNo, condition.c_str(), error.what());
@@ -171,6 +232,7 @@ std::optional<platform::RecordList> GetVipRecordList(int listNo, const std::stri
 platform::Recordset GetVipRecordset(int listNo, const std::string& condition, const std::string& second)
 {
     try {
+        const ConnectionUse use(g_connection);
         return memberLists(listNo)->getListRecordset(condition, second);
     } catch (const std::exception& error) {
         qCWarning(lcFrame, "member list %d where %s failed: %s", listNo, condition.c_str(), error.what());

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/BatchProgress.h"
 #include "platform/BusinessObjects.h"
 #include "platform/Connection.h"
 #include "platform/Lookups.h"
@@ -38,10 +40,18 @@ void ExecuteSQL(const std::string& batch);
 // Runs the batch only while every value it was computed from still stands (checked in its
 // transaction). Throws platform::ChangedSinceReadError when one changed; nothing is written then.
 void ExecuteSQL(const std::string& batch, const std::vector<platform::ReadCheck>& checks);
+// ExecuteSQL with its checks, run on a worker thread while this thread's event loop keeps turning
+// (RunOffThread): the window repaints and `tick` runs meanwhile, reading how far the batch has got
+// from `progress`. Still one transaction; throws what ExecuteSQL throws.
+void ExecuteSQLOffThread(const std::string& batch, const std::vector<platform::ReadCheck>& checks,
+                         platform::BatchProgress& progress, const std::function<void()>& tick);
 // The check that a card a batch writes is still there and not deleted when the batch runs: a card
 // listed before it was deleted is not written, and the save ends as for a card changed since it
 // was read.
 platform::ReadCheck LiveCardCheck(const std::string& card);
+// The same check for many cards, a few hundred to a check (a check is a query in the batch's
+// transaction): each holds while every card it names is still there and not deleted.
+std::vector<platform::ReadCheck> LiveCardsChecks(const std::vector<std::string>& cards);
 // The named field of the first row; "" when the query returns no row. Errors reach the caller.
 platform::Value GetFieldValue(const std::string& sql, const std::string& field);
 

@@ -35,12 +35,30 @@ protected:
 
     void closeEvent(QCloseEvent* event) override;
 
+    // While one lives the screen is committing. A close asked for meanwhile (cancel, Esc, the
+    // window's close button, the host) is held back and happens once the last scope has ended, so
+    // the window never goes away under a running commit.
+    class CommitScope
+    {
+    public:
+        explicit CommitScope(ModuleForm& screen);
+        ~CommitScope();
+        CommitScope(const CommitScope&) = delete;
+        CommitScope& operator=(const CommitScope&) = delete;
+
+    private:
+        ModuleForm& m_screen;
+    };
+    bool committing() const { return m_commits > 0; }
+
 private:
     // Runs queryUnload and, when it agrees, unloadForm. False keeps the screen open.
     bool runCloseHandling();
 
     platform::Value m_stabindex = platform::Value(0);
     bool m_closing = false;
+    int m_commits = 0;
+    bool m_closeAfterCommit = false;
 };
 
 } // namespace ormex::module::frame

@@ -259,7 +259,6 @@ void frmPointManage::loadForm()
 {
     m_changed = {};
     m_messageShown = false;
-    m_committing = false;
     m_lastCondition.clear();
     m_memberExtra.clear();
     try {
@@ -346,6 +345,9 @@ void frmPointManage::SetControlEnable(bool enable)
         w->setEnabled(enable);
     for (QRadioButton* option : m_optPoint)
         option->setEnabled(enable);
+    // An edit during the commit would be lost with the changed flag the commit clears.
+    for (frame::Grid* grid : m_grids)
+        grid->setEnabled(enable);
     m_progress->setVisible(!enable);
 }
 
@@ -368,7 +370,6 @@ frmPointManage::Operation frmPointManage::operation() const
 
 bool frmPointManage::queryUnload()
 {
-    if (m_committing) return false; // a commit is running: it ends first
     const bool changed = m_changed[0] || m_changed[1] || m_changed[2];
     if (!changed) return true;
     if (!frame::Messages().question("数据已经改变，是否保存？")) {

@@ -2,6 +2,8 @@
 
 #include "module/frame/ModuleForm.h"
 
+#include <QElapsedTimer>
+
 #include <array>
 #include <string>
 
@@ -153,8 +155,12 @@ private:
     void refuse(const std::string& message, int row, const char* field);
     // F7 or F8 in a grid cell.
     void onGridLookup(int tab, int row, int column, int key);
-    // Runs pending window events once so that the progress bar repaints.
+    // Lets pending window events run, at most every few milliseconds, so that the window repaints
+    // while the batch is built.
     void advanceProgress();
+    // Runs the built batch under the local checks on a worker thread; the progress bar goes on
+    // from the records built to the statements run. Throws what ExecuteSQL throws.
+    void runBatch(const std::string& batch);
 
     // What the screen knows of the session (read at load).
     std::string m_userId;
@@ -166,7 +172,8 @@ private:
     std::array<frame::FieldColumnMap, 3> m_columns;
     std::array<bool, 3> m_changed{};
     bool m_messageShown = false;
-    bool m_committing = false;
+    // Time since the window last ran its events while a batch was built.
+    QElapsedTimer m_slice;
     std::string m_lastCondition;
     // The cards chosen in the lookup that tab 0 lists ("" when it lists the query's cards).
     std::string m_memberExtra;

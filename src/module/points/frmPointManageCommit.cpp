@@ -58,14 +58,13 @@ void frmPointManage::onOk()
     if (!frame::Messages().question(prompt)) return;
 
     SetControlEnable(false);
-    m_committing = true;
+    const CommitScope commit(*this);
     // A right the user lacks, or the task held by another session, ends the commit before anything
     // is written (the operator has been told which, and who holds the task): writing anyway would
     // let an operator who saw the conflict enter the same points a second time.
     if (tab != GiftSettingsTab &&
         m_task.renew(kCardTask, platform::Value(m_itNo[static_cast<std::size_t>(tab)]->textStd()), right) <=
             0) {
-        m_committing = false;
         SetControlEnable(true);
         return;
     }
@@ -74,7 +73,6 @@ void frmPointManage::onOk()
     // The task guards the commit only: held on, it would refuse every other till's points until
     // this screen closes, now that a conflict stops a commit.
     m_task.release();
-    m_committing = false;
     SetControlEnable(true);
     if (!saved) {
         if (!m_messageShown)
@@ -131,7 +129,7 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
             const std::string queued = replayed ? hq::QueueOnHQ(batch, static_cast<hq::HQOperation>(tab / 2),
                                                                 m_hqChecks, cardsOf(*rows, tab))
                                                 : "";
-            frame::ExecuteSQL(batch + queued, m_localChecks);
+            runBatch(batch + queued);
             // The batch stands from here on. A log that cannot be written is told to the operator,
             // but the save still ends as saved: left armed, the grid would apply the batch again on
             // the next OK.
@@ -169,6 +167,21 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
     }
     m_progress->setValue(m_progress->maximum());
     return result;
+}
+
+void frmPointManage::runBatch(const std::string& batch)
+{
+    // The bar goes on from the records built: as far again for the statements the worker runs.
+    const int built = m_progress->value();
+    m_progress->setMaximum(2 * built + 2);
+    platform::BatchProgress progress;
+    const auto tick = [this, &progress, built] {
+        const std::size_t total = progress.total.load(std::memory_order_relaxed);
+        if (total == 0) return;
+        const double done = static_cast<double>(progress.done.load(std::memory_order_relaxed));
+        m_progress->setValue(built + static_cast<int>((built + 1) * done / static_cast<double>(total)));
+    };
+    frame::ExecuteSQLOffThread(batch, m_localChecks, progress, tick);
 }
 
 std::vector<std::string> frmPointManage::cardsOf(const frame::SavePackage& rows, int tab) const

@@ -8,6 +8,8 @@
 #include <QPushButton>
 #include <QRadioButton>
 
+#include <unordered_map>
+
 #include "PointsStatements.h"
 #include "module/frame/CardRules.h"
 #include "module/frame/Gateway.h"
@@ -44,6 +46,42 @@ void writeMember(frame::Grid& grid, const frame::FieldColumnMap& columns, int ro
                      QString::fromStdString(frame::GetStatusName(status)));
     grid.setCellText(row, columns.column("FCardType"), QString::fromStdString(field(3).toString()));
     grid.setCellText(row, columns.column("cur_num"), QString::fromStdString(field(4).toString()));
+}
+
+// What a card of a save holds, as the save reads it before building its statements.
+struct Held
+{
+    platform::Value accumulated; // FAccNum
+    platform::Value used;        // FDecNum
+    double left = 0;             // FAccNum-FDecNum
+};
+
+// The cards with points in the package, read in a few queries rather than one per card; keyed by
+// the card number in capitals, as card numbers compare.
+std::unordered_map<std::string, Held> readHeld(const frame::SavePackage& rows)
+{
+    constexpr std::size_t kCardsPerQuery = 500;
+    std::unordered_map<std::string, Held> held;
+    std::string list;
+    std::size_t listed = 0;
+    const auto read = [&] {
+        if (listed == 0) return;
+        auto rs = frame::ExecQuery("select FCardId, FAccNum, FDecNum, FAccNum-FDecNum as LeavePoint from "
+                                   "T_Pos_VipRecord where FCardId in (" +
+                                   list + ")");
+        for (; !rs.atEnd(); rs.moveNext())
+            held.emplace(platform::toUpperAscii(rs.field("FCardId").toString()),
+                         Held{rs.field("FAccNum"), rs.field("FDecNum"), rs.field("LeavePoint").toDouble()});
+        list.clear();
+        listed = 0;
+    };
+    for (const platform::FieldMap& record : rows.rows()) {
+        if (record.value("FVipNum").toDouble() == 0) continue;
+        list += (listed == 0 ? "" : ",") + platform::quoted(record.text("FCardId"));
+        if (++listed == kCardsPerQuery) read();
+    }
+    read();
+    return held;
 }
 
 } // namespace
@@ -246,7 +284,11 @@ void frmPointManage::onDelete(int tab)
 
 void frmPointManage::advanceProgress()
 {
+    // Often enough for the window to keep up, seldom enough to cost the build nothing.
+    constexpr qint64 kSliceMs = 15;
+    if (m_slice.isValid() && m_slice.elapsed() < kSliceMs) return;
     QApplication::processEvents();
+    m_slice.start();
 }
 
 bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& batch, std::string& logText)
@@ -256,19 +298,24 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
     const PointsSession session{m_branchId, m_branchNo, m_userId};
     m_progress->setMaximum(static_cast<int>(rows.rowCount()) + 2);
     m_progress->setValue(0);
+    m_slice.invalidate();
+    std::vector<std::string> live;
+    // A reward needs no read of the cards.
+    const std::unordered_map<std::string, Held> held =
+        op == Reward ? std::unordered_map<std::string, Held>{} : readHeld(rows);
     for (std::size_t i = 0; i < rows.rowCount(); ++i) {
         advanceProgress();
         const platform::FieldMap& record = rows.rows()[i];
         if (record.value("FVipNum").toDouble() == 0) continue;
         const std::string card = record.text("FCardId");
         const double points = record.value("FVipNum").isBlank() ? 0 : record.value("FVipNum").toDouble();
-        const auto leave =
-            frame::ExecQuery("select FAccNum-FDecNum as LeavePoint,* from T_Pos_VipRecord where FCardId=" +
-                             platform::quoted(card));
-        const double remaining = leave.atEnd() ? 0 : leave.field("LeavePoint").toDouble();
+        // What is left on the card, which a deduction is held against and a clearing clears.
+        const auto found = held.find(platform::toUpperAscii(card));
+        const Held* values = found == held.end() ? nullptr : &found->second;
+        const double remaining = values ? values->left : 0;
         // The card is written only while it is still live; a deduction is written at headquarters
         // too, which must hold it live as well.
-        m_localChecks.push_back(frame::LiveCardCheck(card));
+        live.push_back(card);
         if (m_linked && op == Deduction) m_hqChecks.push_back(frame::LiveCardCheck(card));
         const int row = static_cast<int>(i);
         switch (op) {
@@ -293,10 +340,13 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
                 "select FAccNum from T_Pos_VipRecord where FCardId=" + platform::quoted(card);
             const std::string decSql =
                 "select FDecNum from T_Pos_VipRecord where FCardId=" + platform::quoted(card);
-            const platform::Value accumulated =
-                m_linked ? hq::HQGetFieldValue(accSql, "FAccNum") : frame::GetFieldValue(accSql, "FAccNum");
-            const platform::Value used =
-                m_linked ? hq::HQGetFieldValue(decSql, "FDecNum") : frame::GetFieldValue(decSql, "FDecNum");
+            const platform::Value none("");
+            const platform::Value accumulated = m_linked ? hq::HQGetFieldValue(accSql, "FAccNum")
+                                                : values ? values->accumulated
+                                                         : none;
+            const platform::Value used = m_linked ? hq::HQGetFieldValue(decSql, "FDecNum")
+                                         : values ? values->used
+                                                  : none;
             // The card row is written with values computed from these: they must still stand then.
             auto& checks = m_linked ? m_hqChecks : m_localChecks;
             checks.push_back({accSql, "FAccNum", accumulated});
@@ -311,6 +361,8 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
         }
         m_progress->setValue(m_progress->value() + 1);
     }
+    for (platform::ReadCheck& check : frame::LiveCardsChecks(live))
+        m_localChecks.push_back(std::move(check));
     return true;
 }
 

@@ -120,6 +120,9 @@ private:
     // After a commit: the tab's amounts zeroed, the log row, the queue sent and the cards read
     // again. A step that fails is reported as "saved, but …"; no written row is left to send again.
     void afterCommit(int tab, const std::string& caption);
+    // Runs the built batch under the local checks on a worker thread, the window painting and
+    // none of its controls usable meanwhile. Throws what ExecuteSQL throws.
+    void runBatch(const std::string& batch);
     void clearAmounts(int tab);
     void refuseCell(const std::string& text, bool warning, int tab, int row, const char* field);
 

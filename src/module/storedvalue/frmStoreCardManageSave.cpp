@@ -3,7 +3,10 @@
 // the logs and the reload.
 #include "frmStoreCardManage.h"
 
+#include <QPushButton>
 #include <QTabWidget>
+
+#include <array>
 
 #include "StoredValueStatements.h"
 #include "module/frame/CardRules.h"
@@ -363,6 +366,31 @@ bool frmStoreCardManage::buildPoints(std::string& batch)
     return true;
 }
 
+void frmStoreCardManage::runBatch(const std::string& batch)
+{
+    const CommitScope commit(*this);
+    // The tabs hold every box, grid and command of the screen but OK, cancel and print.
+    struct Disabled
+    {
+        std::array<QWidget*, 4> controls;
+        std::array<bool, 4> wereEnabled{};
+        explicit Disabled(std::array<QWidget*, 4> list) : controls(list)
+        {
+            for (std::size_t i = 0; i < controls.size(); ++i) {
+                wereEnabled[i] = controls[i]->isEnabled();
+                controls[i]->setEnabled(false);
+            }
+        }
+        ~Disabled()
+        {
+            for (std::size_t i = 0; i < controls.size(); ++i)
+                controls[i]->setEnabled(wereEnabled[i]);
+        }
+    } disabled({m_tabs, m_cmdOk, m_cmdCancel, m_cmdPrint});
+    platform::BatchProgress progress;
+    frame::ExecuteSQLOffThread(batch, m_localChecks, progress, {});
+}
+
 bool frmStoreCardManage::SaveStoredValue(int tab)
 {
     if (!CheckSaveRights(tab)) return false;
@@ -394,7 +422,7 @@ bool frmStoreCardManage::SaveStoredValue(int tab)
         }
         const auto operation =
             tab == PointsTab ? hq::HQOperation::PointsToStoredValue : hq::HQOperation::Recharge;
-        frame::ExecuteSQL(batch + hq::QueueOnHQ(batch, operation, m_hqChecks, m_batchCards), m_localChecks);
+        runBatch(batch + hq::QueueOnHQ(batch, operation, m_hqChecks, m_batchCards));
     } catch (const platform::ChangedSinceReadError&) {
         // Another operator or a till changed a balance after it was read: nothing was written; the
         // tab shows the cards as they are now.

@@ -353,7 +353,9 @@ TEST(PointsScreen, TheProgressBarAdvancesWhileTheBatchIsBuilt)
     t.host.messages().answer(true);
     t.ok();
     EXPECT_EQ(valueWhileRunning, 3) << "one step per record with points";
-    EXPECT_EQ(t.screen.progressBar()->maximum(), 6) << "four rows and the header, plus one";
+    EXPECT_EQ(t.screen.progressBar()->maximum(), 8)
+        << "three records built, as far again for their run, plus two";
+    EXPECT_EQ(t.screen.progressBar()->value(), 8);
     EXPECT_TRUE(visibleWhileRunning);
     EXPECT_FALSE(okEnabled) << "the commands are off during the commit";
     EXPECT_FALSE(t.screen.progressBar()->isVisible());
