@@ -164,7 +164,7 @@ std::vector<platform::ReadCheck> LiveCardsChecks(const std::vector<std::string>&
     std::string list;
     long listed = 0;
     for (auto it = distinct.begin(); it != distinct.end();) {
-        list += (listed == 0 ? "'" : ",'") + platform::quoteDoubled(*it) + "'";
+        list += (listed == 0 ? "" : ",") + platform::quoted(*it);
         ++listed;
         if (++it == distinct.end() || listed == static_cast<long>(kCardsPerCheck)) {
             checks.push_back(
@@ -229,46 +229,55 @@ std::optional<platform::RecordList> GetVipRecordList(int listNo, const std::stri
     }
 }
 
-platform::Recordset GetVipRecordset(int listNo, const std::string& condition, const std::string& second)
+namespace {
+
+// The rows of a member list (every column when none are named), or none, logged, when it cannot be
+// read.
+platform::Recordset listRecordset(int listNo, const std::string& condition, const std::string& second,
+                                  const std::vector<std::string>& columns)
 {
     try {
         const ConnectionUse use(g_connection);
-        return memberLists(listNo)->getListRecordset(condition, second);
+        return memberLists(listNo, columns)->getListRecordset(condition, second);
     } catch (const std::exception& error) {
         qCWarning(lcFrame, "member list %d where %s failed: %s", listNo, condition.c_str(), error.what());
         return {};
     }
+}
+
+// The text of a member list's query, or "", logged, when the list cannot give it.
+std::string listSql(int listNo, const std::string& condition, const std::string& second,
+                    const std::vector<std::string>& columns)
+{
+    try {
+        return memberLists(listNo, columns)->getListSql(condition, second);
+    } catch (const std::exception& error) {
+        qCWarning(lcFrame, "the text of member list %d failed: %s", listNo, error.what());
+        return {};
+    }
+}
+
+} // namespace
+
+platform::Recordset GetVipRecordset(int listNo, const std::string& condition, const std::string& second)
+{
+    return listRecordset(listNo, condition, second, {});
 }
 
 platform::Recordset GetVipRecordset(int listNo, const std::string& condition,
                                     const std::vector<std::string>& columns)
 {
-    try {
-        return memberLists(listNo, columns)->getListRecordset(condition, {});
-    } catch (const std::exception& error) {
-        qCWarning(lcFrame, "member list %d where %s failed: %s", listNo, condition.c_str(), error.what());
-        return {};
-    }
+    return listRecordset(listNo, condition, {}, columns);
 }
 
 std::string GetVipListSql(int listNo, const std::string& condition, const std::vector<std::string>& columns)
 {
-    try {
-        return memberLists(listNo, columns)->getListSql(condition, {});
-    } catch (const std::exception& error) {
-        qCWarning(lcFrame, "the text of member list %d failed: %s", listNo, error.what());
-        return {};
-    }
+    return listSql(listNo, condition, {}, columns);
 }
 
 std::string GetVipListSql(int listNo, const std::string& condition, const std::string& second)
 {
-    try {
-        return memberLists(listNo)->getListSql(condition, second);
-    } catch (const std::exception& error) {
-        qCWarning(lcFrame, "the text of member list %d failed: %s", listNo, error.what());
-        return {};
-    }
+    return listSql(listNo, condition, second, {});
 }
 
 long ExecFunc(long taskNo, const platform::Value& item, const std::string& code)

@@ -5,14 +5,11 @@
 #include <QTimer>
 #include <QtConcurrent/QtConcurrentRun>
 
-#include <atomic>
 #include <exception>
 
 namespace ormex::module::frame {
 
 namespace {
-
-std::atomic<int> g_running{0};
 
 constexpr int kTickMs = 40;
 
@@ -29,7 +26,6 @@ void RunOffThread(const std::function<void()>& work, const std::function<void()>
         QObject::connect(&ticker, &QTimer::timeout, tick);
         ticker.start(kTickMs);
     }
-    ++g_running;
     watcher.setFuture(QtConcurrent::run([&work, &failure] {
         try {
             work();
@@ -41,15 +37,9 @@ void RunOffThread(const std::function<void()>& work, const std::function<void()>
     // the loop starts.
     loop.exec();
     watcher.waitForFinished();
-    --g_running;
     ticker.stop();
     if (tick) tick();
     if (failure) std::rethrow_exception(failure);
-}
-
-bool OffThreadWorkRunning()
-{
-    return g_running.load() > 0;
 }
 
 } // namespace ormex::module::frame

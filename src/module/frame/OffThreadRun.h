@@ -14,7 +14,4 @@ namespace ormex::module::frame {
 // (including closing the screen) for as long as this runs; the work must not touch widgets.
 void RunOffThread(const std::function<void()>& work, const std::function<void()>& tick = {});
 
-// True while work of RunOffThread is under way.
-bool OffThreadWorkRunning();
-
 } // namespace ormex::module::frame
