@@ -26,12 +26,12 @@
 #include "DatabaseFiles.h"
 #include "NativeSqlite.h"
 #include "RowComparison.h"
-#include "db/CardImport.h"
-#include "db/Database.h"
-#include "db/Schema.h"
 #include "platform/BalanceCodec.h"
 #include "platform/Clock.h"
 #include "platform/NumberText.h"
+#include "sql/Database.h"
+#include "store/CardImport.h"
+#include "store/Schema.h"
 
 namespace {
 

@@ -23,11 +23,11 @@
 #include <vector>
 
 #include "DatabaseFiles.h"
-#include "db/Database.h"
-#include "db/LargeData.h"
-#include "db/Schema.h"
 #include "host/core/MemberLists.h"
 #include "platform/Value.h"
+#include "sql/Database.h"
+#include "store/LargeData.h"
+#include "store/Schema.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <filesystem>
 
-#include "db/Database.h"
-#include "db/LargeData.h"
-#include "db/Schema.h"
+#include "sql/Database.h"
+#include "store/LargeData.h"
+#include "store/Schema.h"
 
 namespace {
 

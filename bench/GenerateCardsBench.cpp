@@ -2,9 +2,9 @@
 
 #include <filesystem>
 
-#include "db/Database.h"
-#include "db/LargeData.h"
-#include "db/Schema.h"
+#include "sql/Database.h"
+#include "store/LargeData.h"
+#include "store/Schema.h"
 
 // Cards generated per run of 10,000 into a fresh database file.
 static void GenerateCards(benchmark::State& state)

@@ -12,9 +12,9 @@
 #include <QRadioButton>
 #include <QtConcurrent/QtConcurrentRun>
 
-#include "db/SharedDatabases.h"
 #include "module/frame/Grid.h"
 #include "module/points/frmPointManage.h"
+#include "store/SharedDatabases.h"
 #include "support/RecordingCardMaintain.h"
 #include "support/TestHost.h"
 

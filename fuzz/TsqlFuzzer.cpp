@@ -7,10 +7,10 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "db/DbError.h"
-#include "db/SqliteDialect.h"
-#include "db/TsqlLexer.h"
-#include "db/TsqlParser.h"
+#include "sql/DbError.h"
+#include "sql/SqliteDialect.h"
+#include "sql/TsqlLexer.h"
+#include "sql/TsqlParser.h"
 
 namespace {
 

@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "Shapes.h"
-#include "db/DemoData.h"
 #include "module/frame/SavePackage.h"
 #include "module/points/GiftCatalogueStatements.h"
 #include "module/settings/MemberSettingsKeys.h"
 #include "platform/FieldMap.h"
+#include "store/DemoData.h"
 
 namespace ormex::bench {
 

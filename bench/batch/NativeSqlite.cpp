@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "db/Database.h"
+#include "sql/Database.h"
 
 namespace ormex::bench {
 

@@ -3,9 +3,9 @@
 #include <tuple>
 
 #include "NativeSqlite.h"
-#include "db/CardLedger.h"
-#include "db/CardSeal.h"
-#include "db/Database.h"
+#include "sql/Database.h"
+#include "store/CardLedger.h"
+#include "store/CardSeal.h"
 
 namespace ormex::bench {
 

@@ -15,12 +15,12 @@
 
 #include "DatabaseFiles.h"
 #include "RowComparison.h"
-#include "db/CardSeal.h"
-#include "db/Database.h"
-#include "db/LargeData.h"
-#include "db/Schema.h"
 #include "platform/BalanceCodec.h"
 #include "platform/Clock.h"
+#include "sql/Database.h"
+#include "store/CardSeal.h"
+#include "store/LargeData.h"
+#include "store/Schema.h"
 
 namespace ormex::bench {
 

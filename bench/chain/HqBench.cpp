@@ -9,10 +9,10 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "db/CardWriteLocks.h"
-#include "db/PgSchema.h"
 #include "platform/BalanceCodec.h"
 #include "platform/Text.h"
+#include "store/CardWriteLocks.h"
+#include "store/PgSchema.h"
 
 namespace ormex::bench {
 

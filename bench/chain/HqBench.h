@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "db/PgDatabase.h"
+#include "sql/PgDatabase.h"
 
 namespace ormex::bench {
 

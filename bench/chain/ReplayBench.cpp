@@ -9,9 +9,9 @@
 #include <stdexcept>
 #include <thread>
 
-#include "db/CardSeal.h"
 #include "module/points/PointsStatements.h"
 #include "platform/Clock.h"
+#include "store/CardSeal.h"
 
 namespace ormex::bench {
 

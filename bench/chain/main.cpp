@@ -16,7 +16,7 @@
 
 #include "ChainLoad.h"
 #include "ReplayBench.h"
-#include "db/CardSeal.h"
+#include "store/CardSeal.h"
 
 using namespace ormex::bench;
 

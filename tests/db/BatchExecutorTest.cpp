@@ -2,7 +2,7 @@
 // batch is refused or fails.
 #include <gtest/gtest.h>
 
-#include "db/DbError.h"
+#include "sql/DbError.h"
 #include "support/TestDatabase.h"
 
 using ormex::db::ParseError;

@@ -4,9 +4,9 @@
 // or nothing.
 #include <gtest/gtest.h>
 
-#include "db/DbError.h"
-#include "db/LargeData.h"
-#include "db/SqliteStatement.h"
+#include "sql/DbError.h"
+#include "sql/SqliteStatement.h"
+#include "store/LargeData.h"
 #include "support/DecimalCommaLocale.h"
 #include "support/TestDatabase.h"
 

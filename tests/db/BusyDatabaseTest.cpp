@@ -5,7 +5,7 @@
 
 #include <chrono>
 
-#include "db/DbError.h"
+#include "sql/DbError.h"
 #include "support/TestDatabase.h"
 
 using namespace std::chrono_literals;

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "db/CardImport.h"
-#include "db/CsvRecords.h"
 #include "platform/BalanceCodec.h"
+#include "store/CardImport.h"
+#include "store/CsvRecords.h"
 #include "support/TestClock.h"
 #include "support/TestDatabase.h"
 

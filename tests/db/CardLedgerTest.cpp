@@ -4,9 +4,9 @@
 
 #include <functional>
 
-#include "db/CardLedger.h"
-#include "db/SchemaUpgrade.h"
 #include "platform/BalanceCodec.h"
+#include "store/CardLedger.h"
+#include "store/SchemaUpgrade.h"
 #include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"
 

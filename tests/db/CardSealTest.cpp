@@ -3,13 +3,13 @@
 // administrator accepts the card.
 #include <gtest/gtest.h>
 
-#include "db/CardSeal.h"
-#include "db/DbError.h"
-#include "db/Schema.h"
-#include "db/SchemaUpgrade.h"
-#include "db/SqliteDialect.h"
-#include "db/TsqlParser.h"
 #include "platform/BalanceCodec.h"
+#include "sql/DbError.h"
+#include "sql/SqliteDialect.h"
+#include "sql/TsqlParser.h"
+#include "store/CardSeal.h"
+#include "store/Schema.h"
+#include "store/SchemaUpgrade.h"
 #include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"
 
@@ -77,7 +77,7 @@ TEST(CardSeal, TheSystemsWritesKeepEveryCardSealed)
 TEST(CardSeal, OnlyUpdatesOfTheSealedColumnsWriteTheSeal)
 {
     const auto translated = [](const std::string& statement) {
-        return db::parseBatch(statement, db::SqliteDialect::instance(), true).shapes.at(0);
+        return db::parseBatch(statement, db::SqliteDialect::instance(), &db::cardSealColumn()).shapes.at(0);
     };
     EXPECT_EQ(
         translated("update T_Pos_VipRecord set FDecNum=case when 5>10 then 10 else 5 end,FAccNum= 10 "

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "db/CardWriteLocks.h"
-#include "db/PgDialect.h"
-#include "db/TsqlParser.h"
+#include "sql/PgDialect.h"
+#include "sql/TsqlParser.h"
+#include "store/CardWriteLocks.h"
 
 using namespace ormex::db;
 

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "db/DbError.h"
 #include "platform/BalanceCodec.h"
+#include "sql/DbError.h"
 #include "support/TestClock.h"
 #include "support/TestDatabase.h"
 

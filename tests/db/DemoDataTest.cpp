@@ -2,10 +2,10 @@
 
 #include <map>
 
-#include "db/DemoData.h"
-#include "db/LargeData.h"
 #include "platform/BalanceCodec.h"
 #include "platform/Money.h"
+#include "store/DemoData.h"
+#include "store/LargeData.h"
 #include "support/TestClock.h"
 #include "support/TestDatabase.h"
 

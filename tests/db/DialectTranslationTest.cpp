@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "db/DbError.h"
-#include "db/PgDialect.h"
-#include "db/SqliteDialect.h"
-#include "db/TsqlParser.h"
+#include "sql/DbError.h"
+#include "sql/PgDialect.h"
+#include "sql/SqliteDialect.h"
+#include "sql/TsqlParser.h"
 
 using namespace ormex::db;
 

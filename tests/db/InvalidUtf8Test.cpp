@@ -2,7 +2,7 @@
 // anything runs; Chinese text is stored as written.
 #include <gtest/gtest.h>
 
-#include "db/DbError.h"
+#include "sql/DbError.h"
 #include "support/TestDatabase.h"
 
 using ormex::db::ParseError;

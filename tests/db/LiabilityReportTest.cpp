@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "db/DemoData.h"
-#include "db/LiabilityReport.h"
 #include "platform/BalanceCodec.h"
+#include "store/DemoData.h"
+#include "store/LiabilityReport.h"
 #include "support/TestClock.h"
 #include "support/TestDatabase.h"
 

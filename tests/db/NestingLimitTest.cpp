@@ -6,10 +6,10 @@
 #include <functional>
 #include <string>
 
-#include "db/DbError.h"
-#include "db/NestingLimit.h"
-#include "db/SqliteDialect.h"
-#include "db/TsqlParser.h"
+#include "sql/DbError.h"
+#include "sql/NestingLimit.h"
+#include "sql/SqliteDialect.h"
+#include "sql/TsqlParser.h"
 
 using namespace ormex::db;
 

@@ -2,10 +2,10 @@
 // typed parameters, all or nothing, checked writes, the clock, and a connection that broke.
 #include <gtest/gtest.h>
 
-#include "db/DbError.h"
-#include "db/PgDatabase.h"
-#include "db/PgSchema.h"
 #include "platform/BusinessObjects.h"
+#include "sql/DbError.h"
+#include "sql/PgDatabase.h"
+#include "store/PgSchema.h"
 #include "support/PgTestDatabase.h"
 #include "support/TestClock.h"
 #include "support/TestDatabase.h"

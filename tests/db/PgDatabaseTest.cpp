@@ -8,11 +8,11 @@
 #include <cctype>
 #include <set>
 
-#include "db/DbError.h"
-#include "db/PgDatabase.h"
-#include "db/PgSchema.h"
-#include "db/Schema.h"
 #include "platform/BalanceCodec.h"
+#include "sql/DbError.h"
+#include "sql/PgDatabase.h"
+#include "store/PgSchema.h"
+#include "store/Schema.h"
 #include "support/PgTestDatabase.h"
 #include "support/TestDatabase.h"
 

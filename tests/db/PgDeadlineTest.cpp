@@ -8,8 +8,8 @@
 #include <functional>
 #include <memory>
 
-#include "db/DbError.h"
-#include "db/PgDatabase.h"
+#include "sql/DbError.h"
+#include "sql/PgDatabase.h"
 #include "support/FrozenBackends.h"
 #include "support/PgTestDatabase.h"
 

@@ -5,10 +5,10 @@
 
 #include <algorithm>
 
-#include "db/DbError.h"
-#include "db/PgSchema.h"
-#include "db/SchemaUpgrade.h"
-#include "db/SharedDatabases.h"
+#include "sql/DbError.h"
+#include "store/PgSchema.h"
+#include "store/SchemaUpgrade.h"
+#include "store/SharedDatabases.h"
 #include "support/PgTestDatabase.h"
 #include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"

@@ -5,9 +5,9 @@
 #include <future>
 #include <thread>
 
-#include "db/CardWriteLocks.h"
-#include "db/PgDatabase.h"
-#include "db/PgSchema.h"
+#include "sql/PgDatabase.h"
+#include "store/CardWriteLocks.h"
+#include "store/PgSchema.h"
 #include "support/PgTestDatabase.h"
 #include "support/TestDatabase.h"
 

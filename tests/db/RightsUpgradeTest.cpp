@@ -2,8 +2,8 @@
 // roles once, as a new database gives them, and never again.
 #include <gtest/gtest.h>
 
-#include "db/Operators.h"
-#include "db/SharedDatabases.h"
+#include "store/Operators.h"
+#include "store/SharedDatabases.h"
 #include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"
 

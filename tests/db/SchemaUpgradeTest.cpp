@@ -6,12 +6,12 @@
 #include <algorithm>
 #include <set>
 
-#include "db/DbError.h"
-#include "db/Operators.h"
-#include "db/PgSchema.h"
-#include "db/Schema.h"
-#include "db/SchemaUpgrade.h"
-#include "db/SharedDatabases.h"
+#include "sql/DbError.h"
+#include "store/Operators.h"
+#include "store/PgSchema.h"
+#include "store/Schema.h"
+#include "store/SchemaUpgrade.h"
+#include "store/SharedDatabases.h"
 #include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"
 

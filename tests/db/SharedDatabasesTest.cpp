@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "db/DbError.h"
-#include "db/SharedDatabases.h"
+#include "sql/DbError.h"
+#include "store/SharedDatabases.h"
 #include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"
 

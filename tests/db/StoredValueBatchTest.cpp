@@ -2,8 +2,8 @@
 // them; and the batch guarantees: all or nothing, nothing run when the text is not understood.
 #include <gtest/gtest.h>
 
-#include "db/DbError.h"
 #include "platform/BalanceCodec.h"
+#include "sql/DbError.h"
 #include "support/TestClock.h"
 #include "support/TestDatabase.h"
 

@@ -1,5 +1,5 @@
 // Must not compile: the module may not see the database layer.
-#include "db/Database.h"
+#include "sql/Database.h"
 
 int ormexLayerProbe()
 {

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "db/PgDatabase.h"
+#include "sql/PgDatabase.h"
 
 namespace ormex::test {
 

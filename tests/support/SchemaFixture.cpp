@@ -6,8 +6,8 @@
 #include <stdexcept>
 
 #include "TestDatabase.h"
-#include "db/SqliteStatement.h"
 #include "platform/Text.h"
+#include "sql/SqliteStatement.h"
 
 namespace ormex::test {
 

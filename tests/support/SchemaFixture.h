@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "db/Database.h"
-#include "db/PgDatabase.h"
+#include "sql/Database.h"
+#include "sql/PgDatabase.h"
 
 // Databases of the first schema version, as the build that made them left them (the files of
 // tests/db/fixtures, kept as they were made), with rows in every table; and what a test compares

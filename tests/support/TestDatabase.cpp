@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "db/Schema.h"
+#include "store/Schema.h"
 
 namespace ormex::test {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "db/CardSeal.h"
-#include "db/Database.h"
 #include "platform/Value.h"
+#include "sql/Database.h"
+#include "store/CardSeal.h"
 
 namespace ormex::test {
 

@@ -1,7 +1,7 @@
 #include "TestHost.h"
 
-#include "db/Operators.h"
 #include "host/core/SqlText.h"
+#include "store/Operators.h"
 
 namespace ormex::test {
 

@@ -6,8 +6,8 @@
 #include <sstream>
 
 #include "RunAdminCommand.h"
-#include "db/SchemaSteps.h"
 #include "platform/BalanceCodec.h"
+#include "store/SchemaSteps.h"
 #include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"
 

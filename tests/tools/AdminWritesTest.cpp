@@ -8,8 +8,8 @@
 #include <fstream>
 
 #include "AdministeredDatabase.h"
-#include "db/Database.h"
 #include "platform/BalanceCodec.h"
+#include "sql/Database.h"
 #include "support/TestDatabase.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "RunAdminCommand.h"
-#include "db/Database.h"
+#include "sql/Database.h"
 #include "support/TestDatabase.h"
 
 namespace ormex::test {

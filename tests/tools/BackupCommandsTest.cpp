@@ -15,9 +15,9 @@
 #include <thread>
 
 #include "AdministeredDatabase.h"
-#include "db/Database.h"
-#include "db/SqliteStatement.h"
 #include "platform/BalanceCodec.h"
+#include "sql/Database.h"
+#include "sql/SqliteStatement.h"
 #include "support/TestDatabase.h"
 
 extern char** environ;

@@ -6,8 +6,8 @@
 #include <cstdlib>
 
 #include "RunAdminCommand.h"
-#include "db/Database.h"
 #include "platform/BalanceCodec.h"
+#include "sql/Database.h"
 #include "support/TestDatabase.h"
 
 namespace {

@@ -4,9 +4,9 @@
 #include <sstream>
 
 #include "RunAdminCommand.h"
-#include "db/CardSeal.h"
-#include "db/PgSchema.h"
-#include "db/SchemaSteps.h"
+#include "store/CardSeal.h"
+#include "store/PgSchema.h"
+#include "store/SchemaSteps.h"
 #include "support/PgTestDatabase.h"
 #include "support/SchemaFixture.h"
 #include "support/TestDatabase.h"

@@ -9,11 +9,11 @@
 
 #include "CommandSupport.h"
 #include "OutboxCommands.h"
-#include "db/BackupCheck.h"
-#include "db/DatabaseCopy.h"
-#include "db/DbError.h"
-#include "db/OperLog.h"
 #include "platform/Text.h"
+#include "sql/DbError.h"
+#include "store/BackupCheck.h"
+#include "store/DatabaseCopy.h"
+#include "store/OperLog.h"
 
 namespace ormex::tools {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "db/CardSeal.h"
+#include "store/CardSeal.h"
 
 // The commands of ormex-db that copy a database: a backup taken while the tills work, and the
 // restore of one in the database's place. Each returns the process exit code.

@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "db/CardWriteLocks.h"
-#include "db/DbError.h"
-#include "db/PgSchema.h"
-#include "db/Schema.h"
+#include "sql/DbError.h"
+#include "store/CardWriteLocks.h"
+#include "store/PgSchema.h"
+#include "store/Schema.h"
 
 namespace ormex::tools {
 

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "db/Database.h"
-#include "db/Operators.h"
-#include "db/PgDatabase.h"
-#include "db/SchemaUpgrade.h"
+#include "sql/Database.h"
+#include "sql/PgDatabase.h"
+#include "store/Operators.h"
+#include "store/SchemaUpgrade.h"
 
 // What the commands of ormex-db share: opening the databases they work on, naming them in output,
 // and acting for an operator who logs in with a password.

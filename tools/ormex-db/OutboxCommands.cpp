@@ -4,10 +4,10 @@
 
 #include "CommandSupport.h"
 #include "TablePrinter.h"
-#include "db/DbError.h"
-#include "db/HqOutbox.h"
-#include "db/Reconciliation.h"
 #include "platform/Text.h"
+#include "sql/DbError.h"
+#include "store/HqOutbox.h"
+#include "store/Reconciliation.h"
 
 namespace ormex::tools {
 

@@ -6,8 +6,8 @@
 
 #include "CommandSupport.h"
 #include "TablePrinter.h"
-#include "db/OperLog.h"
 #include "platform/Text.h"
+#include "store/OperLog.h"
 
 namespace ormex::tools {
 

@@ -4,7 +4,7 @@
 
 #include "MemberLists.h"
 #include "SqlText.h"
-#include "db/SharedDatabases.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

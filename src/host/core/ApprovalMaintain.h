@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "db/Database.h"
 #include "platform/BusinessObjects.h"
+#include "sql/Database.h"
 
 // Member records waiting for approval: the pending copies in T_Pos_VipRecordCheck. Approving a
 // record makes its pending values the card's record and takes it off the waiting list. The records

@@ -3,15 +3,15 @@
 #include <stdexcept>
 
 #include "SqlText.h"
-#include "db/CardSeal.h"
-#include "db/OperLog.h"
-#include "db/SharedDatabases.h"
 #include "platform/BalanceCodec.h"
 #include "platform/Clock.h"
 #include "platform/HostServices.h"
 #include "platform/MoneyListAmount.h"
 #include "platform/NumberText.h"
 #include "platform/Text.h"
+#include "store/CardSeal.h"
+#include "store/OperLog.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

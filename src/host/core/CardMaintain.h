@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "db/Database.h"
 #include "platform/BusinessObjects.h"
 #include "platform/Recordset.h"
+#include "sql/Database.h"
 
 // The host's card object: queries and batches on the session database, the numbered tables, and
 // the card operations (password check, card change, card update).

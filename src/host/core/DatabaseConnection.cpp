@@ -4,11 +4,11 @@
 #include <set>
 #include <stdexcept>
 
-#include "db/DbError.h"
-#include "db/SchemaUpgrade.h"
-#include "db/SharedDatabases.h"
 #include "platform/HostServices.h"
 #include "platform/Text.h"
+#include "sql/DbError.h"
+#include "store/SchemaUpgrade.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

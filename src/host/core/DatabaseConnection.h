@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "db/TsqlDatabase.h"
 #include "platform/Connection.h"
+#include "sql/TsqlDatabase.h"
 
 // "ADODB.Connection": opens a database named by a connection text. The server "(local)" (also
 // "." and "localhost") is the embedded default: the file <Initial Catalog>.db in the host's data

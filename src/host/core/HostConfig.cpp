@@ -2,10 +2,10 @@
 
 #include <stdexcept>
 
-#include "db/PgDatabase.h"
 #include "platform/NumberText.h"
 #include "platform/SettingsFile.h"
 #include "platform/Text.h"
+#include "sql/PgDatabase.h"
 
 namespace ormex::host {
 

@@ -8,13 +8,13 @@
 #include "SessionProperties.h"
 #include "SettingsMaintain.h"
 #include "TaskLock.h"
-#include "db/CardSeal.h"
-#include "db/Database.h"
-#include "db/DbError.h"
-#include "db/Operators.h"
-#include "db/Schema.h"
-#include "db/SharedDatabases.h"
 #include "platform/HostServices.h"
+#include "sql/Database.h"
+#include "sql/DbError.h"
+#include "store/CardSeal.h"
+#include "store/Operators.h"
+#include "store/Schema.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

@@ -1,7 +1,7 @@
 #include "LocalLogServer.h"
 
-#include "db/Database.h"
-#include "db/SharedDatabases.h"
+#include "sql/Database.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

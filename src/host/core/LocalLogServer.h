@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "db/OperLog.h"
 #include "platform/BusinessObjects.h"
+#include "store/OperLog.h"
 
 // The host's operation log: one row of t_OperLog per logged operation.
 namespace ormex::host {

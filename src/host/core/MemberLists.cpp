@@ -4,8 +4,8 @@
 #include <cctype>
 #include <stdexcept>
 
-#include "db/SharedDatabases.h"
 #include "platform/Text.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

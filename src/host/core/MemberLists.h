@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "db/Database.h"
 #include "platform/BusinessObjects.h"
+#include "sql/Database.h"
 
 // The host's member-card lists: 50 every card, 51 the cards a card may be changed to (unused).
 // Neither lists a deleted card (FDeleted not 0): whatever the condition, no screen, lookup window

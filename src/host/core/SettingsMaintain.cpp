@@ -1,7 +1,7 @@
 #include "SettingsMaintain.h"
 
 #include "SqlText.h"
-#include "db/SharedDatabases.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

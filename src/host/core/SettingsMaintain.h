@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "db/Database.h"
 #include "platform/BusinessObjects.h"
+#include "sql/Database.h"
 
 // Company settings of a category in t_SystemProfile.
 namespace ormex::host {

@@ -7,12 +7,12 @@
 #include <fstream>
 
 #include "SqlText.h"
-#include "db/Database.h"
-#include "db/Operators.h"
-#include "db/SharedDatabases.h"
 #include "platform/Clock.h"
 #include "platform/HostServices.h"
 #include "platform/Text.h"
+#include "sql/Database.h"
+#include "store/Operators.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

@@ -10,9 +10,9 @@
 #include "HostLog.h"
 #include "ModuleLoader.h"
 #include "TableCsvExport.h"
-#include "db/SharedDatabases.h"
 #include "platform/HostServices.h"
 #include "platform/Text.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "db/HqOutbox.h"
 #include "host/core/HostRuntime.h"
+#include "store/HqOutbox.h"
 
 class QLabel;
 class QPushButton;

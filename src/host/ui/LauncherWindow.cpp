@@ -11,9 +11,9 @@
 #include "LiabilityReportWindow.h"
 #include "ModuleLoader.h"
 #include "ReconciliationWindow.h"
-#include "db/HqOutbox.h"
-#include "db/SharedDatabases.h"
 #include "platform/HostServices.h"
+#include "store/HqOutbox.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

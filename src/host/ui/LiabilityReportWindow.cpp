@@ -19,11 +19,11 @@
 #include <QValueAxis>
 
 #include "HostLog.h"
-#include "db/SharedDatabases.h"
 #include "platform/Clock.h"
 #include "platform/CsvFile.h"
 #include "platform/HostServices.h"
 #include "platform/NumberText.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

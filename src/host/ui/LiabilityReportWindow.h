@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "db/LiabilityReport.h"
 #include "platform/CsvFile.h"
+#include "store/LiabilityReport.h"
 
 class QDateEdit;
 class QTableWidget;

@@ -8,8 +8,8 @@
 #include <QVBoxLayout>
 
 #include "HostLog.h"
-#include "db/SharedDatabases.h"
 #include "platform/HostServices.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

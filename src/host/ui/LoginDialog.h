@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "db/Operators.h"
+#include "store/Operators.h"
 
 class QLabel;
 class QLineEdit;

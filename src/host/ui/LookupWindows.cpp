@@ -3,13 +3,13 @@
 #include <QApplication>
 
 #include "LookupDialog.h"
-#include "db/Database.h"
-#include "db/SharedDatabases.h"
 #include "host/core/CardMaintain.h"
 #include "host/core/MemberLists.h"
 #include "host/core/SqlText.h"
 #include "platform/BusinessObjects.h"
 #include "platform/Text.h"
+#include "sql/Database.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

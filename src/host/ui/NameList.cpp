@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "HostLog.h"
-#include "db/Database.h"
-#include "db/SharedDatabases.h"
 #include "host/core/CardMaintain.h"
 #include "host/core/MemberLists.h"
 #include "host/core/SqlText.h"
 #include "platform/Text.h"
+#include "sql/Database.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

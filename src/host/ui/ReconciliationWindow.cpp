@@ -11,9 +11,9 @@
 #include "HostLog.h"
 #include "ModuleLoader.h"
 #include "TableCsvExport.h"
-#include "db/SharedDatabases.h"
 #include "host/core/DatabaseConnection.h"
 #include "platform/HostServices.h"
+#include "store/SharedDatabases.h"
 
 namespace ormex::host {
 

@@ -2,8 +2,8 @@
 
 #include <QDialog>
 
-#include "db/Reconciliation.h"
 #include "host/core/HostRuntime.h"
+#include "store/Reconciliation.h"
 
 class QLabel;
 class QTableWidget;

@@ -5,8 +5,8 @@
 #include "LookupWindows.h"
 #include "NameList.h"
 #include "QtMessageService.h"
-#include "db/PgConnection.h"
 #include "platform/HostServices.h"
+#include "sql/PgConnection.h"
 
 namespace ormex::host {
 

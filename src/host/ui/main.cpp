@@ -13,10 +13,10 @@
 #include "LoginDialog.h"
 #include "ModuleLoader.h"
 #include "UiServices.h"
-#include "db/Operators.h"
-#include "db/SchemaUpgrade.h"
-#include "db/SharedDatabases.h"
 #include "host/core/HostRuntime.h"
+#include "store/Operators.h"
+#include "store/SchemaUpgrade.h"
+#include "store/SharedDatabases.h"
 
 using namespace ormex;
 

@@ -5,15 +5,15 @@
 
 #include <filesystem>
 
-#include "db/CardLedger.h"
-#include "db/SchemaUpgrade.h"
-#include "db/SharedDatabases.h"
 #include "host/core/ApprovalMaintain.h"
 #include "host/core/CardMaintain.h"
 #include "host/core/DatabaseConnection.h"
 #include "host/core/MemberLists.h"
 #include "host/core/SettingsMaintain.h"
 #include "platform/BalanceCodec.h"
+#include "store/CardLedger.h"
+#include "store/SchemaUpgrade.h"
+#include "store/SharedDatabases.h"
 #include "support/TestClock.h"
 #include "support/TestDatabase.h"
 #include "support/TestHost.h"

@@ -3,9 +3,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "db/Operators.h"
 #include "host/core/TaskLock.h"
 #include "platform/Clock.h"
+#include "store/Operators.h"
 #include "support/TestDatabase.h"
 
 using ormex::host::TaskLock;

@@ -15,8 +15,6 @@
 
 #include <cstdlib>
 
-#include "db/DemoData.h"
-#include "db/LargeData.h"
 #include "host/ui/HostCommandLine.h"
 #include "host/ui/LauncherWindow.h"
 #include "host/ui/LookupDialog.h"
@@ -24,6 +22,8 @@
 #include "host/ui/LookupWindows.h"
 #include "host/ui/ModuleLoader.h"
 #include "host/ui/NameList.h"
+#include "store/DemoData.h"
+#include "store/LargeData.h"
 #include "support/TestHost.h"
 
 using namespace ormex;

@@ -11,8 +11,8 @@
 #include <QProcess>
 #include <QTableWidget>
 
-#include "db/DemoData.h"
 #include "host/ui/LiabilityReportWindow.h"
+#include "store/DemoData.h"
 #include "support/ScreenShots.h"
 #include "support/TestHost.h"
 

@@ -8,10 +8,10 @@
 
 #include <cstdlib>
 
-#include "db/Operators.h"
 #include "host/ui/LauncherWindow.h"
 #include "host/ui/LoginDialog.h"
 #include "host/ui/ModuleLoader.h"
+#include "store/Operators.h"
 #include "support/TestHost.h"
 
 using namespace ormex;

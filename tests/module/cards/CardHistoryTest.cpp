@@ -9,15 +9,15 @@
 #include <QLineEdit>
 
 #include "CardScreenFixture.h"
-#include "db/CardLedger.h"
-#include "db/CsvRecords.h"
-#include "db/DemoData.h"
 #include "module/cards/dlgCardHistory.h"
 #include "module/frame/Gateway.h"
 #include "module/frame/Grid.h"
 #include "module/points/PointsStatements.h"
 #include "module/storedvalue/StoredValueFixture.h"
 #include "module/storedvalue/StoredValueStatements.h"
+#include "store/CardLedger.h"
+#include "store/CsvRecords.h"
+#include "store/DemoData.h"
 
 using namespace ormex;
 using module::cards::dlgCardHistory;

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "CardScreenFixture.h"
-#include "db/CardLedger.h"
 #include "host/core/CardMaintain.h"
 #include "module/cards/dlgChangeCard.h"
 #include "module/cards/dlgPWD.h"
 #include "module/frame/Gateway.h"
+#include "store/CardLedger.h"
 
 #include <QKeyEvent>
 

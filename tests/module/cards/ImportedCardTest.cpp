@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "CardScreenFixture.h"
-#include "db/CardImport.h"
 #include "module/storedvalue/StoredValueFixture.h"
+#include "store/CardImport.h"
 
 using namespace ormex;
 

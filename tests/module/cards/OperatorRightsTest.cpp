@@ -5,8 +5,8 @@
 #include <QRadioButton>
 
 #include "CardScreenFixture.h"
-#include "db/Operators.h"
 #include "module/points/PointsScreenFixture.h"
+#include "store/Operators.h"
 
 using namespace ormex;
 

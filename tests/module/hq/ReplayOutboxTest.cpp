@@ -1,13 +1,13 @@
 #include <gtest/gtest.h>
 
-#include "db/CardLedger.h"
-#include "db/DatabaseCopy.h"
-#include "db/Reconciliation.h"
 #include "module/frame/Gateway.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/ReplayOutbox.h"
 #include "module/points/PointsStatements.h"
 #include "module/storedvalue/StoredValueStatements.h"
+#include "store/CardLedger.h"
+#include "store/DatabaseCopy.h"
+#include "store/Reconciliation.h"
 #include "support/TestHost.h"
 
 using namespace ormex;

@@ -6,8 +6,6 @@
 #include <vector>
 
 #include "BothEngines.h"
-#include "db/DemoData.h"
-#include "db/OperLog.h"
 #include "host/core/ApprovalMaintain.h"
 #include "host/core/CardMaintain.h"
 #include "host/core/MemberLists.h"
@@ -24,6 +22,8 @@
 #include "platform/BalanceCodec.h"
 #include "platform/BusinessObjects.h"
 #include "platform/NumberText.h"
+#include "store/DemoData.h"
+#include "store/OperLog.h"
 
 using namespace ormex;
 using ormex::test::kMixedCaseCardAsTyped;

@@ -5,16 +5,16 @@
 #include <algorithm>
 #include <map>
 
-#include "db/CardLedger.h"
-#include "db/CardSeal.h"
-#include "db/DemoData.h"
-#include "db/LargeData.h"
-#include "db/PgCopy.h"
-#include "db/PgSchema.h"
-#include "db/SqliteStatement.h"
 #include "platform/BalanceCodec.h"
 #include "platform/HostServices.h"
 #include "platform/Text.h"
+#include "sql/SqliteStatement.h"
+#include "store/CardLedger.h"
+#include "store/CardSeal.h"
+#include "store/DemoData.h"
+#include "store/LargeData.h"
+#include "store/PgCopy.h"
+#include "store/PgSchema.h"
 
 namespace ormex::test {
 

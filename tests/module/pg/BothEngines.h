@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "db/PgDatabase.h"
 #include "host/core/HostRuntime.h"
 #include "platform/BusinessObjects.h"
 #include "platform/Recordset.h"
+#include "sql/PgDatabase.h"
 #include "support/PgTestDatabase.h"
 #include "support/TestClock.h"
 #include "support/TestDatabase.h"

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "db/PgCopy.h"
-#include "db/PgSchema.h"
 #include "module/hq/HqLink.h"
+#include "store/PgCopy.h"
+#include "store/PgSchema.h"
 #include "support/PgTestDatabase.h"
 #include "support/TestHost.h"
 

@@ -9,13 +9,13 @@
 #include <chrono>
 #include <thread>
 
-#include "db/PgSchema.h"
 #include "host/core/HostRuntime.h"
 #include "module/frame/Gateway.h"
 #include "module/hq/HqLink.h"
 #include "module/hq/ReplayOutbox.h"
 #include "module/points/PointsStatements.h"
 #include "platform/HostServices.h"
+#include "store/PgSchema.h"
 #include "support/PgTestDatabase.h"
 #include "support/TestDatabase.h"
 #include "support/TillServices.h"

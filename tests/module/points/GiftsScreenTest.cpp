@@ -2,16 +2,16 @@
 // exchanged for the gifts a card can afford.
 #include <gtest/gtest.h>
 
-#include "db/Operators.h"
+#include "store/Operators.h"
 
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTabWidget>
 
 #include "PointsScreenFixture.h"
-#include "db/DemoData.h"
 #include "module/frame/Gateway.h"
 #include "module/widgets/InputField.h"
+#include "store/DemoData.h"
 
 using namespace ormex;
 using test::PointsScreen;

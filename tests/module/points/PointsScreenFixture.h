@@ -8,12 +8,12 @@
 #include <cstdlib>
 #include <functional>
 
-#include "db/DemoData.h"
 #include "module/frame/Grid.h"
 #include "module/hq/HqLink.h"
 #include "module/points/frmPointManage.h"
 #include "module/widgets/InputField.h"
 #include "platform/Text.h"
+#include "store/DemoData.h"
 #include "support/GridTyping.h"
 #include "support/RecordingCardMaintain.h"
 #include "support/ScreenShots.h"

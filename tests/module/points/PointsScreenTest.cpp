@@ -13,7 +13,6 @@
 #include <QTabWidget>
 
 #include "PointsScreenFixture.h"
-#include "db/DemoData.h"
 #include "module/Application.h"
 #include "module/frame/FormRegistry.h"
 #include "module/frame/GridPrinter.h"
@@ -22,6 +21,7 @@
 #include "module/widgets/CodeList.h"
 #include "platform/HostServices.h"
 #include "platform/Lookups.h"
+#include "store/DemoData.h"
 
 using namespace ormex;
 using test::PointsScreen;

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "StoredValueFixture.h"
-#include "db/Operators.h"
+#include "store/Operators.h"
 
 using namespace ormex;
 using test::StoredValueScreen;

@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "StoredValueFixture.h"
-#include "db/Database.h"
 #include "module/hq/ReplayOutbox.h"
+#include "sql/Database.h"
 
 using namespace ormex;
 using test::StoredValueScreen;

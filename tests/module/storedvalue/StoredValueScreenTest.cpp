@@ -9,12 +9,12 @@
 #include <chrono>
 
 #include "StoredValueFixture.h"
-#include "db/Database.h"
-#include "db/SharedDatabases.h"
 #include "host/ui/QtMessageService.h"
 #include "module/Application.h"
 #include "module/frame/FormRegistry.h"
 #include "module/widgets/CodeList.h"
+#include "sql/Database.h"
+#include "store/SharedDatabases.h"
 
 using namespace ormex;
 using test::StoredValueScreen;
