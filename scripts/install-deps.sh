@@ -4,7 +4,8 @@
 set -euo pipefail
 packages=(build-essential cmake ninja-build pkg-config qt6-base-dev qt6-charts-dev libgl1-mesa-dev libsqlite3-dev sqlite3
           libgtest-dev libgmock-dev libbenchmark-dev fonts-noto-cjk poppler-utils clang-format
-          clang libclang-rt-14-dev postgresql libpq-dev libssl-dev libsodium-dev locales)
+          clang libclang-rt-14-dev postgresql libpq-dev libssl-dev libsodium-dev locales
+          help2man lintian)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

@@ -176,6 +176,46 @@ TEST_F(AdminCommands, TheInstalledCommandExitsNonZeroOnFailure)
     EXPECT_EQ(std::system((std::string(ORMEX_DB_BINARY) + " --help >/dev/null").c_str()), 0);
 }
 
+TEST_F(AdminCommands, EachCommandHasItsHelpAndABadArgumentNamesItsUsage)
+{
+    const Result help = run({"help", "import-cards"});
+    EXPECT_EQ(help.code, 0);
+    EXPECT_TRUE(help.out.starts_with("Usage: ormex-db import-cards <db> <file.csv> [--dry-run]")) << help.out;
+    EXPECT_NE(help.out.find("--dry-run "), std::string::npos) << "its options are described";
+    EXPECT_EQ(run({"import-cards", "--help"}).out, help.out);
+    EXPECT_EQ(run({"user", "-h"}).out.find("Usage: ormex-db user add <db> <login>"), 0u);
+    EXPECT_NE(run({"--help"}).out.find("ormex-db help <command>"), std::string::npos);
+
+    for (const std::vector<std::string>& unknown :
+         {std::vector<std::string>{"frobnicate"}, {"help", "frobnicate"}}) {
+        const Result refused = run(unknown);
+        EXPECT_EQ(refused.code, 2);
+        EXPECT_NE(refused.err.find("unknown command 'frobnicate'"), std::string::npos) << refused.err;
+    }
+
+    // Whether Qt or the command refuses the argument, the error names the command's usage.
+    const std::string db = dir + "/a.db";
+    ASSERT_EQ(run({"create", db}).code, 0);
+    for (const std::vector<std::string>& bad : {std::vector<std::string>{"generate", db, "5", "--dry-run"},
+                                                {"generate", db},
+                                                {"generate", db, "--user"}}) {
+        const Result refused = run(bad);
+        EXPECT_EQ(refused.code, 2) << bad.back();
+        EXPECT_NE(refused.err.find("\nUsage: ormex-db generate <db> <count>"), std::string::npos)
+            << refused.err;
+    }
+    EXPECT_NE(run({"generate", db, "5", "--dry-run"}).err.find("Unknown option 'dry-run'"),
+              std::string::npos);
+
+    // Options every command takes may come before the command word, as they always could.
+    std::filesystem::create_directory(dir + "/elsewhere");
+    const Result upgrade = run({"--config", dir + "/elsewhere/host.conf", "create", dir + "/b.db"});
+    EXPECT_EQ(upgrade.code, 0) << upgrade.err;
+    EXPECT_TRUE(std::filesystem::exists(dir + "/elsewhere/host.conf"));
+
+    EXPECT_EQ(run({"--version"}).out, "ormex-db " ORMEX_PROJECT_VERSION "\n");
+}
+
 TEST_F(AdminCommands, TheLiabilityReportAsTablesAndAsCsv)
 {
     const std::string db = dir + "/r.db";

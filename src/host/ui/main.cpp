@@ -48,8 +48,9 @@ int main(int argc, char** argv)
         std::cerr << "ormex-host: " << error.what() << '\n';
         return 2;
     }
-    if (line.help) {
-        std::cout << host::HostCommandLine::usage();
+    // Answered before any window system is touched: help2man runs these on a machine without one.
+    if (line.help || line.version) {
+        std::cout << (line.help ? host::HostCommandLine::helpText() : host::HostCommandLine::versionText());
         return 0;
     }
     QApplication app(argc, argv);

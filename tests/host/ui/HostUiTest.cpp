@@ -200,10 +200,37 @@ TEST(HostCommandLine, DefaultsOptionsAndRefusals)
     EXPECT_EQ(direct.tab, 2);
     EXPECT_EQ(direct.config.svCardShareType, false);
     EXPECT_EQ(direct.config.branchNum, "03");
-    EXPECT_TRUE(host::HostCommandLine::parse({"--help"}).help);
+    EXPECT_EQ(host::HostCommandLine::parse({"--data=/elsewhere", "--user", "cashier"}).config.login,
+              "cashier");
     for (const std::vector<std::string>& bad : std::vector<std::vector<std::string>>{
              {"--function", "x"}, {"--user-id"}, {"--is-branch", "maybe"}, {"--colour", "red"}, {"stray"}})
         EXPECT_THROW(host::HostCommandLine::parse(bad), std::runtime_error) << bad[0];
+    // Qt's words for what its parser refuses.
+    auto refusal = [](const std::vector<std::string>& args) {
+        try {
+            host::HostCommandLine::parse(args);
+        } catch (const std::runtime_error& error) {
+            return std::string(error.what());
+        }
+        return std::string();
+    };
+    EXPECT_EQ(refusal({"--colour", "red"}), "Unknown option 'colour'.");
+    EXPECT_EQ(refusal({"--data"}), "Missing value after '--data'.");
+}
+
+TEST(HostCommandLine, HelpAndVersionAnswerWithoutReadingTheSettings)
+{
+    // A settings file that cannot be read would stop the host, but not its help or version.
+    for (const char* asked : {"--help", "-h", "--version"}) {
+        const auto line = host::HostCommandLine::parse({"--config", "/nonexistent/host.conf", asked});
+        EXPECT_TRUE(line.help || line.version) << asked;
+    }
+    EXPECT_EQ(host::HostCommandLine::versionText(), "ormex-host " ORMEX_PROJECT_VERSION "\n");
+    const std::string help = host::HostCommandLine::helpText();
+    EXPECT_EQ(help.find("Usage: ormex-host [options]"), 0u) << help;
+    for (const char* option : {"--data <dir>", "--function <n>", "--screenshot <file>", "--version"})
+        EXPECT_NE(help.find(option), std::string::npos) << option;
+    EXPECT_EQ(help.find("--seal-key"), std::string::npos) << "a key belongs in the settings file";
 }
 
 TEST(Launcher, OffersTheFiveFunctionsAndTheHeadquartersStatus)
