@@ -22,8 +22,11 @@ std::mutex g_connection;
 
 using ConnectionUse = std::lock_guard<std::mutex>;
 
-// The cards one check of a batch names: one query each few hundred cards rather than one a card.
-constexpr std::size_t kCardsPerCheck = 500;
+// A check of a batch names a few hundred cards rather than one: one query for them all. The
+// executor binds up to 500 literals of a query as parameters and compiles each shape once; a query
+// with more is compiled anew each time, which for these long conditions costs more than running
+// them. So a check stays within 500 literals.
+constexpr std::size_t kLiteralsPerCheck = 500;
 
 // The condition that a column still holds the value read from it. Blank is no value. A number is
 // written as the system writes numbers; a sum of decimals made in the database can hold binary
@@ -188,7 +191,8 @@ std::vector<platform::ReadCheck> LiveCardsChecks(const std::vector<std::string>&
     for (auto it = distinct.begin(); it != distinct.end();) {
         list += (listed == 0 ? "" : ",") + platform::quoted(*it);
         ++listed;
-        if (++it == distinct.end() || listed == static_cast<long>(kCardsPerCheck)) {
+        // Each card is a literal, and FDeleted=0 one more.
+        if (++it == distinct.end() || listed == static_cast<long>(kLiteralsPerCheck - 1)) {
             checks.push_back(
                 {"select count(*) as n from T_Pos_VipRecord where FCardId in (" + list + ") and FDeleted=0",
                  "n", platform::Value(listed)});
@@ -215,7 +219,8 @@ std::vector<platform::ReadCheck> CardPointsChecks(const std::vector<CardPointsRe
         conditions += (listed == 0 ? "(" : " or (") + std::string("FCardId=") + platform::quoted(it->first) +
                       " and " + it->second + ")";
         ++listed;
-        if (++it == distinct.end() || listed == static_cast<long>(kCardsPerCheck)) {
+        // Three literals a card: its number and its two values.
+        if (++it == distinct.end() || listed == static_cast<long>(kLiteralsPerCheck / 3)) {
             checks.push_back({"select count(*) as n from T_Pos_VipRecord where " + conditions, "n",
                               platform::Value(listed)});
             conditions.clear();

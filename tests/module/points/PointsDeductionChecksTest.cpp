@@ -69,14 +69,15 @@ TEST(PointsDeductionChecks, TheChangedCardIsFoundInAnyGroupOfCards)
 {
     PointsScreen t;
     t.host.branch().exec("update T_Pos_VipRecord set FAccFlag=0 where FCardId='P4'");
-    // 1,200 cards besides the fixture's: three groups of checks.
+    // 1,200 cards besides the fixture's: several groups of checks.
     t.host.branch().exec(
         "with recursive n(i) as (select 0 union all select i+1 from n where i<1199)"
         " insert into T_Pos_VipRecord (FCardId,FVipName,FCardType,FCardStatus,FAccNum,FDecNum,"
         "FAccFlag) select 'R'||(100000+i),'会员'||i,'01','0',100,10,1 from n");
     const auto before = written(t);
-    // One card of each group, in the order the checks list the cards.
-    for (const char* card : {"R100003", "R100700", "R101150"}) {
+    // A card of the first group, of one in the middle and of the last, in the order the checks
+    // list the cards.
+    for (const char* card : {"R100003", "R100700", "R101199"}) {
         deductFromEveryRow(t, "1", [&] {
             t.host.branch().exec("update T_Pos_VipRecord set FDecNum=11 where FCardId='" + std::string(card) +
                                  "'");
