@@ -1,5 +1,6 @@
 #include "Gateway.h"
 
+#include <charconv>
 #include <mutex>
 #include <set>
 #include <stdexcept>
@@ -8,6 +9,7 @@
 #include "OffThreadRun.h"
 #include "Session.h"
 #include "platform/HostServices.h"
+#include "platform/NumberText.h"
 #include "platform/Text.h"
 
 namespace ormex::module::frame {
@@ -19,6 +21,30 @@ namespace {
 std::mutex g_connection;
 
 using ConnectionUse = std::lock_guard<std::mutex>;
+
+// A check of a batch names a few hundred cards rather than one: one query for them all. The
+// executor binds up to 500 literals of a query as parameters and compiles each shape once; a query
+// with more is compiled anew each time, which for these long conditions costs more than running
+// them. So a check stays within 500 literals.
+constexpr std::size_t kLiteralsPerCheck = 500;
+
+// The condition that a column still holds the value read from it. Blank is no value. A number is
+// written as the system writes numbers; a sum of decimals made in the database can hold binary
+// digits beyond the 15 that writes, and then it is written with as many digits as it takes to read
+// back the same number, so that an unchanged value still compares equal.
+std::string stillHolds(const char* column, const platform::Value& read)
+{
+    if (read.isBlank()) return std::string(column) + " is null";
+    if (!read.isNumeric()) return std::string(column) + "=" + platform::quoted(read.toString());
+    const double value = read.toDouble();
+    std::string number = platform::formatNumber(value);
+    if (platform::parseNumber(number) != value) {
+        char digits[400];
+        const auto written = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed);
+        number.assign(digits, written.ptr);
+    }
+    return std::string(column) + "=" + number;
+}
 
 platform::HostServices& host()
 {
@@ -155,7 +181,6 @@ platform::ReadCheck LiveCardCheck(const std::string& card)
 
 std::vector<platform::ReadCheck> LiveCardsChecks(const std::vector<std::string>& cards)
 {
-    constexpr std::size_t kCardsPerCheck = 500;
     // Card numbers compare without regard to case: a card listed twice counts once.
     std::set<std::string> distinct;
     for (const std::string& card : cards)
@@ -166,11 +191,39 @@ std::vector<platform::ReadCheck> LiveCardsChecks(const std::vector<std::string>&
     for (auto it = distinct.begin(); it != distinct.end();) {
         list += (listed == 0 ? "" : ",") + platform::quoted(*it);
         ++listed;
-        if (++it == distinct.end() || listed == static_cast<long>(kCardsPerCheck)) {
+        // Each card is a literal, and FDeleted=0 one more.
+        if (++it == distinct.end() || listed == static_cast<long>(kLiteralsPerCheck - 1)) {
             checks.push_back(
                 {"select count(*) as n from T_Pos_VipRecord where FCardId in (" + list + ") and FDeleted=0",
                  "n", platform::Value(listed)});
             list.clear();
+            listed = 0;
+        }
+    }
+    return checks;
+}
+
+std::vector<platform::ReadCheck> CardPointsChecks(const std::vector<CardPointsRead>& cards)
+{
+    // One condition per card and values read. Card numbers compare without regard to case: a card
+    // listed twice with the same values is one condition. Listed with other values as well, it is
+    // two conditions that one row cannot both meet, so the count falls short.
+    std::set<std::pair<std::string, std::string>> distinct;
+    for (const CardPointsRead& read : cards)
+        distinct.emplace(platform::toUpperAscii(read.card), stillHolds("FAccNum", read.accumulated) +
+                                                                " and " + stillHolds("FDecNum", read.used));
+    std::vector<platform::ReadCheck> checks;
+    std::string conditions;
+    long listed = 0;
+    for (auto it = distinct.begin(); it != distinct.end();) {
+        conditions += (listed == 0 ? "(" : " or (") + std::string("FCardId=") + platform::quoted(it->first) +
+                      " and " + it->second + ")";
+        ++listed;
+        // Three literals a card: its number and its two values.
+        if (++it == distinct.end() || listed == static_cast<long>(kLiteralsPerCheck / 3)) {
+            checks.push_back({"select count(*) as n from T_Pos_VipRecord where " + conditions, "n",
+                              platform::Value(listed)});
+            conditions.clear();
             listed = 0;
         }
     }

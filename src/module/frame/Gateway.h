@@ -52,6 +52,18 @@ platform::ReadCheck LiveCardCheck(const std::string& card);
 // The same check for many cards, a few hundred to a check (a check is a query in the batch's
 // transaction): each holds while every card it names is still there and not deleted.
 std::vector<platform::ReadCheck> LiveCardsChecks(const std::vector<std::string>& cards);
+// A card's accumulated and used points (FAccNum, FDecNum) as a save read them; blank when the card
+// was not found.
+struct CardPointsRead
+{
+    std::string card;
+    platform::Value accumulated;
+    platform::Value used;
+};
+// The checks that the cards' points still are what was read, a few hundred cards to a check: each
+// holds while every card it names is there with both values (a blank one: none). A card listed
+// twice with the same values counts once; listed with other values as well, its check cannot hold.
+std::vector<platform::ReadCheck> CardPointsChecks(const std::vector<CardPointsRead>& cards);
 // The named field of the first row; "" when the query returns no row. Errors reach the caller.
 platform::Value GetFieldValue(const std::string& sql, const std::string& field);
 

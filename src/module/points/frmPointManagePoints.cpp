@@ -300,6 +300,7 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
     m_progress->setValue(0);
     m_slice.invalidate();
     std::vector<std::string> live;
+    std::vector<frame::CardPointsRead> pointsRead;
     // A reward needs no read of the cards.
     const std::unordered_map<std::string, Held> held =
         op == Reward ? std::unordered_map<std::string, Held>{} : readHeld(rows);
@@ -348,9 +349,13 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
                                          : values ? values->used
                                                   : none;
             // The card row is written with values computed from these: they must still stand then.
-            auto& checks = m_linked ? m_hqChecks : m_localChecks;
-            checks.push_back({accSql, "FAccNum", accumulated});
-            checks.push_back({decSql, "FDecNum", used});
+            // Here they are checked a few hundred cards at a time, once every card is built.
+            if (m_linked) {
+                m_hqChecks.push_back({accSql, "FAccNum", accumulated});
+                m_hqChecks.push_back({decSql, "FDecNum", used});
+            } else {
+                pointsRead.push_back({card, accumulated, used});
+            }
             batch += DeductionGroup(session, static_cast<int>(i + 1), card, points, accumulated.toDouble(),
                                     used.toDouble());
             break;
@@ -361,6 +366,8 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
         }
         m_progress->setValue(m_progress->value() + 1);
     }
+    for (platform::ReadCheck& check : frame::CardPointsChecks(pointsRead))
+        m_localChecks.push_back(std::move(check));
     for (platform::ReadCheck& check : frame::LiveCardsChecks(live))
         m_localChecks.push_back(std::move(check));
     return true;

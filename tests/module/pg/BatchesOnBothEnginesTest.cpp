@@ -12,6 +12,7 @@
 #include "module/cards/CardHistory.h"
 #include "module/cards/CardSearchRules.h"
 #include "module/cards/CardStatusRules.h"
+#include "module/frame/Gateway.h"
 #include "module/frame/SavePackage.h"
 #include "module/hq/OperationLog.h"
 #include "module/hq/ReplayOutbox.h"
@@ -125,17 +126,18 @@ TEST_F(BatchesOnBothEngines, PointsRewardAtOwnAndOtherBranch)
 TEST_F(BatchesOnBothEngines, PointsDeductionChangesTheCardOnlyWhereItMay)
 {
     // The screen reads the card's points just before it builds the group, and the batch runs only
-    // while they still stand.
+    // while they still stand: checked a group of cards at a time, as the screen checks them.
     std::vector<platform::ReadCheck> checks;
+    std::vector<module::frame::CardPointsRead> read;
     auto group = [&](const points::PointsSession& session, int n, const std::string& card, double points) {
         const std::string acc = "select FAccNum from T_Pos_VipRecord where FCardId='" + card + "'";
         const std::string dec = "select FDecNum from T_Pos_VipRecord where FCardId='" + card + "'";
         expectSameQuery(acc);
         expectSameQuery(dec);
-        checks.push_back({acc, "FAccNum", sqliteValue(acc)});
-        checks.push_back({dec, "FDecNum", sqliteValue(dec)});
-        return points::DeductionGroup(session, n, card, points, checks[checks.size() - 2].expected.toDouble(),
-                                      checks.back().expected.toDouble());
+        read.push_back({card, sqliteValue(acc), sqliteValue(dec)});
+        checks = module::frame::CardPointsChecks(read);
+        return points::DeductionGroup(session, n, card, points, read.back().accumulated.toDouble(),
+                                      read.back().used.toDouble());
     };
     const auto withTotals = cards(kTotalsAtOwn + " and r.FAccNum-r.FDecNum>=30", 3);
     const auto withoutTotals = cards(kNoTotalsAtOwn + " and r.FAccNum-r.FDecNum>=30", 3);
@@ -144,7 +146,7 @@ TEST_F(BatchesOnBothEngines, PointsDeductionChangesTheCardOnlyWhereItMay)
     // Whole numbers whose order as text is not their order as numbers (510 against 1000).
     const auto thousands = cards("r.FAccNum>=1000 and r.FDecNum+60<1000", 3);
     auto ownBatch = [&] {
-        checks.clear();
+        read.clear();
         std::string batch;
         int n = 0;
         for (const std::string& card : joined(withTotals, joined(withoutTotals, nearlyUsed)))
@@ -164,7 +166,7 @@ TEST_F(BatchesOnBothEngines, PointsDeductionChangesTheCardOnlyWhereItMay)
     RecordProperty("rows_compared", static_cast<int>(expectSameRows()));
 
     // At another branch the card changes only where that branch's totals existed.
-    checks.clear();
+    read.clear();
     std::string other;
     int n = 0;
     for (const std::string& card : joined(cards(kTotalsAtOther, 3), withoutTotals))
