@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "SealedCardUpdate.h"
 #include "Shapes.h"
 #include "module/frame/SavePackage.h"
 #include "module/points/GiftCatalogueStatements.h"
@@ -146,7 +147,7 @@ std::vector<std::string> cardOperationBatches(const std::vector<Card>& cards)
 // The status update of every card, each in its own transaction.
 void floorCardOperations(sqlite3* db, const std::vector<Card>& cards, const std::string&)
 {
-    Statement update(db, "UPDATE T_Pos_VipRecord SET FCardStatus = ?2 WHERE FCardId = ?1");
+    Statement update(db, cardUpdate({{"FCardStatus", "?2"}}, "FCardId = ?1").c_str());
     for (const Card& c : cards)
         inTransaction(db, [&] { update.text(1, c.id).text(2, kLostStatus).run(); });
 }

@@ -2,6 +2,7 @@
 // exchange), and their floors.
 #include <algorithm>
 
+#include "SealedCardUpdate.h"
 #include "Shapes.h"
 #include "module/points/PointsStatements.h"
 
@@ -74,7 +75,7 @@ void floorReward(sqlite3* db, const std::vector<Card>& cards, const std::string&
         " FVipAccNum = ifnull(FVipAccNum, 0) + ?3 WHERE FCardId = ?1 AND Fbranchid = ?2",
         "INSERT INTO T_Pos_VipConsume (FCardId, Fbranchid, FBranchno, FVipCurAccNum, FVipAccNum, FComFlag)"
         " VALUES (?1, ?2, ?3, ?4, ?4, '0')");
-    Statement card(db, "UPDATE T_Pos_VipRecord SET FAccNum = ifnull(FAccNum, 0) + ?2 WHERE FCardId = ?1");
+    Statement card(db, cardUpdate({{"FAccNum", "ifnull(FAccNum, 0) + ?2"}}, "FCardId = ?1").c_str());
     for (const Card& c : cards) {
         movement.integer(1, kBranchId).text(2, kBranchNo).text(3, c.id).text(4, "3").real(5, kRewardPoints);
         movement.integer(6, kUser).text(7, now).text(8, "积分奖励").integer(9, 0).run();
@@ -100,7 +101,7 @@ void floorDeduction(sqlite3* db, const std::vector<Card>& cards, const std::stri
     ConsumeTotals totals(db,
                          "UPDATE T_Pos_VipConsume SET FVipMinusTotalNum = ifnull(FVipMinusTotalNum, 0) + ?3"
                          " WHERE FCardId = ?1 AND Fbranchid = ?2");
-    Statement card(db, "UPDATE T_Pos_VipRecord SET FDecNum = ?2, FAccNum = ?3 WHERE FCardId = ?1");
+    Statement card(db, cardUpdate({{"FDecNum", "?2"}, {"FAccNum", "?3"}}, "FCardId = ?1").c_str());
     for (const Card& c : cards) {
         movement.integer(1, kBranchId)
             .text(2, kBranchNo)
@@ -136,7 +137,7 @@ void floorClearing(sqlite3* db, const std::vector<Card>& cards, const std::strin
     ConsumeTotals totals(
         db, "UPDATE T_Pos_VipConsume SET FComFlag = 0, FVipMinusTotalNum = ifnull(FVipMinusTotalNum, 0)"
             " + ?3 WHERE FCardId = ?1 AND Fbranchid = ?2");
-    Statement card(db, "UPDATE T_Pos_VipRecord SET FDecNum = FAccNum WHERE FCardId = ?1");
+    Statement card(db, cardUpdate({{"FDecNum", "FAccNum"}}, "FCardId = ?1").c_str());
     for (const Card& c : cards) {
         const double remaining = c.accumulated - c.used;
         movement.integer(1, kBranchId).text(2, kBranchNo).text(3, c.id).text(4, "5").real(5, remaining);
@@ -171,7 +172,7 @@ void floorExchange(sqlite3* db, const std::vector<Card>& cards, const std::strin
     ConsumeTotals totals(
         db, "UPDATE T_Pos_VipConsume SET FComFlag = '0', FVipMinusTotalNum = ifnull(FVipMinusTotalNum, 0)"
             " + ?3 WHERE FCardId = ?1 AND Fbranchid = ?2");
-    Statement card(db, "UPDATE T_Pos_VipRecord SET FDecNum = FDecNum + ?2 WHERE FCardId = ?1");
+    Statement card(db, cardUpdate({{"FDecNum", "FDecNum + ?2"}}, "FCardId = ?1").c_str());
     for (const Card& c : cards) {
         movement.integer(1, 1).text(2, kBranchNo).text(3, c.id).integer(4, 1).integer(5, 1).integer(6, 5);
         movement.integer(7, kUser).text(8, now).integer(9, 0).run();

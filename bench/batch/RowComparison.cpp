@@ -1,6 +1,7 @@
 #include "RowComparison.h"
 
 #include <tuple>
+#include <utility>
 
 #include "NativeSqlite.h"
 #include "sql/Database.h"
@@ -30,20 +31,21 @@ constexpr const char* kTotals[] = {
 // The columns compared row by row: every column, the storage class where the column has no type,
 // and no date-time written by getdate() (the executor asks the clock for each statement).
 constexpr const char* kRows[][2] = {
-    // Every column but the seal and the ledger's head, which only the executor's connection writes
-    // (checked apart).
+    // Every column but the seal and the ledger head's link, which cover the movements' date-times;
+    // the head's sequence number is compared.
     {"T_Pos_VipRecord",
-     "FFlowId, FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus, FVipStartDate, FVipEndDate, "
+     "FLedgerSeq, FFlowId, FCardId, FCardFlowno, FVipName, mobile, FCardType, FCardStatus, FVipStartDate, "
+     "FVipEndDate, "
      "FAccNum, FDecNum, FResidualAmt, FPlusAmt, FSavingFlag, FAccFlag, FDeleted, password, FBranchno, "
      "FOperDate, FModifyDate, FUserName, FVipTax, limit_use, salesman, FVipSex, birthday, marriage, FVipTel, "
      "company, FVipEmail, FSocialId, FVipAdd, FVipZip, FSalaryLevel, degree, favor, memo, nation"},
     {"T_Pos_VipGiftList",
-     "FID, Fbranchid, typeof(Fbranchid), FBranchno, FCardId, flag, Fitemid, typeof(Fitemid), "
+     "FID, FSeq, Fbranchid, typeof(Fbranchid), FBranchno, FCardId, flag, Fitemid, typeof(Fitemid), "
      "FItemNum, FVipNum, FVipPlusAmt, fuserid, FAuxPropID, memo, FComFlag, typeof(FComFlag)"},
     {"T_Pos_VipConsume", "*, typeof(FComFlag)"},
-    // Every column but the ledger's sequence number and link, which only the executor writes.
+    // Every column but the ledger's link, which covers the row's date-time.
     {"T_Pos_AddMoneyList",
-     "FID, FCardId, FPlusAmt, fuserid, FOperDate, FOldAmt, Fbranchid, FBranchno, other1, FPlusRealAmt, "
+     "FID, FSeq, FCardId, FPlusAmt, fuserid, FOperDate, FOldAmt, Fbranchid, FBranchno, other1, FPlusRealAmt, "
      "FResidualAmt, FBalanceStyle, FComFlag, typeof(FPlusAmt), typeof(FResidualAmt)"},
     {"T_Pos_VipPointClear", "FID, hostip, hostname, fuserid, FClearDesc, memo"},
     {"T_Pos_VipGift", "*, typeof(FItemId), typeof(FBranchID), typeof(FItemNum), typeof(FVipNum)"},
@@ -104,17 +106,21 @@ std::string compare(const std::filesystem::path& executed, const std::filesystem
         }
     }
     if (const auto& key = ormex::db::sealKey()) {
-        auto sealed = ormex::db::Database::open(executed.string());
-        const auto broken = ormex::db::sealMismatches(*sealed, *key);
-        if (!broken.empty())
-            return std::to_string(broken.size()) + " cards no longer match their seal, the first " +
-                   broken.front().card;
-        // The made-up cards hold what no movement explains, and a deduction past a card's points
-        // takes what is left: the chains are checked, not the values they explain.
-        const auto chains = ormex::db::ledgerFindings(*sealed, ormex::db::LedgerCheck::ChainsOnly);
-        if (!chains.empty())
-            return std::to_string(chains.size()) + " findings of the movement ledger, the first " +
-                   chains.front().card + ": " + chains.front().text;
+        // Both sides sealed every card they wrote and chained every movement.
+        for (const auto& [path, label] : {std::pair{executed, "executor"}, std::pair{floor, "floor"}}) {
+            auto sealed = ormex::db::Database::open(path.string());
+            const auto broken = ormex::db::sealMismatches(*sealed, *key);
+            if (!broken.empty())
+                return std::string(label) + ": " + std::to_string(broken.size()) +
+                       " cards no longer match their seal, the first " + broken.front().card;
+            // The made-up cards hold what no movement explains, and a deduction past a card's
+            // points takes what is left: the chains are checked, not the values they explain.
+            const auto chains = ormex::db::ledgerFindings(*sealed, ormex::db::LedgerCheck::ChainsOnly);
+            if (!chains.empty())
+                return std::string(label) + ": " + std::to_string(chains.size()) +
+                       " findings of the movement ledger, the first " + chains.front().card + ": " +
+                       chains.front().text;
+        }
     }
     return {};
 }

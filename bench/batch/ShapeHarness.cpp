@@ -10,11 +10,13 @@
 #include <fstream>
 #include <initializer_list>
 #include <map>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 
 #include "DatabaseFiles.h"
 #include "RowComparison.h"
+#include "SealedCardUpdate.h"
 #include "platform/BalanceCodec.h"
 #include "platform/Clock.h"
 #include "sql/Database.h"
@@ -170,6 +172,35 @@ const std::vector<std::string>& batchesFor(const Shape& shape, long cards, const
     return batches;
 }
 
+// A floor's connection. With the ledger, a connection of the system's kind (the seal functions and
+// the ledger's triggers when the process has a seal key), whose card updates write the seal in the
+// statement (SealedCardUpdate.h); without, a bare native connection.
+struct FloorConnection
+{
+    virtual ~FloorConnection() = default;
+    virtual sqlite3* handle() const = 0;
+};
+
+std::unique_ptr<FloorConnection> openFloor(const fs::path& path, bool ledger)
+{
+    struct Sealing : FloorConnection
+    {
+        std::unique_ptr<Database> db;
+        sqlite3* handle() const override { return db->handle(); }
+    };
+    struct Plain : FloorConnection
+    {
+        explicit Plain(const fs::path& path) : db(path) {}
+        Connection db;
+        sqlite3* handle() const override { return db.handle(); }
+    };
+    setFloorSeals(ledger && ormex::db::sealKey().has_value());
+    if (!ledger) return std::make_unique<Plain>(path);
+    auto sealing = std::make_unique<Sealing>();
+    sealing->db = Database::open(path.string());
+    return sealing;
+}
+
 void runFloor(const Shape& shape, const Floor& floor, sqlite3* db)
 {
     if (shape.perCard) {
@@ -209,24 +240,30 @@ void runShape(benchmark::State& state, const Shape* shape)
     const Floor floorRun = shape->floor(t->cards);
     const fs::path executed = tempFile(std::to_string(cards) + "-exec");
     const fs::path floor = tempFile(std::to_string(cards) + "-floor");
+    const fs::path plain = tempFile(std::to_string(cards) + "-plain");
     files().paths.push_back(executed);
     files().paths.push_back(floor);
+    files().paths.push_back(plain);
 
     double execTotal = 0;
     double floorTotal = 0;
+    double plainTotal = 0;
     double peak = 0;
     long runs = 0;
     for (auto _ : state) {
         state.PauseTiming();
         try {
-            freshCopies(*t, {executed, floor});
+            freshCopies(*t, {executed, floor, plain});
             auto db = Database::open(executed.string());
+            // The floor writes the rows the executor writes, seals and ledger included; the plain
+            // floor writes them without the seals and the ledger, for what those cost.
             double floorSeconds = 0;
-            {
-                Connection native(floor);
+            double plainSeconds = 0;
+            for (const bool ledger : {true, false}) {
+                const auto native = openFloor(ledger ? floor : plain, ledger);
                 const auto start = SteadyClock::now();
-                runFloor(*shape, floorRun, native.handle());
-                floorSeconds = seconds(SteadyClock::now() - start);
+                runFloor(*shape, floorRun, native->handle());
+                (ledger ? floorSeconds : plainSeconds) = seconds(SteadyClock::now() - start);
             }
 
             resetPeakMemory();
@@ -247,6 +284,7 @@ void runShape(benchmark::State& state, const Shape* shape)
             }
             execTotal += execSeconds;
             floorTotal += floorSeconds;
+            plainTotal += plainSeconds;
             ++runs;
         } catch (const std::exception& error) {
             state.SkipWithError(error.what());
@@ -254,7 +292,7 @@ void runShape(benchmark::State& state, const Shape* shape)
         }
         state.ResumeTiming();
     }
-    for (const auto& path : {executed, floor})
+    for (const auto& path : {executed, floor, plain})
         removeDatabase(path);
     if (runs == 0) return;
 
@@ -265,6 +303,11 @@ void runShape(benchmark::State& state, const Shape* shape)
     state.counters["ratio"] = floorTotal > 0 ? execTotal / floorTotal : 0;
     state.counters["per_card_us"] = execTotal * 1e6 / static_cast<double>(runs) / n;
     state.counters["floor_per_card_us"] = floorTotal * 1e6 / static_cast<double>(runs) / n;
+    // The plain floor: the same row changes without seals or ledger; the difference to the floor
+    // is what the seals and the ledger cost per card when nothing else is in the way.
+    state.counters["plain_ms"] = plainTotal * 1e3 / static_cast<double>(runs);
+    state.counters["ratio_plain"] = plainTotal > 0 ? execTotal / plainTotal : 0;
+    state.counters["ledger_per_card_us"] = (floorTotal - plainTotal) * 1e6 / static_cast<double>(runs) / n;
     state.counters["batch_mb"] = static_cast<double>(batchBytes) / kMiB;
     state.counters["peak_extra_mb"] = peak / kMiB;
 }
@@ -307,10 +350,10 @@ void runCommitSync(benchmark::State& state, const Shape* shape)
                     std::string("PRAGMA synchronous=") + (times == &full ? "FULL" : "NORMAL");
                 freshCopies(*t, {executed, floor});
                 {
-                    Connection native(floor);
-                    exec(native.handle(), pragma);
+                    const auto native = openFloor(floor, true);
+                    exec(native->handle(), pragma);
                     const auto start = SteadyClock::now();
-                    runFloor(*shape, floorRun, native.handle());
+                    runFloor(*shape, floorRun, native->handle());
                     times->floor += seconds(SteadyClock::now() - start);
                 }
                 auto db = Database::open(executed.string());

@@ -1,5 +1,6 @@
 // The batches of the stored-value screen (the recharge of every card, the recharge of the
 // single-card tab once per card, points converted into stored value), and their floors.
+#include "SealedCardUpdate.h"
 #include "Shapes.h"
 #include "module/storedvalue/StoredValueStatements.h"
 #include "platform/BalanceCodec.h"
@@ -20,7 +21,10 @@ const storedvalue::StoredValueSession kSession{kUserId, "1", kBranchNo};
 
 // The balance statement has the same update on both sides of its is_branch test, so the floor
 // does not ask.
-constexpr const char* kBalanceSql = "UPDATE T_Pos_VipRecord SET FResidualAmt = ?2 WHERE FCardId = ?1";
+std::string balanceSql()
+{
+    return cardUpdate({{"FResidualAmt", "?2"}}, "FCardId = ?1");
+}
 
 // The cards' balances raised by an amount, made before the clock starts as the batch text is.
 struct NewBalances
@@ -71,7 +75,7 @@ std::vector<std::string> singleRechargeBatches(const std::vector<Card>& cards)
 // The recharge of every card, in the caller's transaction or, card by card, each in its own.
 void floorRecharge(sqlite3* db, const std::vector<Card>& cards, const NewBalances& in, bool eachCommitted)
 {
-    Statement balance(db, kBalanceSql);
+    Statement balance(db, balanceSql().c_str());
     Statement money(
         db, "INSERT INTO T_Pos_AddMoneyList (FCardId, FPlusAmt, fuserid, FOperDate, FOldAmt, Fbranchid,"
             " FBranchno, other1, FPlusRealAmt, FResidualAmt, FBalanceStyle, FComFlag)"
@@ -130,8 +134,8 @@ void floorConversion(sqlite3* db, const std::vector<Card>& cards, const NewBalan
     Statement insert(db, kMinusInsertSql);
     Statement update(db, "UPDATE T_Pos_VipConsume SET FVipMinusTotalNum = FVipMinusTotalNum + ?4"
                          " WHERE FCardId = ?1 AND Fbranchid = ?2 AND FBranchNo = ?3");
-    Statement card(db, "UPDATE T_Pos_VipRecord SET FDecNum = FDecNum + ?2 WHERE FCardId = ?1");
-    Statement balance(db, kBalanceSql);
+    Statement card(db, cardUpdate({{"FDecNum", "FDecNum + ?2"}}, "FCardId = ?1").c_str());
+    Statement balance(db, balanceSql().c_str());
     Statement money(
         db, "INSERT INTO T_Pos_AddMoneyList (FCardId, fuserid, FOperDate, FOldAmt, Fbranchid, FBranchno,"
             " FPlusAmt, FResidualAmt, other1, FComFlag) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8,"
