@@ -86,6 +86,9 @@ batch = [
         f"{b['ratio']:.2f}",
         f"{b['per_card_us']:.1f}",
         f"{b['floor_per_card_us']:.1f}",
+        f"{b['plain_ms']:.1f}",
+        f"{b['ratio_plain']:.2f}",
+        f"{b['ledger_per_card_us']:.1f}",
         f"{b['batch_mb']:.1f}",
         f"{b['peak_extra_mb']:.1f}",
     ]
@@ -93,9 +96,11 @@ batch = [
     if "exec_ms" in b
 ]
 table(
-    "Batches: T-SQL executor vs native SQLite floor (same row changes, one transaction per batch;"
-    " the single-card shapes send one batch per card)",
-    ["shape", "cards", "executor ms", "floor ms", "ratio", "us/card", "floor us/card", "batch MB", "peak extra MB"],
+    "Batches: T-SQL executor vs native SQLite floor (same row changes, seals and ledger included, one"
+    " transaction per batch; the single-card shapes send one batch per card), and the plain floor"
+    " (the same rows without seals and ledger)",
+    ["shape", "cards", "executor ms", "floor ms", "ratio", "us/card", "floor us/card", "plain ms",
+     "ratio to plain", "ledger us/card", "batch MB", "peak extra MB"],
     batch,
 )
 
