@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -20,5 +21,9 @@ struct DerivedColumn
     std::vector<std::string_view> sources;
     std::vector<std::string_view> carried; // passed as they stand, after each set of sources
 };
+
+// ",column=function(...)": the assignment an UPDATE adds, given each source's new value (an
+// expression in parentheses, or the column's own name when it is not assigned), in `sources` order.
+std::string derivedAssignment(const DerivedColumn& derived, const std::vector<std::string>& newSources);
 
 } // namespace ormex::db

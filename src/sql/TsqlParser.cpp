@@ -572,18 +572,14 @@ private:
         }
         if (where == end && !note(start, end)) return {};
         if (!any) return {};
-        std::string carried;
-        for (std::string_view column : derived.carried)
-            carried += "," + std::string(column);
-        std::string text = translate(set, where) + "," + std::string(derived.column) + "=" +
-                           std::string(derived.function) + "(" + std::string(derived.column);
-        for (std::string_view column : derived.sources)
-            text += "," + std::string(column);
-        text += carried;
+        // The clause first: translating lifts literals into parameters in the order it is called.
+        std::string text = translate(set, where);
+        std::vector<std::string> newSources;
         for (std::size_t c = 0; c < derived.sources.size(); ++c)
-            text += assigned[c].second ? ",(" + translate(assigned[c].first, assigned[c].second) + ")"
-                                       : "," + std::string(derived.sources[c]);
-        text += carried + ")";
+            newSources.push_back(assigned[c].second
+                                     ? "(" + translate(assigned[c].first, assigned[c].second) + ")"
+                                     : std::string(derived.sources[c]));
+        text += derivedAssignment(derived, newSources);
         if (where < end) text += " " + translate(where, end);
         return text;
     }
