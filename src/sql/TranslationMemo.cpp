@@ -73,14 +73,32 @@ std::uint32_t* TranslationMemo::remember(const std::string& sql, const std::vect
     if (found == m_entries.end() && m_entries.size() >= kMaxRemembered) return nullptr;
     Entry entry;
     entry.sql = sql;
-    std::vector<bool> used(m_values.size(), false);
+    const auto count = static_cast<std::uint32_t>(m_values.size());
+    std::vector<std::uint32_t> offsets;
+    offsets.reserve(count);
+    for (const Token* value : m_values)
+        offsets.push_back(argumentOffset(argumentOf(*value)));
+    std::vector<bool> used(count, false);
+    // A literal is found by where its text is, which no other value shares. Literals mostly come in
+    // the order their tokens were read, so the search for one starts after the literal last found:
+    // a query with hundreds of literals is not searched over and over. A variable is found by its
+    // slot, which its other uses share: the first use stands for it.
+    std::uint32_t next = 0;
     for (const Argument& a : arguments) {
-        std::uint32_t value = 0;
-        while (value < m_values.size() && argumentOffset(argumentOf(*m_values[value])) != argumentOffset(a))
-            ++value;
-        if (value == m_values.size()) return nullptr; // a parameter not read from this statement's tokens
+        const std::uint32_t wanted = argumentOffset(a);
+        const bool literal = a.kind() != Argument::Kind::Variable;
+        const std::uint32_t start = literal ? next : 0;
+        std::uint32_t value = count;
+        for (std::uint32_t k = 0; k < count && value == count; ++k) {
+            const std::uint32_t candidate = start + k < count ? start + k : start + k - count;
+            if (offsets[candidate] == wanted &&
+                (m_values[candidate]->kind == Token::Kind::Variable) != literal)
+                value = candidate;
+        }
+        if (value == count) return nullptr; // a parameter not read from this statement's tokens
         entry.parameters.push_back(value);
         used[value] = true;
+        if (literal) next = value + 1 == count ? 0 : value + 1;
     }
     for (std::uint32_t value = 0; value < m_values.size(); ++value)
         if (!used[value]) {

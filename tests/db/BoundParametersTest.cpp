@@ -100,6 +100,22 @@ TEST(BoundParameters, ACompiledShapeServesOnlyItsOwnStatements)
     const auto named = t.db().query("select 1 as one, 'A' as kind from T_Pos_VipRecord where FCardId='C1'");
     EXPECT_EQ(named.field("kind").toString(), "A");
     EXPECT_EQ(named.field("one").toInt(), 1);
+
+    // Statements of one shape with hundreds of literals: the second and third take the first one's
+    // translation and bind each of their own literals where it stands.
+    t.exec("with recursive n(i) as (select 1 union all select i+1 from n where i<600) "
+           "insert into T_Pos_VipRecord (FCardId, FAccNum, FDecNum) select 'M'||i, 0, 0 from n");
+    const auto raise = [](int first, int by) {
+        std::string list;
+        for (int i = first; i < first + 300; ++i)
+            list += (list.empty() ? "'M" : ",'M") + std::to_string(i) + "'";
+        return "update T_Pos_VipRecord set FAccNum=FAccNum+" + std::to_string(by) +
+               ", FDecNum=" + std::to_string(by * 10) + " where FCardId in (" + list + ")\r\n";
+    };
+    t.db().execute(raise(1, 1) + raise(301, 2) + raise(151, 4));
+    EXPECT_EQ(t.rows("select FAccNum, FDecNum, count(*) from T_Pos_VipRecord where FCardId like 'M%'"
+                     " group by FAccNum, FDecNum order by FAccNum"),
+              (std::vector<std::string>{"1|10|150", "2|20|150", "5|40|150", "6|40|150"}));
 }
 
 namespace {
