@@ -219,10 +219,11 @@ std::vector<platform::ReadCheck> CardPointsChecks(const std::vector<CardPointsRe
         conditions += (listed == 0 ? "(" : " or (") + std::string("FCardId=") + platform::quoted(it->first) +
                       " and " + it->second + ")";
         ++listed;
-        // Three literals a card: its number and its two values.
-        if (++it == distinct.end() || listed == static_cast<long>(kLiteralsPerCheck / 3)) {
-            checks.push_back({"select count(*) as n from T_Pos_VipRecord where " + conditions, "n",
-                              platform::Value(listed)});
+        // Three literals a card (its number and its two values) and FDeleted=0 one more.
+        if (++it == distinct.end() || listed == static_cast<long>((kLiteralsPerCheck - 1) / 3)) {
+            checks.push_back(
+                {"select count(*) as n from T_Pos_VipRecord where FDeleted=0 and (" + conditions + ")", "n",
+                 platform::Value(listed)});
             conditions.clear();
             listed = 0;
         }
@@ -251,6 +252,29 @@ bool CardsMatchTheirSeals(const std::vector<std::string>& cards, const std::stri
         const ConnectionUse use(g_connection);
         changed = CardObject()->cardsChangedOutside(cards);
     }
+    if (changed.empty()) return true;
+    Messages().message(SealRefusal(changed, operation), "提示", platform::MessageIcon::Information);
+    return false;
+}
+
+CardSealsReading::CardSealsReading(std::vector<std::string> cards) : m_cards(std::move(cards))
+{
+    // The object is taken here: the worker asks the host for nothing.
+    const auto card = CardObject();
+    m_changed = std::async(std::launch::async, [this, card] {
+        const ConnectionUse use(g_connection);
+        return card->cardsChangedOutside(m_cards);
+    });
+}
+
+CardSealsReading::~CardSealsReading()
+{
+    if (m_changed.valid()) m_changed.wait();
+}
+
+bool CardSealsReading::matchOrTell(const std::string& operation)
+{
+    const std::vector<std::string> changed = m_changed.get();
     if (changed.empty()) return true;
     Messages().message(SealRefusal(changed, operation), "提示", platform::MessageIcon::Information);
     return false;

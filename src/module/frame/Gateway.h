@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -61,7 +62,8 @@ struct CardPointsRead
     platform::Value used;
 };
 // The checks that the cards' points still are what was read, a few hundred cards to a check: each
-// holds while every card it names is there with both values (a blank one: none). A card listed
+// holds while every card it names is there, not deleted, with both values (a blank one: none), so
+// a card checked here needs no LiveCardsChecks of its own. A card listed
 // twice with the same values counts once; listed with other values as well, its check cannot hold.
 std::vector<platform::ReadCheck> CardPointsChecks(const std::vector<CardPointsRead>& cards);
 // The named field of the first row; "" when the query returns no row. Errors reach the caller.
@@ -71,6 +73,24 @@ platform::Value GetFieldValue(const std::string& sql, const std::string& field);
 // Otherwise the operator is told which cards were changed outside the system and that the
 // operation cannot go on, and the answer is false. Errors reach the caller.
 bool CardsMatchTheirSeals(const std::vector<std::string>& cards, const std::string& operation);
+// CardsMatchTheirSeals read on a worker thread while the caller goes on building its batch (which
+// reads nothing more of this database meanwhile): the seals are read from the construction on, and
+// matchOrTell() waits for them and answers as CardsMatchTheirSeals does. Destroyed unasked, it
+// waits for the reading to end.
+class CardSealsReading
+{
+public:
+    explicit CardSealsReading(std::vector<std::string> cards);
+    ~CardSealsReading();
+    CardSealsReading(const CardSealsReading&) = delete;
+    CardSealsReading& operator=(const CardSealsReading&) = delete;
+    // Errors of the reading reach the caller here.
+    bool matchOrTell(const std::string& operation);
+
+private:
+    std::vector<std::string> m_cards;
+    std::future<std::vector<std::string>> m_changed;
+};
 // The message that refuses an operation on cards changed outside the system.
 std::string SealRefusal(const std::vector<std::string>& cards, const std::string& operation);
 

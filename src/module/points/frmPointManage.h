@@ -5,9 +5,11 @@
 #include <QElapsedTimer>
 
 #include <array>
+#include <optional>
 #include <string>
 
 #include "GiftCatalogueStatements.h"
+#include "module/frame/Gateway.h"
 #include "module/frame/GridLayout.h"
 #include "module/frame/NameListLookup.h"
 #include "module/frame/SavePackage.h"
@@ -112,7 +114,8 @@ private:
     void refresh(int tab);
 
     // Tab 0: the statements of the rows into `batch`; false after a refusal.
-    bool savePoints(const frame::SavePackage& rows, std::string& batch, std::string& logText);
+    bool savePoints(const frame::SavePackage& rows, std::string& batch, std::string& logText,
+                    std::optional<frame::CardSealsReading>& seals);
     void fillClearing();
     // Shows a card of the member list in a row of tab 0.
     void showMember(int row, const platform::FieldMap& card);
@@ -157,7 +160,7 @@ private:
     void onGridLookup(int tab, int row, int column, int key);
     // Lets pending window events run, at most every few milliseconds, so that the window repaints
     // while the batch is built.
-    void advanceProgress();
+    void advanceProgress(int built);
     // Runs the built batch under the local checks on a worker thread; the progress bar goes on
     // from the records built to the statements run. Throws what ExecuteSQL throws.
     void runBatch(const std::string& batch);

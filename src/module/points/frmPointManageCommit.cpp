@@ -5,6 +5,7 @@
 
 #include <QProgressBar>
 #include <QRadioButton>
+#include <optional>
 
 #include "PointsStatements.h"
 #include "module/frame/Gateway.h"
@@ -92,10 +93,12 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
     try {
         std::string logText = tabCaption(tab);
         std::string batch;
+        // The cards' seals, read while the batch is built where the saver starts the reading.
+        std::optional<frame::CardSealsReading> seals;
         bool built = true;
         switch (tab) {
         case PointsTab:
-            built = savePoints(*rows, batch, logText);
+            built = savePoints(*rows, batch, logText, seals);
             break;
         case GiftSettingsTab:
             built = saveGiftSettings(*rows, batch);
@@ -110,11 +113,13 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
             m_progress->setValue(m_progress->maximum());
             return false;
         }
-        if (tab != GiftSettingsTab && !batch.empty() &&
-            !frame::CardsMatchTheirSeals(cardsOf(*rows, tab), logText)) {
-            m_messageShown = true;
-            m_progress->setValue(m_progress->maximum());
-            return false;
+        if (tab != GiftSettingsTab && !batch.empty()) {
+            if (!seals) seals.emplace(cardsOf(*rows, tab));
+            if (!seals->matchOrTell(logText)) {
+                m_messageShown = true;
+                m_progress->setValue(m_progress->maximum());
+                return false;
+            }
         }
         if (tab == GiftSettingsTab && !batch.empty()) batch = giftCatalogueEmptying() + batch;
         if (batch.empty()) {
@@ -129,7 +134,9 @@ bool frmPointManage::Save(const frame::SavePackage* rows, int tab)
             const std::string queued = replayed ? hq::QueueOnHQ(batch, static_cast<hq::HQOperation>(tab / 2),
                                                                 m_hqChecks, cardsOf(*rows, tab))
                                                 : "";
-            runBatch(batch + queued);
+            // The batch can be the size of the whole member base: it is not copied to add nothing.
+            if (!queued.empty()) batch += queued;
+            runBatch(batch);
             // The batch stands from here on. A log that cannot be written is told to the operator,
             // but the save still ends as saved: left armed, the grid would apply the batch again on
             // the next OK.

@@ -259,8 +259,9 @@ bool frmPointManage::saveExchange(const frame::SavePackage& rows, std::string& b
     const PointsSession session{m_branchId, m_branchNo, m_userId};
     m_progress->setMaximum(static_cast<int>(rows.rowCount()) + 2);
     m_progress->setValue(0);
+    int built = 0;
     for (std::size_t i = 0; i < rows.rowCount(); ++i) {
-        advanceProgress();
+        advanceProgress(built);
         const platform::FieldMap& record = rows.rows()[i];
         if (record.text("Sel") != "1") continue;
         const double points = record.value("FVipNum").isBlank() ? 0 : record.value("FVipNum").toDouble();
@@ -268,8 +269,9 @@ bool frmPointManage::saveExchange(const frame::SavePackage& rows, std::string& b
                                  record.text("FItemID"),   record.text("FItemNum"),
                                  record.text("FVipNum"),   record.text("FAuxPropID")};
         batch += ExchangeGroup(session, static_cast<int>(i + 1), card, gift, points);
-        m_progress->setValue(m_progress->value() + 1);
+        ++built;
     }
+    m_progress->setValue(built);
     return true;
 }
 

@@ -293,11 +293,13 @@ bool frmPointManage::saveGiftSettings(const frame::SavePackage& rows, std::strin
     if (!checkGiftRows()) return false;
     m_progress->setMaximum(static_cast<int>(rows.rowCount()) + 2);
     m_progress->setValue(0);
+    int built = 0;
     for (const platform::FieldMap& row : rows.rows()) {
-        advanceProgress();
+        advanceProgress(built);
         batch += GiftRowStatements(rows, row);
-        m_progress->setValue(m_progress->value() + 1);
+        ++built;
     }
+    m_progress->setValue(built);
     return true;
 }
 

@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 
+#include <optional>
 #include <unordered_map>
 
 #include "PointsStatements.h"
@@ -282,16 +283,19 @@ void frmPointManage::onDelete(int tab)
     if (row < grid.rowCount()) grid.setActiveCell(row, grid.currentColumn() < 0 ? 1 : grid.currentColumn());
 }
 
-void frmPointManage::advanceProgress()
+void frmPointManage::advanceProgress(int built)
 {
-    // Often enough for the window to keep up, seldom enough to cost the build nothing.
+    // Often enough for the window to keep up, seldom enough to cost the build nothing. The bar
+    // moves here too: set for every record, it would repaint far more often than anyone sees.
     constexpr qint64 kSliceMs = 15;
     if (m_slice.isValid() && m_slice.elapsed() < kSliceMs) return;
+    m_progress->setValue(built);
     QApplication::processEvents();
     m_slice.start();
 }
 
-bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& batch, std::string& logText)
+bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& batch, std::string& logText,
+                                std::optional<frame::CardSealsReading>& seals)
 {
     const Operation op = operation();
     logText = optionCaption(op);
@@ -304,56 +308,56 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
     // A reward needs no read of the cards.
     const std::unordered_map<std::string, Held> held =
         op == Reward ? std::unordered_map<std::string, Held>{} : readHeld(rows);
+    // The statements need nothing more of this database: the seals are read meanwhile.
+    seals.emplace(cardsOf(rows, PointsTab));
+    int built = 0;
     for (std::size_t i = 0; i < rows.rowCount(); ++i) {
-        advanceProgress();
+        advanceProgress(built);
         const platform::FieldMap& record = rows.rows()[i];
-        if (record.value("FVipNum").toDouble() == 0) continue;
+        const platform::Value& entered = record.value("FVipNum");
+        if (entered.toDouble() == 0) continue;
         const std::string card = record.text("FCardId");
-        const double points = record.value("FVipNum").isBlank() ? 0 : record.value("FVipNum").toDouble();
+        const double points = entered.isBlank() ? 0 : entered.toDouble();
         // What is left on the card, which a deduction is held against and a clearing clears.
-        const auto found = held.find(platform::toUpperAscii(card));
+        const auto found = op == Reward ? held.end() : held.find(platform::toUpperAscii(card));
         const Held* values = found == held.end() ? nullptr : &found->second;
         const double remaining = values ? values->left : 0;
-        // The card is written only while it is still live; a deduction is written at headquarters
-        // too, which must hold it live as well.
-        live.push_back(card);
-        if (m_linked && op == Deduction) m_hqChecks.push_back(frame::LiveCardCheck(card));
         const int row = static_cast<int>(i);
         switch (op) {
         case Reward:
             batch += RewardGroup(session, card, points);
             break;
         case Deduction: {
-            const std::string refusal =
-                "卡号【" + platform::trimRight(card) + "】冲减积分超过剩余积分，不能冲减！";
-            if (points > remaining) {
-                refuse(refusal, row, "FVipNum");
+            if (points > remaining ||
+                (m_linked && !hq::HQHasRows("select FAccNum-FDecNum as LeavePoint,* from T_Pos_VipRecord "
+                                            "where FCardId=" +
+                                            platform::quoted(card) +
+                                            " And FAccNum-FDecNum>=" + platform::formatNumber(points)))) {
+                refuse("卡号【" + platform::trimRight(card) + "】冲减积分超过剩余积分，不能冲减！", row,
+                       "FVipNum");
                 return false;
             }
-            const std::string enough =
-                "select FAccNum-FDecNum as LeavePoint,* from T_Pos_VipRecord where FCardId=" +
-                platform::quoted(card) + " And FAccNum-FDecNum>=" + platform::formatNumber(points);
-            if (!hq::HQHasRowsIfLinked(enough)) {
-                refuse(refusal, row, "FVipNum");
-                return false;
-            }
-            const std::string accSql =
-                "select FAccNum from T_Pos_VipRecord where FCardId=" + platform::quoted(card);
-            const std::string decSql =
-                "select FDecNum from T_Pos_VipRecord where FCardId=" + platform::quoted(card);
-            const platform::Value none("");
-            const platform::Value accumulated = m_linked ? hq::HQGetFieldValue(accSql, "FAccNum")
-                                                : values ? values->accumulated
-                                                         : none;
-            const platform::Value used = m_linked ? hq::HQGetFieldValue(decSql, "FDecNum")
-                                         : values ? values->used
-                                                  : none;
             // The card row is written with values computed from these: they must still stand then.
-            // Here they are checked a few hundred cards at a time, once every card is built.
+            // Headquarters' are checked one query each; the branch's a few hundred cards at a time,
+            // once every card is built, with the check that the card is still live.
+            platform::Value accumulated("");
+            platform::Value used("");
             if (m_linked) {
+                const std::string accSql =
+                    "select FAccNum from T_Pos_VipRecord where FCardId=" + platform::quoted(card);
+                const std::string decSql =
+                    "select FDecNum from T_Pos_VipRecord where FCardId=" + platform::quoted(card);
+                accumulated = hq::HQGetFieldValue(accSql, "FAccNum");
+                used = hq::HQGetFieldValue(decSql, "FDecNum");
+                m_hqChecks.push_back(frame::LiveCardCheck(card));
                 m_hqChecks.push_back({accSql, "FAccNum", accumulated});
                 m_hqChecks.push_back({decSql, "FDecNum", used});
+                live.push_back(card);
             } else {
+                if (values) {
+                    accumulated = values->accumulated;
+                    used = values->used;
+                }
                 pointsRead.push_back({card, accumulated, used});
             }
             batch += DeductionGroup(session, static_cast<int>(i + 1), card, points, accumulated.toDouble(),
@@ -364,8 +368,13 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
             batch += ClearingGroup(session, card, points, remaining);
             break;
         }
-        m_progress->setValue(m_progress->value() + 1);
+        // The card is written only while it is still live (a deduction's points check holds that).
+        if (op != Deduction) live.push_back(card);
+        // Every card's statements are about as long as the first one's: the batch is given its
+        // room once rather than copied each time it outgrows it.
+        if (++built == 1) batch.reserve(batch.size() * (rows.rowCount() + 1));
     }
+    m_progress->setValue(built);
     for (platform::ReadCheck& check : frame::CardPointsChecks(pointsRead))
         m_localChecks.push_back(std::move(check));
     for (platform::ReadCheck& check : frame::LiveCardsChecks(live))

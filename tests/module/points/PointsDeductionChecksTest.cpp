@@ -42,20 +42,24 @@ void deductFromEveryRow(PointsScreen& t, const char* points, const std::function
 
 } // namespace
 
-TEST(PointsDeductionChecks, AChangeToEitherValueOfOneCardAfterTheReadStopsTheDeduction)
+TEST(PointsDeductionChecks, AChangeToEitherValueOrADeletionOfOneCardAfterTheReadStopsTheDeduction)
 {
     PointsScreen t;
     t.host.branch().exec("update T_Pos_VipRecord set FAccFlag=0 where FCardId in ('P4','P5')");
     const auto before = written(t);
-    for (const char* change : {"FDecNum=FDecNum+1", "FAccNum=FAccNum+1"}) {
+    // Each change to P2 and the card as it stands after it.
+    const std::vector<std::pair<std::string, std::string>> changes = {
+        {"FDecNum=FDecNum+1", "P2|100|81"}, {"FAccNum=FAccNum+1", "P2|101|80"}, {"FDeleted=1", "P2|100|80"}};
+    for (const auto& [change, changedCard] : changes) {
         deductFromEveryRow(t, "5", [&] {
-            t.host.branch().exec("update T_Pos_VipRecord set " + std::string(change) + " where FCardId='P2'");
+            t.host.branch().exec("update T_Pos_VipRecord set " + change + " where FCardId='P2'");
         });
         EXPECT_EQ(t.host.messages().last(), module::frame::kChangedSinceReadMessage) << change;
         auto expected = before;
-        expected[1] = change[1] == 'D' ? "P2|100|81" : "P2|101|80";
+        expected[1] = changedCard;
         EXPECT_EQ(written(t), expected) << change << ": nothing of the deduction was written";
-        t.host.branch().exec("update T_Pos_VipRecord set FAccNum=100, FDecNum=80 where FCardId='P2'");
+        t.host.branch().exec(
+            "update T_Pos_VipRecord set FAccNum=100, FDecNum=80, FDeleted=0 where FCardId='P2'");
     }
     // Read again, the same deduction goes through.
     deductFromEveryRow(t, "5", {});
