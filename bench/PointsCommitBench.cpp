@@ -3,6 +3,7 @@
 // executor running the same batch alone, and prints the two side by side at the end.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <vector>
@@ -32,15 +33,21 @@ void seed(test::TestDatabase& db, long cards)
             " select 'B'||(100000+i),'会员'||i,'139'||(10000000+i),'01','0',1000000,0,1 from n");
 }
 
-// One size of one operation: the screen's OK and, in the same run, its parts.
+// One size of one operation: the screen's OK and, in the same run, its parts. Times are medians
+// over the iterations, each µs per card; the ratios are the medians of each iteration's own ratio,
+// as a screen and the floor run right after it see the same state of a busy machine.
 struct Row
 {
     const char* operation;
     long cards;
-    double screenUs;  // OK to the commit's end, per card
-    double refreshUs; // the member list read again after the commit (the grid fill), per card
-    double floorUs;   // the executor alone running the batch the screen ran, per card
-    double workerUs;  // the same on a worker of the thread pool the screen's commit runs on
+    double screenUs;    // OK to the commit's end
+    double refreshUs;   // the member list read again after the commit (the grid fill)
+    double floorUs;     // the executor alone running the batch the screen ran
+    double workerUs;    // the same on a worker of the thread pool the screen's commit runs on
+    double ratio;       // the screen without its refresh over the executor alone
+    double workerRatio; // the same over the executor on a worker
+    double fullRatio;   // the screen with its refresh over the executor alone
+    int iterations;
 };
 std::vector<Row>& table()
 {
@@ -51,6 +58,13 @@ std::vector<Row>& table()
 double seconds(const std::chrono::steady_clock::time_point& start)
 {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const std::size_t n = values.size();
+    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
 // Points in every row of the member list, then OK; the question is answered yes. Next to it the
@@ -71,7 +85,7 @@ void commit(benchmark::State& state, module::points::frmPointManage::Operation o
     screen.queryMembers();
     auto& grid = *screen.grid(0);
     const int points = grid.columnOf("FVipNum");
-    double screenS = 0, refreshS = 0, floorS = 0, workerS = 0;
+    std::vector<double> okUs, refreshUs, floorUs, workerUs, ratio, workerRatio, fullRatio;
     for (auto _ : state) {
         grid.setActiveCell(0, points);
         grid.setCellText(0, points, "1");
@@ -81,12 +95,11 @@ void commit(benchmark::State& state, module::points::frmPointManage::Operation o
         screen.onOk();
         const double ok = seconds(start);
         state.SetIterationTime(ok);
-        screenS += ok;
 
         state.PauseTiming();
         start = std::chrono::steady_clock::now();
         screen.queryMembers();
-        refreshS += seconds(start);
+        const double refreshed = seconds(start);
         if (log.batches.empty()) {
             state.SkipWithError("the screen ran no batch");
             break;
@@ -95,20 +108,38 @@ void commit(benchmark::State& state, module::points::frmPointManage::Operation o
         start = std::chrono::steady_clock::now();
         db::Database& connection = db::sharedDatabase(host.config().databasePath());
         connection.execute(batch);
-        floorS += seconds(start);
+        const double alone = seconds(start);
         start = std::chrono::steady_clock::now();
         QtConcurrent::run([&] { connection.execute(batch); }).waitForFinished();
-        workerS += seconds(start);
+        const double onWorker = seconds(start);
+        const double perCard = 1e6 / static_cast<double>(cards);
+        okUs.push_back(ok * perCard);
+        refreshUs.push_back(refreshed * perCard);
+        floorUs.push_back(alone * perCard);
+        workerUs.push_back(onWorker * perCard);
+        ratio.push_back((ok - refreshed) / alone);
+        workerRatio.push_back((ok - refreshed) / onWorker);
+        fullRatio.push_back(ok / alone);
         state.ResumeTiming();
     }
-    const double n = static_cast<double>(state.iterations()) * static_cast<double>(cards) / 1e6;
+    if (okUs.empty()) return;
+    const Row row{name,
+                  cards,
+                  median(okUs),
+                  median(refreshUs),
+                  median(floorUs),
+                  median(workerUs),
+                  median(ratio),
+                  median(workerRatio),
+                  median(fullRatio),
+                  static_cast<int>(okUs.size())};
     state.counters["cards"] = static_cast<double>(cards);
-    state.counters["screen_us"] = screenS / n;
-    state.counters["refresh_us"] = refreshS / n;
-    state.counters["floor_us"] = floorS / n;
-    state.counters["worker_us"] = workerS / n;
-    state.counters["ratio"] = (screenS - refreshS) / floorS;
-    table().push_back({name, cards, screenS / n, refreshS / n, floorS / n, workerS / n});
+    state.counters["screen_us"] = row.screenUs;
+    state.counters["refresh_us"] = row.refreshUs;
+    state.counters["floor_us"] = row.floorUs;
+    state.counters["worker_us"] = row.workerUs;
+    state.counters["ratio"] = row.ratio;
+    table().push_back(row);
     if (host.messages().texts().size() != static_cast<std::size_t>(state.iterations()))
         state.SkipWithError(("the commit showed more than its question: " + host.messages().last()).c_str());
 }
@@ -116,22 +147,21 @@ void commit(benchmark::State& state, module::points::frmPointManage::Operation o
 void printTable()
 {
     if (table().empty()) return;
-    // µs per card. ratio: the screen without its refresh over the executor alone; worker_ratio: the
-    // same over the executor alone on a pool worker, where the screen runs its batch.
-    std::printf("\n%-10s %7s %10s %10s %15s %12s %10s %7s %13s %15s\n", "operation", "cards", "screen",
-                "refresh", "screen-refresh", "executor", "ex_worker", "ratio", "worker_ratio",
+    // µs per card, medians. ratio: the screen without its refresh over the executor alone;
+    // worker_ratio: the same over the executor alone on a pool worker, where the screen runs its batch.
+    std::printf("\n%-10s %7s %5s %10s %10s %15s %12s %10s %7s %13s %15s\n", "operation", "cards", "runs",
+                "screen", "refresh", "screen-refresh", "executor", "ex_worker", "ratio", "worker_ratio",
                 "ratio_w_refresh");
-    for (const Row& r : table()) {
-        const double own = r.screenUs - r.refreshUs;
-        std::printf("%-10s %7ld %10.1f %10.1f %15.1f %12.1f %10.1f %7.2f %13.2f %15.2f\n", r.operation,
-                    r.cards, r.screenUs, r.refreshUs, own, r.floorUs, r.workerUs, own / r.floorUs,
-                    own / r.workerUs, r.screenUs / r.floorUs);
-    }
+    for (const Row& r : table())
+        std::printf("%-10s %7ld %5d %10.1f %10.1f %15.1f %12.1f %10.1f %7.2f %13.2f %15.2f\n", r.operation,
+                    r.cards, r.iterations, r.screenUs, r.refreshUs, r.screenUs - r.refreshUs, r.floorUs,
+                    r.workerUs, r.ratio, r.workerRatio, r.fullRatio);
 }
 
+// Fewer runs as the sizes grow: a run of 100,000 cards takes a quarter of a minute.
 void sizes(benchmark::internal::Benchmark* b)
 {
-    b->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)->Iterations(1)->UseManualTime();
+    b->Unit(benchmark::kMillisecond)->UseManualTime();
 }
 
 } // namespace
@@ -140,13 +170,17 @@ static void PointsRewardFromTheScreen(benchmark::State& state)
 {
     commit(state, module::points::frmPointManage::Reward, "reward");
 }
-BENCHMARK(PointsRewardFromTheScreen)->Apply(sizes);
+BENCHMARK(PointsRewardFromTheScreen)->Apply(sizes)->Arg(1000)->Iterations(7);
+BENCHMARK(PointsRewardFromTheScreen)->Apply(sizes)->Arg(10000)->Iterations(5);
+BENCHMARK(PointsRewardFromTheScreen)->Apply(sizes)->Arg(100000)->Iterations(3);
 
 static void PointsDeductionFromTheScreen(benchmark::State& state)
 {
     commit(state, module::points::frmPointManage::Deduction, "deduction");
 }
-BENCHMARK(PointsDeductionFromTheScreen)->Apply(sizes);
+BENCHMARK(PointsDeductionFromTheScreen)->Apply(sizes)->Arg(1000)->Iterations(7);
+BENCHMARK(PointsDeductionFromTheScreen)->Apply(sizes)->Arg(10000)->Iterations(5);
+BENCHMARK(PointsDeductionFromTheScreen)->Apply(sizes)->Arg(100000)->Iterations(3);
 
 int main(int argc, char** argv)
 {
