@@ -1,5 +1,9 @@
 #include "GridHelpers.h"
 
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "platform/DateTime.h"
 #include "platform/NumberText.h"
 #include "platform/Text.h"
@@ -57,13 +61,16 @@ platform::RecordList TickedRows(const Grid& grid)
 SavePackage BuildSavePackage(const Grid& grid, int tableKind, int headerFlag)
 {
     SavePackage package;
+    // The saved columns and their field names, found once for every row: a package can hold the
+    // whole member base.
+    std::vector<std::pair<int, std::string>> saved;
+    for (int c = 0; c < grid.columns(); ++c)
+        if (grid.column(c).save) saved.emplace_back(c, grid.column(c).field.toStdString());
     for (int r = 0; r < grid.rowCount(); ++r) {
         platform::FieldMap row;
-        for (int c = 0; c < grid.columns(); ++c) {
+        for (const auto& [c, field] : saved) {
             const GridColumn& column = grid.column(c);
-            if (!column.save) continue;
             const QString text = grid.cellText(r, c);
-            const std::string field = column.field.toStdString();
             if (column.type == CellType::Number)
                 row.set(field, platform::numberOr0(text.toStdString()));
             else if (column.type == CellType::List)
