@@ -23,6 +23,9 @@ enum class PointsOperation { Deduction = 1, Exchange = 2, Reward = 3, ToStoredVa
 
 // The group of one card rewarded with `points`: CRLF, movement, CRLF, totals, CRLF, card, CRLF.
 std::string RewardGroup(const PointsSession& s, const std::string& card, double points);
+// The same group appended to `batch` (the Append… functions write what the functions of the same
+// name without it return, straight into the batch being built).
+void AppendRewardGroup(std::string& batch, const PointsSession& s, const std::string& card, double points);
 
 // The group of record `n` (its T-SQL variable is @blnIsinset<n>) deducting `points` from a card
 // whose accumulated and used points were read as `accumulated` and `used`. The card row is
@@ -30,10 +33,14 @@ std::string RewardGroup(const PointsSession& s, const std::string& card, double 
 // its used points become the smaller of used + points and accumulated.
 std::string DeductionGroup(const PointsSession& s, int n, const std::string& card, double points,
                            double accumulated, double used);
+void AppendDeductionGroup(std::string& batch, const PointsSession& s, int n, const std::string& card,
+                          double points, double accumulated, double used);
 
 // The group clearing a card: `shown` is the points the grid showed for it (its remaining points
 // when the list was read), `remaining` the remaining points read just now.
 std::string ClearingGroup(const PointsSession& s, const std::string& card, double shown, double remaining);
+void AppendClearingGroup(std::string& batch, const PointsSession& s, const std::string& card, double shown,
+                         double remaining);
 
 // The one T_Pos_VipPointClear row of a clearing commit, with CRLF in front.
 std::string PointClearRecord(const std::string& address, const std::string& machine,

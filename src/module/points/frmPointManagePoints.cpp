@@ -325,7 +325,7 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
         const int row = static_cast<int>(i);
         switch (op) {
         case Reward:
-            batch += RewardGroup(session, card, points);
+            AppendRewardGroup(batch, session, card, points);
             break;
         case Deduction: {
             if (points > remaining ||
@@ -360,12 +360,12 @@ bool frmPointManage::savePoints(const frame::SavePackage& rows, std::string& bat
                 }
                 pointsRead.push_back({card, accumulated, used});
             }
-            batch += DeductionGroup(session, static_cast<int>(i + 1), card, points, accumulated.toDouble(),
-                                    used.toDouble());
+            AppendDeductionGroup(batch, session, static_cast<int>(i + 1), card, points,
+                                 accumulated.toDouble(), used.toDouble());
             break;
         }
         case Clearing:
-            batch += ClearingGroup(session, card, points, remaining);
+            AppendClearingGroup(batch, session, card, points, remaining);
             break;
         }
         // The card is written only while it is still live (a deduction's points check holds that).
