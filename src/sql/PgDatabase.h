@@ -48,13 +48,13 @@ public:
     // How many times a write that the server ended for a deadlock or a serialization failure is run.
     static constexpr int kConflictAttempts = 5;
 
-    // Opens a postgresql:// (or postgres://) URL, with withConnectionParameters added. Throws
-    // OpenError when the server refuses the connection or cannot be found, UnreachableError when
-    // it does not answer in time.
     // A setting (set_config) every session of this process carries from its next statement on:
     // how the layer above hands its sessions what the server's functions of its tables need.
     static void setSessionSetting(const std::string& name, const std::string& value);
 
+    // Opens a postgresql:// (or postgres://) URL, with withConnectionParameters added. Throws
+    // OpenError when the server refuses the connection or cannot be found, UnreachableError when
+    // it does not answer in time.
     static std::unique_ptr<PgDatabase> open(const std::string& url,
                                             std::chrono::milliseconds deadline = kDeadline);
     ~PgDatabase() override;
