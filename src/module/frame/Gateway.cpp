@@ -245,6 +245,18 @@ std::string SealRefusal(const std::vector<std::string>& cards, const std::string
            "】，请联系管理员核查！";
 }
 
+namespace {
+
+// True when no card was changed outside the system; otherwise the operator is told which were.
+bool noneChangedOrTell(const std::vector<std::string>& changed, const std::string& operation)
+{
+    if (changed.empty()) return true;
+    Messages().message(SealRefusal(changed, operation), "提示", platform::MessageIcon::Information);
+    return false;
+}
+
+} // namespace
+
 bool CardsMatchTheirSeals(const std::vector<std::string>& cards, const std::string& operation)
 {
     std::vector<std::string> changed;
@@ -252,9 +264,7 @@ bool CardsMatchTheirSeals(const std::vector<std::string>& cards, const std::stri
         const ConnectionUse use(g_connection);
         changed = CardObject()->cardsChangedOutside(cards);
     }
-    if (changed.empty()) return true;
-    Messages().message(SealRefusal(changed, operation), "提示", platform::MessageIcon::Information);
-    return false;
+    return noneChangedOrTell(changed, operation);
 }
 
 CardSealsReading::CardSealsReading(std::vector<std::string> cards) : m_cards(std::move(cards))
@@ -274,10 +284,7 @@ CardSealsReading::~CardSealsReading()
 
 bool CardSealsReading::matchOrTell(const std::string& operation)
 {
-    const std::vector<std::string> changed = m_changed.get();
-    if (changed.empty()) return true;
-    Messages().message(SealRefusal(changed, operation), "提示", platform::MessageIcon::Information);
-    return false;
+    return noneChangedOrTell(m_changed.get(), operation);
 }
 
 bool CheckPassword(const platform::Value& item, const std::string& password)
