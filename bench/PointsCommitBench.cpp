@@ -158,29 +158,29 @@ void printTable()
                     r.workerUs, r.ratio, r.workerRatio, r.fullRatio);
 }
 
-// Fewer runs as the sizes grow: a run of 100,000 cards takes a quarter of a minute.
-void sizes(benchmark::internal::Benchmark* b)
+void timing(benchmark::internal::Benchmark* b)
 {
     b->Unit(benchmark::kMillisecond)->UseManualTime();
 }
 
 } // namespace
 
+// Fewer runs as the sizes grow: a run of 100,000 cards takes a quarter of a minute.
 static void PointsRewardFromTheScreen(benchmark::State& state)
 {
     commit(state, module::points::frmPointManage::Reward, "reward");
 }
-BENCHMARK(PointsRewardFromTheScreen)->Apply(sizes)->Arg(1000)->Iterations(7);
-BENCHMARK(PointsRewardFromTheScreen)->Apply(sizes)->Arg(10000)->Iterations(5);
-BENCHMARK(PointsRewardFromTheScreen)->Apply(sizes)->Arg(100000)->Iterations(3);
+BENCHMARK(PointsRewardFromTheScreen)->Apply(timing)->Arg(1000)->Iterations(7);
+BENCHMARK(PointsRewardFromTheScreen)->Apply(timing)->Arg(10000)->Iterations(5);
+BENCHMARK(PointsRewardFromTheScreen)->Apply(timing)->Arg(100000)->Iterations(3);
 
 static void PointsDeductionFromTheScreen(benchmark::State& state)
 {
     commit(state, module::points::frmPointManage::Deduction, "deduction");
 }
-BENCHMARK(PointsDeductionFromTheScreen)->Apply(sizes)->Arg(1000)->Iterations(7);
-BENCHMARK(PointsDeductionFromTheScreen)->Apply(sizes)->Arg(10000)->Iterations(5);
-BENCHMARK(PointsDeductionFromTheScreen)->Apply(sizes)->Arg(100000)->Iterations(3);
+BENCHMARK(PointsDeductionFromTheScreen)->Apply(timing)->Arg(1000)->Iterations(7);
+BENCHMARK(PointsDeductionFromTheScreen)->Apply(timing)->Arg(10000)->Iterations(5);
+BENCHMARK(PointsDeductionFromTheScreen)->Apply(timing)->Arg(100000)->Iterations(3);
 
 int main(int argc, char** argv)
 {
